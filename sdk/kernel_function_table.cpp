@@ -1,0 +1,41 @@
+#include "sdk/kernel_function_table.h"
+
+#include <cstdlib>
+#include <string>
+
+namespace orva_accelerator::sdk {
+
+const std::array<const char*, kKernelFunctionCount> kKernelFunctionNames = {
+#define ORVA_KERNEL_NAME(name) #name,
+    ORVA_KERNEL_FUNCTIONS(ORVA_KERNEL_NAME)
+#undef ORVA_KERNEL_NAME
+};
+
+KernelFunctionTable kernelFunctions;
+
+namespace {
+
+// UTF-8 bytes handed to the ANSI function as they are: what the box shows depends on the PC's code
+// page, and support staff know both readings.
+constexpr char kMissingFunctionCaption[] = "\xE6\x8F\x90\xE7\xA4\xBA";
+
+[[noreturn]] void exitBecauseFunctionIsMissing(const char* name) {
+  const std::string text = std::string("dll not found api - \"") + name + "\"";
+  OutputDebugStringA(text.c_str());
+  (void)MessageBoxA(nullptr, text.c_str(), kMissingFunctionCaption,
+                    MB_OK);  // Whatever became of the box, the process ends.
+  std::exit(-1);
+}
+
+}  // namespace
+
+bool ResolveKernelFunctions(HMODULE module) {
+  for (std::size_t slot = 0; slot < kKernelFunctionCount; ++slot) {
+    const FARPROC entry = GetProcAddress(module, kKernelFunctionNames[slot]);
+    if (entry == nullptr) exitBecauseFunctionIsMissing(kKernelFunctionNames[slot]);
+    kernelFunctions.set(slot, entry);
+  }
+  return true;
+}
+
+}  // namespace orva_accelerator::sdk
