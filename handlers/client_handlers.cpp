@@ -1,0 +1,48 @@
+// A client's presence: its heartbeats and its leave.
+
+#include <windows.h>
+
+#include "handlers/request_handlers.h"
+#include "handlers/response_writer.h"
+#include "ipc/monotonic_clock.h"
+#include "ipc/notifiers.h"
+#include "ipc/pipe_server.h"
+#include "ipc/response_payloads.h"
+#include "sdk/accel_sdk.h"
+
+namespace orva_accelerator::ipc {
+
+namespace {
+
+// Lets the library begin its stop before the service ends under it.
+constexpr DWORD kLastClientPauseMs = 100;
+
+void stopAcceleration(PipeServer& server) {
+  (void)sdk::AccelSdk::Instance().StopAccel(
+      IgnoreStopResult());  // Refused or not, nobody owns the acceleration any more.
+  server.ownership.clear();
+}
+
+}  // namespace
+
+void HandleClientLeaving(PipeServer& server, const MessageHeader& header, const void* /*payload*/,
+                         void*& response, std::uint32_t& responseLength) {
+  if (server.ownership.isHeldBy(header.clientId)) stopAcceleration(server);
+  server.UnregisterPushClient(header.clientId);
+  const std::uint32_t remaining = server.PushClientCount();
+  respond(ClientLeavingResponse{remaining == 0 ? 1U : 0U, remaining}, response, responseLength);
+  if (remaining == 0) {
+    if (server.ownership.isActive()) stopAcceleration(server);
+    Sleep(kLastClientPauseMs);
+    server.stop();
+  }
+}
+
+void HandleHeartbeat(PipeServer& server, const MessageHeader& header, const void* /*payload*/,
+                     void*& response, std::uint32_t& responseLength) {
+  server.TouchPushClient(header.clientId);
+  const auto now = static_cast<std::uint32_t>(static_cast<std::uint64_t>(monotonicMs()));
+  respond(now, response, responseLength);
+}
+
+}  // namespace orva_accelerator::ipc

@@ -1,0 +1,18 @@
+// Text on the wire (UTF-8, no terminator) and inside the service (UTF-16).
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace orva_accelerator::ipc {
+
+// Converts the `length` bytes of UTF-8 at offset `cursor` of the payload and advances the cursor by
+// that length, whatever became of the conversion. Invalid UTF-8 is replaced as the system does it,
+// not rejected. The length is the client's and is not compared with that of the payload: the
+// payload's read margin (see PayloadBuffer) is what makes that safe.
+std::wstring ReadPayloadText(const void* payload, std::uint32_t& cursor, std::uint16_t length);
+
+// The UTF-8 form of a wide string.
+std::string ToUtf8(const std::wstring& text);
+
+}  // namespace orva_accelerator::ipc

@@ -1,0 +1,78 @@
+// Writing one notification to every registered client.
+
+#include <algorithm>
+#include <chrono>
+
+#include "ipc/pipe_server.h"
+#include "ipc/write_watchdog.h"
+
+namespace orva_accelerator::ipc {
+
+namespace {
+
+using HundredNanoseconds = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
+
+std::uint32_t pushTimestamp() {
+  const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+  const auto ticks = std::chrono::duration_cast<HundredNanoseconds>(sinceEpoch).count();
+  return static_cast<std::uint32_t>(static_cast<std::uint64_t>(ticks));
+}
+
+bool writeWhole(HANDLE pipe, const void* bytes, std::uint32_t length, WatchedThread& watched) {
+  if (pipe == INVALID_HANDLE_VALUE) return false;  // Closed since the snapshot was taken.
+  DWORD written = 0;
+  watched.beginWrite();
+  const BOOL succeeded = WriteFile(pipe, bytes, length, &written, nullptr);
+  watched.endWrite();
+  return succeeded && written == length;
+}
+
+// Header and payload are two messages. A null payload writes the header alone, whatever length it
+// announces.
+bool writeFrame(HANDLE pipe, const PushFrameHeader& header, const void* payload,
+                WatchedThread& watched) {
+  if (!writeWhole(pipe, &header, sizeof(header), watched)) return false;
+  if (payload == nullptr || header.payloadLength == 0) return true;
+  return writeWhole(pipe, payload, header.payloadLength, watched);
+}
+
+}  // namespace
+
+bool PipeServer::BroadcastPush(std::uint32_t clientId, std::uint32_t type, const void* payload,
+                               std::uint32_t payloadLength) {
+  const PushFrameHeader header = {kPushMagic, clientId, type, payloadLength, pushTimestamp()};
+  const std::vector<std::shared_ptr<PushPipe>> pipes = snapshotPushPipes();
+  if (pipes.empty()) return false;
+
+  WatchedThread watched;
+  std::vector<std::shared_ptr<PushPipe>> failedPipes;
+  for (const auto& pipe : pipes) {
+    const PushPipe::Writer writer(*pipe);
+    if (!writeFrame(writer.get(), header, payload, watched)) failedPipes.push_back(pipe);
+  }
+  dropPushPipes(failedPipes);
+  return failedPipes.size() < pipes.size();
+}
+
+std::vector<std::shared_ptr<PushPipe>> PipeServer::snapshotPushPipes() {
+  std::vector<std::shared_ptr<PushPipe>> pipes;
+  const std::lock_guard lock(pushClientsMutex);
+  pipes.reserve(pushClients.size());
+  for (const auto& [id, client] : pushClients) {
+    if (client.connected && client.pipe) pipes.push_back(client.pipe);
+  }
+  return pipes;
+}
+
+void PipeServer::dropPushPipes(const std::vector<std::shared_ptr<PushPipe>>& failedPipes) {
+  if (failedPipes.empty()) return;
+  const std::lock_guard lock(pushClientsMutex);
+  std::erase_if(pushClients, [&failedPipes](const auto& entry) {
+    const auto& pipe = entry.second.pipe;
+    if (std::find(failedPipes.begin(), failedPipes.end(), pipe) == failedPipes.end()) return false;
+    pipe->close();
+    return true;
+  });
+}
+
+}  // namespace orva_accelerator::ipc
