@@ -1,0 +1,161 @@
+#include "tests/support/golden_vectors.h"
+
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+
+namespace orva_accelerator::test {
+namespace {
+
+using nlohmann::json;
+
+std::string repeated(const std::string& piece, std::size_t times) {
+  std::string all;
+  for (std::size_t i = 0; i < times; ++i) all += piece;
+  return all;
+}
+
+bool isRepetition(const json& value) {
+  return value.is_object() && value.contains("repeat");
+}
+
+std::string writtenOut(const json& value) {
+  if (!isRepetition(value)) return value.get<std::string>();
+  return repeated(value.at("repeat").get<std::string>(), value.at("times").get<std::size_t>());
+}
+
+void appendField(const json& field, GoldenVector& vector) {
+  const bool isVariable = field.size() == 3;
+  if (field.size() < 2 || field.size() > 3 || (isVariable && field.at(2) != "variable")) {
+    throw std::runtime_error(vector.name + ": not a field: " + field.dump());
+  }
+  // A blank between repetitions keeps the last digit of one from the first digit of the next.
+  const json& bytes = field.at(0);
+  const Bytes more =
+      bytesFromHex(isRepetition(bytes) ? repeated(bytes.at("repeat").get<std::string>() + " ",
+                                                  bytes.at("times").get<std::size_t>())
+                                       : bytes.get<std::string>());
+  vector.bytes.insert(vector.bytes.end(), more.begin(), more.end());
+  vector.variable.insert(vector.variable.end(), more.size(), isVariable);
+}
+
+std::size_t headerLengthFor(const std::string& file, std::size_t messageLength) {
+  if (file == "requests.json") return 24;
+  if (file == "responses.json") return 8;
+  if (file == "notifications.json") return 20;
+  return messageLength;
+}
+
+GoldenVector parseVector(const std::string& file, const json& source) {
+  GoldenVector vector;
+  vector.name = source.at("name").get<std::string>();
+  vector.message = source.at("message").get<std::string>();
+  vector.type = source.at("type").is_null() ? 0 : source.at("type").get<std::uint32_t>();
+  vector.values = source.at("values");
+  for (json& value : vector.values) {
+    if (isRepetition(value)) value = writtenOut(value);
+  }
+  for (const json& field : source.at("fields")) appendField(field, vector);
+  vector.headerLength = headerLengthFor(file, vector.bytes.size());
+  if (vector.bytes.size() < vector.headerLength) {
+    throw std::runtime_error(vector.name + ": shorter than its header");
+  }
+  return vector;
+}
+
+std::vector<GoldenVector> readFile(const std::string& file) {
+  const std::string path = std::string(ORVA_GOLDEN_VECTOR_DIR) + "/" + file;
+  std::ifstream stream(path, std::ios::binary);
+  if (!stream) throw std::runtime_error("cannot read " + path);
+  std::vector<GoldenVector> vectors;
+  for (const json& source : json::parse(stream)) vectors.push_back(parseVector(file, source));
+  return vectors;
+}
+
+testing::AssertionResult compare(const std::string& name, std::span<const std::uint8_t> expected,
+                                 std::span<const std::uint8_t> actual,
+                                 const std::vector<bool>& variable, std::size_t offset) {
+  const auto show = [&] {
+    return "\n  expected: " + hexFromBytes(expected) + "\n  actual:   " + hexFromBytes(actual);
+  };
+  for (std::size_t i = 0; i < expected.size() && i < actual.size(); ++i) {
+    if (expected[i] != actual[i] && !variable[offset + i]) {
+      return testing::AssertionFailure() << name << " differs at offset " << i << show();
+    }
+  }
+  if (expected.size() != actual.size()) {
+    return testing::AssertionFailure()
+           << name << " has " << expected.size() << " bytes, not " << actual.size() << show();
+  }
+  return testing::AssertionSuccess() << name << " matches";
+}
+
+int digitValue(char digit) {
+  if (digit >= '0' && digit <= '9') return digit - '0';
+  if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
+  if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
+  return -1;
+}
+
+}  // namespace
+
+std::string GoldenVector::text(std::string_view field) const {
+  return values.at(std::string(field)).get<std::string>();
+}
+
+const std::vector<GoldenVector>& goldenVectors(const std::string& file) {
+  static std::mutex mutex;
+  static std::map<std::string, std::vector<GoldenVector>> files;
+  const std::lock_guard lock(mutex);
+  auto found = files.find(file);
+  if (found == files.end()) found = files.emplace(file, readFile(file)).first;
+  return found->second;
+}
+
+const GoldenVector& goldenVector(const std::string& file, std::string_view name) {
+  for (const GoldenVector& vector : goldenVectors(file)) {
+    if (vector.name == name) return vector;
+  }
+  throw std::runtime_error("no vector " + std::string(name) + " in " + file);
+}
+
+testing::AssertionResult isMessage(const GoldenVector& vector,
+                                   std::span<const std::uint8_t> actual) {
+  return compare(vector.name, vector.bytes, actual, vector.variable, 0);
+}
+
+testing::AssertionResult isPayload(const GoldenVector& vector,
+                                   std::span<const std::uint8_t> actual) {
+  return compare(vector.name + "'s payload", vector.payload(), actual, vector.variable,
+                 vector.headerLength);
+}
+
+Bytes bytesFromHex(std::string_view hex) {
+  Bytes bytes;
+  for (std::size_t i = 0; i < hex.size();) {
+    if (hex[i] == ' ') {
+      ++i;
+      continue;
+    }
+    const int high = digitValue(hex[i]);
+    const int low = i + 1 < hex.size() ? digitValue(hex[i + 1]) : -1;
+    if (high < 0 || low < 0) throw std::runtime_error("not hexadecimal: " + std::string(hex));
+    bytes.push_back(static_cast<std::uint8_t>(high * 16 + low));
+    i += 2;
+  }
+  return bytes;
+}
+
+std::string hexFromBytes(std::span<const std::uint8_t> bytes) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string hex;
+  for (const std::uint8_t byte : bytes) {
+    if (!hex.empty()) hex += ' ';
+    hex += kDigits[byte >> 4];
+    hex += kDigits[byte & 15];
+  }
+  return hex;
+}
+
+}  // namespace orva_accelerator::test
