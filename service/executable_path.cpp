@@ -1,0 +1,20 @@
+#include "service/executable_path.h"
+
+#include <windows.h>
+
+#include <cwchar>
+#include <iterator>
+
+namespace orva_accelerator::service {
+
+namespace {
+constexpr DWORD kPathCapacity = 260;
+}
+
+std::optional<std::wstring> ownExecutablePath() {
+  wchar_t path[kPathCapacity] = {};
+  if (GetModuleFileNameW(nullptr, path, kPathCapacity) == 0) return std::nullopt;
+  return std::wstring(path, wcsnlen(path, std::size(path)));
+}
+
+}  // namespace orva_accelerator::service

@@ -1,0 +1,55 @@
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+
+#include "service/service_identity.h"
+#include "service/service_installer.h"
+#include "win32/unique_handle.h"
+
+namespace orva_accelerator::service {
+
+namespace {
+
+using win32::UniqueServiceHandle;
+
+// Array new aligns a block of bytes for any record of this size.
+using ConfigBytes = std::unique_ptr<std::byte[]>;
+
+}  // namespace
+
+bool isServiceInstalled() {
+  const UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+  if (!manager) return false;
+  const UniqueServiceHandle service(
+      OpenServiceW(manager.get(), kServiceName, SERVICE_QUERY_STATUS));
+  if (!service) return false;
+  SERVICE_STATUS status = {};
+  return QueryServiceStatus(service.get(), &status) != FALSE;
+}
+
+bool queryServiceConfig(QUERY_SERVICE_CONFIGW*& config) {
+  config = nullptr;
+  UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+  if (!manager) return false;
+  UniqueServiceHandle service(OpenServiceW(manager.get(), kServiceName, SERVICE_QUERY_CONFIG));
+  if (!service) return false;
+
+  DWORD size = 0;
+  const BOOL answered = QueryServiceConfigW(service.get(), nullptr, 0, &size);
+  if (!answered && size == 0 && GetLastError() != ERROR_INSUFFICIENT_BUFFER) return false;
+
+  // Never less than the record itself, whatever size was reported: callers read its fields.
+  const std::size_t capacity = std::max<std::size_t>(size, sizeof(QUERY_SERVICE_CONFIGW));
+  ConfigBytes bytes = std::make_unique<std::byte[]>(capacity);
+  auto* record = reinterpret_cast<QUERY_SERVICE_CONFIGW*>(bytes.get());
+  if (!QueryServiceConfigW(service.get(), record, size, &size)) return false;
+  (void)bytes.release();  // The caller's from now on, under the name below.
+  config = record;
+  return true;
+}
+
+void releaseServiceConfig(QUERY_SERVICE_CONFIGW* config) {
+  const ConfigBytes bytes(reinterpret_cast<std::byte*>(config));
+}
+
+}  // namespace orva_accelerator::service
