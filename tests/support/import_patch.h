@@ -122,10 +122,11 @@ class ImportHook<Result(Arguments...)> {
   static constexpr std::size_t kForEver = static_cast<std::size_t>(-1);
 
   ImportHook(const char* dll, const char* function)
-      : state_(std::make_shared<State>()),
-        slot_(Slots::take(state_)),
-        patch_(std::in_place, dll, function) {
+      : patch_(std::in_place, dll, function), state_(std::make_shared<State>()) {
+    // The state is complete before anybody can find it: a latecomer of an old hook may come through
+    // the slot as soon as it is taken.
     state_->original = reinterpret_cast<Function*>(patch_->original());
+    slot_ = Slots::take(state_);
     patch_->install(reinterpret_cast<void*>(Slots::trampoline(slot_)));
   }
   ImportHook(const ImportHook&) = delete;
@@ -281,9 +282,9 @@ class ImportHook<Result(Arguments...)> {
         new std::shared_ptr<State>[detail::kHookSlots];
   };
 
+  std::optional<RawImportPatch> patch_;
   std::shared_ptr<State> state_;
   std::size_t slot_ = 0;
-  std::optional<RawImportPatch> patch_;
 };
 
 }  // namespace orva_accelerator::test
