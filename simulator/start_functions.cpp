@@ -1,0 +1,127 @@
+// Starting: three states of progress, then accelerating.
+#include "simulator/accelerator.h"
+#include "simulator/call.h"
+#include "simulator/deliveries.h"
+#include "simulator/exports.h"
+
+using orva_accelerator::sdk::KernelAccelCompletion;
+using orva_accelerator::sdk::KernelAccelResult;
+using orva_accelerator::sdk::KernelBool;
+using namespace orva_accelerator::simulator;
+
+namespace {
+
+constexpr std::uint32_t progressDelayMs = 40;
+
+std::vector<CompletionStep> usualSteps() {
+  std::vector<CompletionStep> steps(4);
+  for (std::uint32_t i = 0; i < 4; ++i) {
+    steps[i].afterMs = progressDelayMs;
+    steps[i].state = i + 1;
+  }
+  return steps;
+}
+
+// The text of a result, alive until the delivery is over; null when the scenario wants none.
+const wchar_t* resultText(const std::optional<ResultText>& given, const std::wstring& usual) {
+  if (!given) return usual.c_str();
+  return given->null ? nullptr : given->text.c_str();
+}
+
+KernelAccelResult resultOf(const AccelTarget& target, const CompletionStep& step) {
+  const std::uint32_t progress = step.state < 4 ? step.state * 25 : 100;
+  return {step.value1.value_or(target.request.gameId),
+          step.value2.value_or(target.request.areaId),
+          resultText(step.text1, target.gameText),
+          step.value3.value_or(target.node.nodeId),
+          step.value4.value_or(progress),
+          step.state,
+          step.value5.value_or(target.node.value1),
+          resultText(step.text2, target.node.text)};
+}
+
+void deliver(const char* function, void* context, KernelAccelCompletion completion,
+             const AccelTarget& target, const CompletionStep& step) {
+  LogEntry entry("completion", function);
+  if (step.nullRecord) {
+    entry.pointer("record", false).write();
+    completion(context, nullptr, nullptr);
+    return;
+  }
+  const KernelAccelResult result = resultOf(target, step);
+  entry.number("value1", result.value1)
+      .number("value2", result.value2)
+      .text("text1", result.text1)
+      .number("value3", result.value3)
+      .number("value4", result.value4)
+      .number("state", result.state)
+      .number("value5", result.value5)
+      .text("text2", result.text2)
+      .write();
+  reachState(target, step.state);
+  completion(context, nullptr, &result);
+}
+
+KernelBool start(const char* function, void* context, const StartRequest& request,
+                 const std::uint32_t* startArg4, KernelAccelCompletion completion) {
+  const Call call(function);
+  LogEntry entry = call.log();
+  entry.pointer("context", context != nullptr)
+      .number("startArg1", request.gameId)
+      .number("startArg2", request.areaId)
+      .text("startText", request.serverKey.c_str())
+      .number("isAuto", static_cast<std::uint32_t>(request.isAuto ? 1 : 0))
+      .text("nodeList", request.nodeList.c_str())
+      .number("startArg3", request.mode);
+  if (startArg4 != nullptr) entry.number("startArg4", *startArg4);
+  entry.pointer("completion", completion != nullptr).write();
+  call.raiseIfAsked();
+  if (call.accepted() && completion != nullptr) {
+    const CallBehaviour& behaviour = call.behaviour();
+    const auto target =
+        std::make_shared<const AccelTarget>(findTarget(call.scenario().catalogue, request));
+    CalledOff calledOff = beginAcceleration(*target, behaviour.survivesStop);
+    deliverSteps(
+        behaviour.completions ? *behaviour.completions : usualSteps(),
+        [function, context, completion, target](const CompletionStep& step) {
+          deliver(function, context, completion, *target, step);
+        },
+        std::move(calledOff));
+  }
+  return call.finish();
+}
+
+StartRequest requestOf(std::uint32_t startArg1, std::uint32_t startArg2, const wchar_t* startText,
+                       KernelBool isAuto, const wchar_t* nodeList, std::uint32_t startArg3) {
+  return {startArg1,
+          startArg2,
+          startText == nullptr ? L"" : startText,
+          isAuto != 0,
+          nodeList == nullptr ? L"" : nodeList,
+          startArg3};
+}
+
+}  // namespace
+
+extern "C" KernelBool Kernel_StartAccel(void* context, std::uint32_t startArg1,
+                                        std::uint32_t startArg2, const wchar_t* startText,
+                                        KernelBool isAuto, const wchar_t* nodeList,
+                                        std::uint32_t startArg3, KernelAccelCompletion completion) {
+  return guarded([&] {
+    return start("Kernel_StartAccel", context,
+                 requestOf(startArg1, startArg2, startText, isAuto, nodeList, startArg3), nullptr,
+                 completion);
+  });
+}
+
+extern "C" KernelBool Kernel_StartAccelEx(void* context, std::uint32_t startArg1,
+                                          std::uint32_t startArg2, const wchar_t* startText,
+                                          KernelBool isAuto, const wchar_t* nodeList,
+                                          std::uint32_t startArg3, std::uint32_t startArg4,
+                                          KernelAccelCompletion completion) {
+  return guarded([&] {
+    return start("Kernel_StartAccelEx", context,
+                 requestOf(startArg1, startArg2, startText, isAuto, nodeList, startArg3),
+                 &startArg4, completion);
+  });
+}

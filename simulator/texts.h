@@ -1,0 +1,28 @@
+// Texts as the library's records hold them, and their UTF-8 form in the scenario and the log.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace orva_accelerator::simulator {
+
+// Malformed UTF-8 becomes U+FFFD.
+std::wstring fromUtf8(std::string_view text);
+
+// Appends `text` between double quotes, escaped as in JSON; other characters stay as UTF-8. A
+// surrogate without its other half, which UTF-8 cannot express, is written as \uD800 is.
+void appendQuoted(std::string& out, std::wstring_view text);
+
+// Copies `text` into an array of `capacity` units and terminates it if there is room for that: a
+// text of `capacity` units or more fills the array and has no terminator, which is how a scenario
+// asks for an unterminated one. Works on both of the library's unit types.
+template <typename Unit>
+void copyText(std::wstring_view text, Unit* array, std::size_t capacity) {
+  static_assert(sizeof(Unit) == 2 && sizeof(wchar_t) == 2);
+  const std::size_t length = text.size() < capacity ? text.size() : capacity;
+  for (std::size_t i = 0; i < length; ++i) array[i] = static_cast<Unit>(text[i]);
+  if (length < capacity) array[length] = Unit{};
+}
+
+}  // namespace orva_accelerator::simulator
