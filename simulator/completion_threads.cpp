@@ -17,7 +17,7 @@ namespace orva_accelerator::simulator {
 namespace {
 
 constexpr unsigned maximumThreads = 64;
-constexpr std::chrono::milliseconds idleTime{500};
+constexpr std::chrono::milliseconds idleTime{200};
 
 class Schedule {
  public:
