@@ -1,0 +1,31 @@
+#include "client/error.h"
+
+namespace orva_accelerator::client {
+
+const char* KindName(ErrorKind kind) {
+  switch (kind) {
+    case ErrorKind::Usage:
+      return "usage";
+    case ErrorKind::NoService:
+      return "no-service";
+    case ErrorKind::Timeout:
+      return "timeout";
+    case ErrorKind::Refused:
+      return "refused";
+    case ErrorKind::Protocol:
+      return "protocol";
+    case ErrorKind::System:
+      return "system";
+    case ErrorKind::Interrupted:
+      return "interrupted";
+  }
+  return "system";
+}
+
+std::string Describe(const Error& error) {
+  std::string line = "Could not " + error.step + ": " + error.text;
+  if (error.win32Code != 0) line += " (Win32 error " + std::to_string(error.win32Code) + ")";
+  return line;
+}
+
+}  // namespace orva_accelerator::client

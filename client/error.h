@@ -1,0 +1,34 @@
+// What went wrong, as a value: nothing in this library throws for a failure of the service, of the
+// pipe or of the caller's input.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace orva_accelerator::client {
+
+enum class ErrorKind {
+  Usage,        // The caller asked for something that cannot be sent.
+  NoService,    // Nobody serves the pipe, or somebody who is not the service.
+  Timeout,      // The deadline passed.
+  Refused,      // The service or the library answered, and the answer is no.
+  Protocol,     // What came does not keep to the protocol, or the service ended the connection.
+  System,       // Any other failed Win32 call.
+  Interrupted,  // The caller's own interrupt event was signalled.
+};
+
+struct Error {
+  ErrorKind kind = ErrorKind::System;
+  std::string step;             // What was being done: "open the request pipe".
+  std::uint32_t win32Code = 0;  // The code of the failed call; 0 where none failed.
+  std::string text;             // What that means for the reader, in a sentence without full stop.
+};
+
+// "no-service" and so on: for programs; never changes.
+const char* KindName(ErrorKind kind);
+
+// One line for people: "Could not open the request pipe: the service is not running (Win32 error
+// 2)".
+std::string Describe(const Error& error);
+
+}  // namespace orva_accelerator::client

@@ -1,0 +1,56 @@
+// A connection on which the service announces outcomes.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "client/bytes.h"
+#include "client/deadline.h"
+#include "client/message_pipe.h"
+#include "client/notification_assembler.h"
+#include "client/notifications.h"
+#include "client/pipe_opener.h"
+#include "client/result.h"
+#include "ipc/pipe_names.h"
+
+namespace orva_accelerator::client {
+
+// Not for use by several threads at once. Notifications wait in the pipe until Next takes them;
+// the service gives up on a client that leaves its pipe full, so a client that registers must keep
+// reading.
+class PushChannel {
+ public:
+  // The longest message that is accepted: two texts that cannot be longer than the library's own
+  // are far from it.
+  static constexpr std::size_t kLongestMessage = std::size_t{64} * 1024 * 1024;
+
+  static Endpoint DefaultEndpoint() { return Endpoint{ipc::kPushPipeName}; }
+
+  // Connects and announces the client id. The service does not acknowledge it and takes it on a
+  // thread of its own: what is announced in the next moment may still miss this client. A heartbeat
+  // request in between gives the service that moment.
+  static Result<PushChannel> Register(const Endpoint& endpoint, std::uint32_t clientId,
+                                      const Deadline& deadline);
+
+  // Waits for the next notification, whoever it is for. `interrupt`, if not null, is a borrowed
+  // event that ends the wait early.
+  //
+  // After Timeout and Interrupted the channel can be used again, and nothing is lost. After a
+  // Protocol error without a Win32 code the message that fits nowhere is dropped and reading may go
+  // on. Any other error is final.
+  Result<Notification> Next(const Deadline& deadline, HANDLE interrupt = nullptr);
+
+ private:
+  explicit PushChannel(MessagePipe pipe) : pipe_(std::move(pipe)) {}
+
+  Result<Done> ReadMessage(const Deadline& deadline, HANDLE interrupt);
+
+  MessagePipe pipe_;
+  NotificationAssembler assembler_;
+  Bytes message_;            // What has been read of the current message.
+  bool discarding_ = false;  // The rest of the current message is too long and is thrown away.
+};
+
+}  // namespace orva_accelerator::client

@@ -1,0 +1,90 @@
+#include "client/request_channel.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "client/requests.h"
+#include "ipc/wire_headers.h"
+
+namespace orva_accelerator::client {
+namespace {
+
+constexpr char kReadStep[] = "read the answer";
+constexpr std::size_t kReadAtOnce = std::size_t{64} * 1024;
+
+Error Broken(std::string text) {
+  return Error{ErrorKind::Protocol, kReadStep, 0, std::move(text)};
+}
+
+// Reads exactly `wanted` bytes from the front of the current message. Gives whether the message
+// goes on behind them.
+Result<bool> ReadExactly(MessagePipe& pipe, std::size_t wanted, Bytes& bytes,
+                         const Deadline& deadline) {
+  bool more = true;
+  while (bytes.size() < wanted) {
+    if (!more) {
+      return Broken("a message ended after " + std::to_string(bytes.size()) + " of " +
+                    std::to_string(wanted) + " bytes");
+    }
+    const std::size_t had = bytes.size();
+    bytes.resize(had + std::min(wanted - had, kReadAtOnce));
+    auto piece = pipe.Read(std::span(bytes).subspan(had), deadline, kReadStep);
+    if (!piece) return piece.error();
+    bytes.resize(had + piece.value().length);
+    more = piece.value().more;
+  }
+  return more;
+}
+
+}  // namespace
+
+Result<RequestChannel> RequestChannel::Open(const Endpoint& endpoint, const Deadline& deadline) {
+  auto pipe = OpenPipe(endpoint, deadline, "open the request pipe");
+  if (!pipe) return pipe.error();
+  return RequestChannel(std::move(pipe.value()));
+}
+
+Result<Bytes> RequestChannel::Exchange(std::uint32_t type, std::uint32_t clientId, ByteView payload,
+                                       const Deadline& deadline) {
+  if (!pipe_) {
+    return Error{ErrorKind::Usage, "send a request", 0,
+                 "the channel has been closed after an earlier error"};
+  }
+  auto frame = EncodeFrame(type, clientId, payload);
+  if (!frame) return frame.error();
+  auto written = pipe_->Write(frame.value(), deadline, "send a request");
+  if (!written) {
+    pipe_.reset();
+    return written.error();
+  }
+  auto response = ReadResponse(deadline);
+  if (!response) pipe_.reset();
+  return response;
+}
+
+Result<Bytes> RequestChannel::ReadResponse(const Deadline& deadline) {
+  Bytes headerBytes;
+  auto more = ReadExactly(*pipe_, sizeof(ipc::ResponseHeader), headerBytes, deadline);
+  if (!more) return more.error();
+  ipc::ResponseHeader header{};
+  std::memcpy(&header, headerBytes.data(), sizeof(header));
+  if (header.payloadLength > kLongestResponse) {
+    return Broken("an answer of " + std::to_string(header.payloadLength) + " bytes was announced");
+  }
+  Bytes payload;
+  if (header.payloadLength != 0) {
+    // In the header's own message or in the next one: "back to back" allows for both.
+    more = ReadExactly(*pipe_, header.payloadLength, payload, deadline);
+    if (!more) return more.error();
+  }
+  if (more.value()) {
+    return Broken("more than the announced " + std::to_string(header.payloadLength) +
+                  " bytes came");
+  }
+  return payload;
+}
+
+}  // namespace orva_accelerator::client

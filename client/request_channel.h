@@ -1,0 +1,46 @@
+// A connection on which the service is asked, one question after the other.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "client/bytes.h"
+#include "client/deadline.h"
+#include "client/message_pipe.h"
+#include "client/pipe_opener.h"
+#include "client/result.h"
+#include "ipc/pipe_names.h"
+
+namespace orva_accelerator::client {
+
+// Not for use by several threads at once; several channels are independent of each other.
+class RequestChannel {
+ public:
+  // The longest response that is accepted; one that announces more is a protocol error. No real
+  // answer comes near it. Memory is taken as bytes arrive, never because a header announces them.
+  static constexpr std::size_t kLongestResponse = std::size_t{64} * 1024 * 1024;
+
+  static Endpoint DefaultEndpoint() { return Endpoint{ipc::kRequestPipeName}; }
+
+  static Result<RequestChannel> Open(const Endpoint& endpoint, const Deadline& deadline);
+
+  // Sends one request and gives the payload of its response, empty if it has none. Writing and
+  // reading share the one deadline.
+  //
+  // Any error but Usage leaves the channel unusable and closes it: an answer that is still on its
+  // way would be taken for the answer to the next question. Open another one then.
+  Result<Bytes> Exchange(std::uint32_t type, std::uint32_t clientId, ByteView payload,
+                         const Deadline& deadline);
+
+  bool usable() const { return pipe_.has_value(); }
+
+ private:
+  explicit RequestChannel(MessagePipe pipe) : pipe_(std::move(pipe)) {}
+
+  Result<Bytes> ReadResponse(const Deadline& deadline);
+
+  std::optional<MessagePipe> pipe_;
+};
+
+}  // namespace orva_accelerator::client

@@ -1,0 +1,64 @@
+// What a client can ask, and the bytes of it.
+//
+// Texts are UTF-8; one longer than 65,535 bytes cannot be announced on the wire and is refused as a
+// usage error. The encoders are pure functions and give the payload alone; EncodeFrame puts the
+// header in front. Requests that carry nothing need no encoder.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "client/bytes.h"
+#include "client/result.h"
+
+namespace orva_accelerator::client {
+
+struct InitRequest {
+  std::uint32_t channelId = 1;
+  std::uint32_t channelNumber = 0;
+  std::string channelName;
+};
+
+struct LoginRequest {
+  std::string account;
+  std::string credential;
+};
+
+// The service hands all of it to the library as it is, but takes `nodeSelection` apart on the way:
+// anything in it that is not a number ends the service. See client/node_selection.h.
+struct StartRequest {
+  std::uint32_t startArg1 = 0;
+  std::uint32_t startArg2 = 0;
+  std::uint32_t startArg3 = 0;
+  std::string startText;
+  std::string nodeSelection;
+};
+
+struct StartExRequest {
+  StartRequest start;
+  std::uint32_t startArg4 = 0;
+};
+
+struct SpeedRequest {
+  std::uint32_t gameId = 0;
+  std::uint32_t areaId = 0;
+  std::string serverKey;
+  std::uint32_t testOption = 0;
+};
+
+Result<Bytes> EncodeInit(const InitRequest& request);
+Result<Bytes> EncodeLogin(const LoginRequest& request);
+Result<Bytes> EncodeStart(const StartRequest& request);
+Result<Bytes> EncodeStartEx(const StartExRequest& request);
+Result<Bytes> EncodeSpeed(const SpeedRequest& request);
+Bytes EncodeGame(std::uint32_t gameId);
+
+// Header and payload as the one message that RequestChannel writes: the service reads the header
+// from its front and the payload from the rest. `type` is a number rather than an ipc::MessageType
+// because tools send unknown ones too. A payload of 4 GiB or more is a usage error.
+Result<Bytes> EncodeFrame(std::uint32_t type, std::uint32_t clientId, ByteView payload);
+
+// The only thing that is ever sent on the push pipe.
+Bytes EncodePushRegistration(std::uint32_t clientId);
+
+}  // namespace orva_accelerator::client

@@ -1,0 +1,63 @@
+// Every question that the service answers, as a function.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <utility>
+
+#include "client/request_channel.h"
+#include "client/requests.h"
+#include "client/responses.h"
+#include "client/result.h"
+
+namespace orva_accelerator::client {
+
+// Speaks for one client id over a channel of its own. Each call has the whole of `timeout`. See
+// RequestChannel for what an error means for the channel; an answer that does not decode and a
+// request that cannot be encoded leave it usable.
+//
+// Refused is never made up from the content of an answer: a start that was turned down is a value.
+class ServiceClient {
+ public:
+  ServiceClient(RequestChannel channel, std::uint32_t clientId, std::chrono::milliseconds timeout)
+      : channel_(std::move(channel)), clientId_(clientId), timeout_(timeout) {}
+
+  std::uint32_t clientId() const { return clientId_; }
+  bool usable() const { return channel_.usable(); }
+
+  // 1: initialised (also when it already was); -1: the library could not be loaded; -2: it lacks a
+  // function.
+  Result<std::int32_t> Init(const InitRequest& request);
+  // Taken, no more: the outcome of a login that the library accepts is announced on the push pipe.
+  Result<Done> Login(const LoginRequest& request);
+  Result<Done> Release();
+  Result<bool> IsInitialised();
+  // True: accepted, or a start of this client is under way already. The outcome is announced.
+  Result<bool> Start(const StartRequest& request);
+  // The same, after stopping whatever runs.
+  Result<bool> StartEx(const StartExRequest& request);
+  // Taken, no more: the outcome is announced. Any client may stop what any other started.
+  Result<Done> Stop();
+  Result<AccelOwner> QueryOwner();
+  Result<AccelData> GetAccelData();
+  Result<ConsoleData> GetConsoleData();
+  Result<LastAccelInfo> GetLastAccelInfo(std::uint32_t gameId);
+  Result<SpeedSummary> GetSpeedSummary(const SpeedRequest& request);
+  Result<GameInfo> GetGameInfo(std::uint32_t gameId);
+  Result<UsedNodeList> GetUsedNodes(std::uint32_t gameId);
+  // Ends this client's acceleration and its push connection; the last client to leave ends the
+  // service.
+  Result<LeaveOutcome> Leave();
+  // The low 32 bits of the service's millisecond clock.
+  Result<std::uint32_t> Heartbeat();
+
+  // Any request: the payload of the answer as it came.
+  Result<Bytes> Ask(std::uint32_t type, ByteView payload);
+
+ private:
+  RequestChannel channel_;
+  std::uint32_t clientId_;
+  std::chrono::milliseconds timeout_;
+};
+
+}  // namespace orva_accelerator::client

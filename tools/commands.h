@@ -1,0 +1,20 @@
+// The command families: each adds its commands to the parser. A command that is chosen sets
+// Context::action.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "tools/context.h"
+
+namespace orva_accelerator::tools {
+
+void AddSdkCommands(CLI::App& app, Context& context);      // init, login, release
+void AddStatusCommands(CLI::App& app, Context& context);   // status, owner, heartbeat
+void AddControlCommands(CLI::App& app, Context& context);  // start, start-ex, stop, leave
+void AddQueryCommands(CLI::App& app, Context& context);    // console, last, speed, game, nodes
+void AddDataCommand(CLI::App& app, Context& context);
+void AddWatchCommand(CLI::App& app, Context& context);
+void AddRawCommand(CLI::App& app, Context& context);
+void AddSessionCommand(CLI::App& app, Context& context);
+
+}  // namespace orva_accelerator::tools

@@ -1,0 +1,58 @@
+#include "tools/console.h"
+
+#include <algorithm>
+#include <string>
+
+#include "tools/utf8.h"
+
+namespace orva_accelerator::tools {
+namespace {
+
+// A console takes only so much in one call.
+constexpr std::size_t kMostUnits = 8000;
+
+bool WriteToConsole(HANDLE console, std::string_view utf8) {
+  const std::wstring wide = WideFromUtf8(utf8);
+  for (std::size_t done = 0; done < wide.size();) {
+    DWORD written = 0;
+    const auto units = static_cast<DWORD>(std::min(wide.size() - done, kMostUnits));
+    if (!WriteConsoleW(console, wide.data() + done, units, &written, nullptr)) return false;
+    if (written == 0) return false;
+    done += written;
+  }
+  return true;
+}
+
+bool WriteToFile(HANDLE file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    DWORD written = 0;
+    const auto size = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), 0x40000000));
+    if (!WriteFile(file, bytes.data(), size, &written, nullptr)) return false;
+    if (written == 0) return false;
+    bytes.remove_prefix(written);
+  }
+  return true;
+}
+
+bool Write(HANDLE target, std::string_view utf8) {
+  DWORD mode = 0;
+  return GetConsoleMode(target, &mode) ? WriteToConsole(target, utf8) : WriteToFile(target, utf8);
+}
+
+}  // namespace
+
+Console::Console() : out_(GetStdHandle(STD_OUTPUT_HANDLE)), err_(GetStdHandle(STD_ERROR_HANDLE)) {
+  DWORD mode = 0;
+  outIsTerminal_ = GetConsoleMode(out_, &mode) &&
+                   SetConsoleMode(out_, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
+
+void Console::Out(std::string_view utf8) {
+  if (!Write(out_, utf8)) outFailed_ = true;
+}
+
+void Console::Err(std::string_view utf8) {
+  (void)Write(err_, utf8);  // There is nowhere left to complain.
+}
+
+}  // namespace orva_accelerator::tools

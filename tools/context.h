@@ -1,0 +1,61 @@
+// What every command needs: the global options, the outputs and the way to the service.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "client/push_channel.h"
+#include "client/result.h"
+#include "client/service_client.h"
+#include "tools/console.h"
+#include "tools/exit_codes.h"
+#include "tools/records.h"
+
+namespace orva_accelerator::tools {
+
+struct Options {
+  std::uint32_t clientId = 0;
+  std::chrono::milliseconds timeout{5000};       // For each request.
+  std::chrono::milliseconds waitTimeout{30000};  // For an outcome that is announced later.
+  bool json = false;
+  client::Endpoint request = client::RequestChannel::DefaultEndpoint();
+  client::Endpoint push = client::PushChannel::DefaultEndpoint();
+};
+
+// Lives as long as the process; commands keep references to it.
+class Context {
+ public:
+  Options options;
+  Console console;
+  // Set by the parsed command; gives the exit code.
+  std::function<int()> action;
+
+  client::Result<client::ServiceClient> Connect();
+  client::Result<client::PushChannel> Register();
+
+  // Prints an answer: as rows, or as one line of JSON with the command's name in front.
+  void Print(const char* command, const Json& record);
+  // Prints a sentence for people; with --json nothing.
+  void Say(const std::string& sentence);
+  // Prints an error to standard error and gives the exit code for it.
+  int Fail(const client::Error& error);
+
+ private:
+  client::Deadline OpeningDeadline() const;
+};
+
+// Connects, asks one question and prints its answer: the whole of most commands. `ask` takes the
+// client and gives a Result of something that has a ToJson.
+template <typename Ask>
+int AskAndPrint(Context& context, const char* command, Ask ask) {
+  auto service = context.Connect();
+  if (!service) return context.Fail(service.error());
+  auto answer = ask(service.value());
+  if (!answer) return context.Fail(answer.error());
+  context.Print(command, ToJson(answer.value()));
+  return kExitOk;
+}
+
+}  // namespace orva_accelerator::tools

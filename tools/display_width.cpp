@@ -1,0 +1,86 @@
+#include "tools/display_width.h"
+
+#include <cstdint>
+#include <cstdio>
+
+namespace orva_accelerator::tools {
+namespace {
+
+struct Range {
+  std::uint32_t first;
+  std::uint32_t last;
+};
+
+// The blocks that matter for names of games, areas and servers.
+constexpr Range kWide[] = {
+    {0x1100, 0x115F}, {0x2E80, 0x303E},   {0x3041, 0x33FF},   {0x3400, 0x4DBF},  {0x4E00, 0x9FFF},
+    {0xA000, 0xA4CF}, {0xAC00, 0xD7A3},   {0xF900, 0xFAFF},   {0xFE30, 0xFE4F},  {0xFF00, 0xFF60},
+    {0xFFE0, 0xFFE6}, {0x1F300, 0x1F64F}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
+constexpr Range kCombining[] = {{0x0300, 0x036F}, {0x200B, 0x200F}, {0xFE00, 0xFE0F}};
+
+template <std::size_t N>
+bool In(const Range (&ranges)[N], std::uint32_t character) {
+  for (const Range& range : ranges) {
+    if (character >= range.first && character <= range.last) return true;
+  }
+  return false;
+}
+
+std::size_t WidthOf(std::uint32_t character) {
+  if (In(kCombining, character)) return 0;
+  return In(kWide, character) ? 2 : 1;
+}
+
+bool IsContinuation(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+// The bits of a lead byte that belong to the character.
+std::uint32_t LeadBits(unsigned char lead) {
+  if (lead < 0x80) return lead;
+  if (lead < 0xE0) return lead & 0x1Fu;
+  if (lead < 0xF0) return lead & 0x0Fu;
+  return lead & 0x07u;
+}
+
+}  // namespace
+
+std::size_t DisplayWidth(std::string_view utf8) {
+  std::size_t width = 0;
+  for (std::size_t i = 0; i < utf8.size();) {
+    std::uint32_t character = LeadBits(static_cast<unsigned char>(utf8[i]));
+    for (++i; i < utf8.size() && IsContinuation(utf8[i]); ++i) {
+      character = (character << 6) | (static_cast<unsigned char>(utf8[i]) & 0x3Fu);
+    }
+    width += WidthOf(character);
+  }
+  return width;
+}
+
+std::string Padded(std::string_view utf8, std::size_t width) {
+  std::string text(utf8);
+  const std::size_t has = DisplayWidth(utf8);
+  if (has < width) text.append(width - has, ' ');
+  return text;
+}
+
+std::string WithoutControls(std::string_view utf8) {
+  std::string text;
+  for (std::size_t i = 0; i < utf8.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(utf8[i]);
+    // C2 80 to C2 9F are the second set of control characters.
+    const bool second =
+        byte == 0xC2 && i + 1 < utf8.size() && static_cast<unsigned char>(utf8[i + 1]) < 0xA0;
+    if (byte >= 0x20 && byte != 0x7F && !second) {
+      text += utf8[i];
+      continue;
+    }
+    char escaped[8];
+    const unsigned shown = second ? static_cast<unsigned char>(utf8[++i]) : byte;
+    std::snprintf(escaped, sizeof(escaped), "\\x%02x", shown);
+    text += escaped;
+  }
+  return text;
+}
+
+}  // namespace orva_accelerator::tools

@@ -1,0 +1,21 @@
+// Texts as they appear in columns.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace orva_accelerator::tools {
+
+// Columns that a UTF-8 text takes on a console: two for the wide characters of Chinese, Japanese
+// and Korean, none for combining marks, one for everything else.
+std::size_t DisplayWidth(std::string_view utf8);
+
+// `utf8` with blanks behind it up to `width` columns.
+std::string Padded(std::string_view utf8, std::size_t width);
+
+// Control characters written out as \xNN: a text that comes from elsewhere must not move the
+// reader's cursor or change its colours.
+std::string WithoutControls(std::string_view utf8);
+
+}  // namespace orva_accelerator::tools

@@ -1,0 +1,83 @@
+// console, last, speed, game, nodes: what the library knows.
+#include <memory>
+
+#include "tools/commands.h"
+
+namespace orva_accelerator::tools {
+namespace {
+
+// The answers whose first word says whether the library had anything.
+template <typename Ask>
+int AskWithStatus(Context& context, const char* command, Ask ask) {
+  auto service = context.Connect();
+  if (!service) return context.Fail(service.error());
+  auto answer = ask(service.value());
+  if (!answer) return context.Fail(answer.error());
+  if (answer.value().status == 0) {
+    return context.Fail(client::Error{client::ErrorKind::Refused, "answer that", 0,
+                                      "the library has nothing for it or is not initialised"});
+  }
+  context.Print(command, ToJson(answer.value()));
+  return kExitOk;
+}
+
+void AddGameCommand(CLI::App& app, Context& context, const char* name, const char* help,
+                    int (*run)(Context&, std::uint32_t)) {
+  auto gameId = std::make_shared<std::uint32_t>(0);
+  CLI::App* command = app.add_subcommand(name, help);
+  command->add_option("GAME", *gameId, "Game id")->required();
+  command->callback([&context, gameId, run] {
+    context.action = [&context, gameId, run] { return run(context, *gameId); };
+  });
+}
+
+int RunLast(Context& context, std::uint32_t gameId) {
+  return AskWithStatus(context, "last", [gameId](client::ServiceClient& service) {
+    return service.GetLastAccelInfo(gameId);
+  });
+}
+
+int RunGame(Context& context, std::uint32_t gameId) {
+  return AskWithStatus(context, "game", [gameId](client::ServiceClient& service) {
+    return service.GetGameInfo(gameId);
+  });
+}
+
+int RunNodes(Context& context, std::uint32_t gameId) {
+  return AskWithStatus(context, "nodes", [gameId](client::ServiceClient& service) {
+    return service.GetUsedNodes(gameId);
+  });
+}
+
+void AddSpeed(CLI::App& app, Context& context) {
+  auto request = std::make_shared<client::SpeedRequest>();
+  CLI::App* speed = app.add_subcommand("speed", "Summary of a game's latest speed test");
+  speed->add_option("GAME", request->gameId, "Game id")->required();
+  speed->add_option("AREA", request->areaId, "Area id")->required();
+  speed->add_option("SERVER", request->serverKey, "Server key")->required();
+  speed->add_option("--option", request->testOption, "testOption")->capture_default_str();
+  speed->callback([&context, request] {
+    context.action = [&context, request] {
+      return AskWithStatus(context, "speed", [&](client::ServiceClient& service) {
+        return service.GetSpeedSummary(*request);
+      });
+    };
+  });
+}
+
+}  // namespace
+
+void AddQueryCommands(CLI::App& app, Context& context) {
+  app.add_subcommand("console", "The library's console figures")->callback([&context] {
+    context.action = [&context] {
+      return AskAndPrint(context, "console",
+                         [](client::ServiceClient& service) { return service.GetConsoleData(); });
+    };
+  });
+  AddGameCommand(app, context, "last", "The last acceleration of a game", RunLast);
+  AddSpeed(app, context);
+  AddGameCommand(app, context, "game", "A game's last acceleration with its texts", RunGame);
+  AddGameCommand(app, context, "nodes", "The nodes that were used for a game", RunNodes);
+}
+
+}  // namespace orva_accelerator::tools

@@ -1,0 +1,64 @@
+// watch: notifications as they come.
+#include <algorithm>
+#include <memory>
+
+#include "tools/commands.h"
+#include "tools/interrupt.h"
+#include "tools/options_parsing.h"
+#include "tools/outcome.h"
+
+namespace orva_accelerator::tools {
+namespace {
+
+using std::chrono::milliseconds;
+
+struct WatchOptions {
+  std::uint32_t count = 0;  // 0: no limit.
+  milliseconds seconds{0};  // 0: no limit.
+};
+
+int RunWatch(Context& context, const WatchOptions& options) {
+  const HANDLE interrupt = InterruptEvent();
+  auto push = context.Register();
+  if (!push) return context.Fail(push.error());
+  if (context.options.json) {
+    context.Print("watch", Json{{"clientId", context.options.clientId}});
+  }
+  context.Say("Watching as client " + std::to_string(context.options.clientId) + ".");
+  // Without a limit of time, in turns of a day.
+  const bool limited = options.seconds.count() != 0;
+  const milliseconds turn = limited ? options.seconds : std::chrono::hours(24);
+  auto deadline = client::Deadline::After(turn);
+  for (std::uint32_t seen = 0; options.count == 0 || seen < options.count;) {
+    if (Interrupted(interrupt)) return kExitOk;
+    auto next = push.value().Next(deadline, interrupt);
+    if (next) {
+      PrintNotification(context, next.value());
+      if (context.console.outFailed()) return kExitOther;
+      ++seen;
+      continue;
+    }
+    const client::ErrorKind kind = next.error().kind;
+    if (kind == client::ErrorKind::Interrupted) return kExitOk;
+    if (kind != client::ErrorKind::Timeout) return context.Fail(next.error());
+    if (limited) return kExitOk;
+    deadline = client::Deadline::After(turn);
+  }
+  return kExitOk;
+}
+
+}  // namespace
+
+void AddWatchCommand(CLI::App& app, Context& context) {
+  auto options = std::make_shared<WatchOptions>();
+  CLI::App* watch = app.add_subcommand(
+      "watch", "Register for notifications and print them until Ctrl+C or a limit");
+  watch->add_option("--count", options->count, "End after so many notifications");
+  AddDuration(*watch, "--seconds", options->seconds, std::chrono::seconds(1),
+              "End after this time; a bare number is seconds");
+  watch->callback([&context, options] {
+    context.action = [&context, options] { return RunWatch(context, *options); };
+  });
+}
+
+}  // namespace orva_accelerator::tools
