@@ -27,6 +27,18 @@ RequestHandler* handlerFor(std::uint32_t type) {
       return HandleStopAccel;
     case MsgQueryAccelOwner:
       return HandleQueryAccelOwner;
+    case MsgGetAccelData:
+      return HandleGetAccelData;
+    case MsgGetGameLastAccelInfo:
+      return HandleGetGameLastAccelInfo;
+    case MsgGetGameAccelInfo:
+      return HandleGetGameAccelInfo;
+    case MsgGetTestSpeedData:
+      return HandleGetTestSpeedData;
+    case MsgGetConsoleData:
+      return HandleGetConsoleData;
+    case MsgGetGameUsedNodeList:
+      return HandleGetGameUsedNodeList;
     case MsgClientLeaving:
       return HandleClientLeaving;
     case MsgHeartbeat:

@@ -27,6 +27,13 @@ RequestHandler HandleStartAccelEx;
 RequestHandler HandleStopAccel;
 RequestHandler HandleQueryAccelOwner;
 
+RequestHandler HandleGetAccelData;
+RequestHandler HandleGetGameLastAccelInfo;
+RequestHandler HandleGetGameAccelInfo;
+RequestHandler HandleGetTestSpeedData;
+RequestHandler HandleGetConsoleData;
+RequestHandler HandleGetGameUsedNodeList;
+
 RequestHandler HandleClientLeaving;
 RequestHandler HandleHeartbeat;
 

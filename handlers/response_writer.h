@@ -3,19 +3,29 @@
 
 #include <cstdint>
 #include <cstring>
+#include <limits>
+#include <new>
 #include <string>
 #include <type_traits>
 
 namespace orva_accelerator::ipc {
 
+// What a length field says of its text: the length modulo 65536.
+inline std::uint16_t textLength(const std::string& text) {
+  return static_cast<std::uint16_t>(text.size());
+}
+
 // Allocates the response once, at its exact length, and fills it from front to back. What is not
 // written stays uninitialised, so a handler writes every byte that it has asked for.
+//
+// Throws std::bad_alloc for a response whose length does not fit its 32 bits.
 class ResponseWriter {
  public:
-  ResponseWriter(void*& response, std::uint32_t& responseLength, std::uint32_t length)
-      : next_(new std::uint8_t[length]) {
+  ResponseWriter(void*& response, std::uint32_t& responseLength, std::uint64_t length) {
+    if (length > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+    next_ = new std::uint8_t[length];
     response = next_;
-    responseLength = length;
+    responseLength = static_cast<std::uint32_t>(length);
   }
 
   template <typename Record>
@@ -23,10 +33,8 @@ class ResponseWriter {
     static_assert(std::is_trivially_copyable_v<Record>);
     append(&record, sizeof(record));
   }
-  // As many bytes as the text's length field says, which is its length modulo 65536.
-  void writeText(const std::string& text) {
-    append(text.data(), static_cast<std::uint16_t>(text.size()));
-  }
+  // As many bytes as the text's length field says.
+  void writeText(const std::string& text) { append(text.data(), textLength(text)); }
 
  private:
   void append(const void* bytes, std::size_t size) {

@@ -3,10 +3,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "sdk/accel_result.h"
 #include "sdk/completions.h"
+#include "sdk/query_results.h"
 
 namespace orva_accelerator::sdk {
 
@@ -73,6 +76,38 @@ class AccelSdk {
   // True: the library took the request. `callback` replaces that of an earlier stop even when the
   // library refuses this one. An empty callback is refused.
   bool StopAccel(CodeResultCallback callback);
+
+  // Queries. None takes a lock: the library takes calls from several threads at once. While the
+  // binding is not initialised they answer as if the library had refused, without asking it, except
+  // for the lists, which answer whenever the library is loaded.
+
+  // All zeros and empty when the library refuses.
+  AccelDataInfo GetAccelData() const;
+  ConsoleDataRecord GetConsoleData() const;
+
+  // Nothing when the library refuses, or does not know the game.
+  std::optional<LastAccelInfo> GetGameLastAccelInfo(std::uint32_t gameId) const;
+
+  // Nothing unless the library has entries and the summary's first word, read as signed, is above
+  // 0. Throws as the lists do.
+  std::optional<TestSpeedData> GetTestSpeedData(std::uint32_t gameId, std::uint32_t areaId,
+                                                const std::wstring& serverKey,
+                                                std::uint32_t testOption) const;
+
+  // Nothing when GetGameLastAccelInfo has nothing. What else the library does not know of the game
+  // stays empty. The server is the first one of its area whose key equals the last acceleration's,
+  // unit for unit; the node is the first one of that server with its id.
+  std::optional<GameAccelInfo> GetGameAccelInfo(std::uint32_t gameId) const;
+
+  // In the library's order; empty when it refuses. Throw std::bad_alloc when the library announces
+  // more records than memory can hold.
+  std::vector<UsedNodeInfo> GetGameUsedNodeDataList(std::uint32_t gameId) const;
+  std::vector<ServerEntry> GetGameServerDataList(std::uint32_t gameId, std::uint32_t areaId) const;
+  std::vector<NodeEntry> GetGameNodeDataList(std::uint32_t gameId, std::uint32_t areaId,
+                                             const std::wstring& serverKey) const;
+
+  // The game's text. Does not ask whether the binding is initialised either.
+  std::optional<GameData> GetGameDataFromGameID(std::uint32_t gameId) const;
 
  private:
   AccelSdk();
