@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdio>
 #include <mutex>
+#include <utility>
 
 #include "simulator/module_files.h"
 #include "simulator/texts.h"
@@ -21,8 +22,9 @@ struct Log {
   std::atomic<bool> enabled{true};
   std::atomic<bool> timestamps{false};
   std::atomic<bool> append{false};
-  std::once_flag opened;
-  HANDLE file = INVALID_HANDLE_VALUE;
+  std::mutex mutex;  // Guards what follows and keeps the lines apart.
+  bool opened = false;
+  HANDLE file = INVALID_HANDLE_VALUE;  // None when it could not be opened.
   Clock::time_point start;
 };
 
@@ -32,8 +34,8 @@ Log& theLog() {
 }
 
 void openFile(Log& log) {
-  // Append access makes each write land whole at the end, whoever else writes or truncates. All
-  // sharing is allowed: a test reads, renames and deletes the file while the library uses it.
+  // Append access: a test may truncate the file while the library goes on. All sharing is allowed:
+  // it may also read, rename and delete it.
   log.file =
       CreateFileW(pathBesideLibrary(L"OpenKernel.calls.log").c_str(), FILE_APPEND_DATA,
                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
@@ -63,7 +65,9 @@ void applyLogSettings(const LogSettings& settings) {
 void logLine(std::string_view line) {
   Log& log = theLog();
   if (!log.enabled.load(std::memory_order_relaxed)) return;
-  std::call_once(log.opened, [&log] { openFile(log); });
+  // Appending writes of several threads are not kept apart everywhere, so that is done here.
+  const std::lock_guard lock(log.mutex);
+  if (!std::exchange(log.opened, true)) openFile(log);
   if (log.file == INVALID_HANDLE_VALUE) return;
   std::string whole = log.timestamps.load() ? timestamp(log) : std::string();
   whole.append(line).append("\n");

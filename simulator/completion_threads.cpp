@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <condition_variable>
-#include <latch>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -74,6 +73,24 @@ Schedule& theSchedule() {
   return schedule;
 }
 
+// Lets threads through when all of them are there. Not std::latch: with the compiler's library for
+// this platform its waiters are not always woken.
+class Gate {
+ public:
+  explicit Gate(unsigned expected) : missing_(expected) {}
+
+  void pass() {
+    std::unique_lock lock(mutex_);
+    if (--missing_ == 0) opened_.notify_all();
+    opened_.wait(lock, [this] { return missing_ == 0; });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable opened_;
+  unsigned missing_;
+};
+
 DWORD WINAPI threadMain(void* library) {
   theSchedule().work();
   // Every object of this thread is gone by now, which matters because this call does not return.
@@ -109,9 +126,9 @@ void runTogether(unsigned threads, const std::function<void()>& task) {
     task();
     return;
   }
-  std::latch together(threads);
+  Gate together(threads);
   const auto run = [&together, &task] {
-    together.arrive_and_wait();
+    together.pass();
     task();
   };
   std::vector<std::thread> others;

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 #include "simulator/module_files.h"
 #include "win32/unique_handle.h"
@@ -52,6 +53,7 @@ struct Source {
   const std::wstring path = pathBesideLibrary(fileName);
   std::mutex mutex;
   FileStamp stamp;
+  std::optional<std::string> text;  // Of the file; none when there was no file.
   std::shared_ptr<LoadedScenario> loaded;
 };
 
@@ -66,19 +68,29 @@ std::string oneLine(std::string text) {
   return text;
 }
 
-Scenario readScenario(const Source& source, std::string& report) {
-  if (!source.stamp.exists) {
-    report = "scenario: default";
-    return defaultScenario();
-  }
+void put(Source& source, Scenario scenario, const std::string& report) {
+  source.loaded = std::make_shared<LoadedScenario>(std::move(scenario));
+  applyLogSettings(source.loaded->scenario.log);
+  logLine(report);
+}
+
+// Takes over what the file says now, unless it says what it said before.
+void readAgain(Source& source, const FileStamp& stamp) {
   try {
-    Scenario scenario = parseScenario(readFile(source.path));
-    report = "scenario: OpenKernel.scenario.json";
-    return scenario;
+    const std::optional<std::string> before = std::exchange(source.text, std::nullopt);
+    if (stamp.exists) source.text = readFile(source.path);
+    // Only now: a file that could not be read is tried again at the next call. The stamp is from
+    // before the reading, so that a change in the meantime is noticed.
+    source.stamp = stamp;
+    if (source.loaded != nullptr && source.text == before) return;
+    if (source.text) {
+      put(source, parseScenario(*source.text), "scenario: OpenKernel.scenario.json");
+    } else {
+      put(source, defaultScenario(), "scenario: default");
+    }
   } catch (const std::exception& error) {
-    report =
-        "scenario: default, because OpenKernel.scenario.json is wrong: " + oneLine(error.what());
-    return defaultScenario();
+    put(source, defaultScenario(),
+        "scenario: default, because OpenKernel.scenario.json is wrong: " + oneLine(error.what()));
   }
 }
 
@@ -104,12 +116,7 @@ std::shared_ptr<LoadedScenario> scenarioInForce(ReadScenario reading) {
   if (!mustRead && !source.loaded->scenario.watch) return source.loaded;
   const FileStamp stamp = stampOf(source.path);
   if (!mustRead && stamp == source.stamp) return source.loaded;
-  // Stamped before it is read: a change in the meantime is noticed at the next call.
-  source.stamp = stamp;
-  std::string report;
-  source.loaded = std::make_shared<LoadedScenario>(readScenario(source, report));
-  applyLogSettings(source.loaded->scenario.log);
-  logLine(report);
+  readAgain(source, stamp);
   return source.loaded;
 }
 

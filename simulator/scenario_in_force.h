@@ -27,9 +27,10 @@ struct LoadedScenario {
 enum class ReadScenario { always, whenChanged };
 
 // Reads the file when it is asked to, when it has not been read yet, or when its time or size
-// differ from when it was read and the scenario in force says that it is watched. A file that
-// cannot be used leads to the default scenario and a line in the log. Callers keep what they were
-// given; the next call may get another.
+// differ from when it was read and the scenario in force says that it is watched. The same text as
+// before changes nothing: behaviours that move on from call to call go on where they are. A file
+// that cannot be used leads to the default scenario and a line in the log. Callers keep what they
+// were given; the next call may get another.
 std::shared_ptr<LoadedScenario> scenarioInForce(ReadScenario reading);
 
 }  // namespace orva_accelerator::simulator

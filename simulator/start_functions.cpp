@@ -62,43 +62,56 @@ void deliver(const char* function, void* context, KernelAccelCompletion completi
   completion(context, nullptr, &result);
 }
 
-KernelBool start(const char* function, void* context, const StartRequest& request,
-                 const std::uint32_t* startArg4, KernelAccelCompletion completion) {
+// The arguments of a start, as they came in.
+struct Arguments {
+  void* context;
+  std::uint32_t startArg1;
+  std::uint32_t startArg2;
+  const wchar_t* startText;
+  KernelBool isAuto;
+  const wchar_t* nodeList;
+  std::uint32_t startArg3;
+  std::optional<std::uint32_t> startArg4;
+  KernelAccelCompletion completion;
+};
+
+void log(LogEntry entry, const Arguments& arguments) {
+  entry.pointer("context", arguments.context != nullptr)
+      .number("startArg1", arguments.startArg1)
+      .number("startArg2", arguments.startArg2)
+      .text("startText", arguments.startText)
+      .number("isAuto", std::uint32_t{arguments.isAuto})
+      .text("nodeList", arguments.nodeList)
+      .number("startArg3", arguments.startArg3);
+  if (arguments.startArg4) entry.number("startArg4", *arguments.startArg4);
+  entry.pointer("completion", arguments.completion != nullptr).write();
+}
+
+StartRequest requestOf(const Arguments& arguments) {
+  const auto textOf = [](const wchar_t* text) {
+    return std::wstring(text == nullptr ? L"" : text);
+  };
+  return {arguments.startArg1,   arguments.startArg2,        textOf(arguments.startText),
+          arguments.isAuto != 0, textOf(arguments.nodeList), arguments.startArg3};
+}
+
+KernelBool start(const char* function, const Arguments& arguments) {
   const Call call(function);
-  LogEntry entry = call.log();
-  entry.pointer("context", context != nullptr)
-      .number("startArg1", request.gameId)
-      .number("startArg2", request.areaId)
-      .text("startText", request.serverKey.c_str())
-      .number("isAuto", static_cast<std::uint32_t>(request.isAuto ? 1 : 0))
-      .text("nodeList", request.nodeList.c_str())
-      .number("startArg3", request.mode);
-  if (startArg4 != nullptr) entry.number("startArg4", *startArg4);
-  entry.pointer("completion", completion != nullptr).write();
+  log(call.log(), arguments);
   call.raiseIfAsked();
-  if (call.accepted() && completion != nullptr) {
+  if (call.accepted() && arguments.completion != nullptr) {
     const CallBehaviour& behaviour = call.behaviour();
-    const auto target =
-        std::make_shared<const AccelTarget>(findTarget(call.scenario().catalogue, request));
+    const auto target = std::make_shared<const AccelTarget>(
+        findTarget(call.scenario().catalogue, requestOf(arguments)));
     CalledOff calledOff = beginAcceleration(*target, behaviour.survivesStop);
     deliverSteps(
         behaviour.completions ? *behaviour.completions : usualSteps(),
-        [function, context, completion, target](const CompletionStep& step) {
-          deliver(function, context, completion, *target, step);
+        [function, arguments, target](const CompletionStep& step) {
+          deliver(function, arguments.context, arguments.completion, *target, step);
         },
         std::move(calledOff));
   }
   return call.finish();
-}
-
-StartRequest requestOf(std::uint32_t startArg1, std::uint32_t startArg2, const wchar_t* startText,
-                       KernelBool isAuto, const wchar_t* nodeList, std::uint32_t startArg3) {
-  return {startArg1,
-          startArg2,
-          startText == nullptr ? L"" : startText,
-          isAuto != 0,
-          nodeList == nullptr ? L"" : nodeList,
-          startArg3};
 }
 
 }  // namespace
@@ -108,9 +121,8 @@ extern "C" KernelBool Kernel_StartAccel(void* context, std::uint32_t startArg1,
                                         KernelBool isAuto, const wchar_t* nodeList,
                                         std::uint32_t startArg3, KernelAccelCompletion completion) {
   return guarded([&] {
-    return start("Kernel_StartAccel", context,
-                 requestOf(startArg1, startArg2, startText, isAuto, nodeList, startArg3), nullptr,
-                 completion);
+    return start("Kernel_StartAccel", {context, startArg1, startArg2, startText, isAuto, nodeList,
+                                       startArg3, std::nullopt, completion});
   });
 }
 
@@ -120,8 +132,7 @@ extern "C" KernelBool Kernel_StartAccelEx(void* context, std::uint32_t startArg1
                                           std::uint32_t startArg3, std::uint32_t startArg4,
                                           KernelAccelCompletion completion) {
   return guarded([&] {
-    return start("Kernel_StartAccelEx", context,
-                 requestOf(startArg1, startArg2, startText, isAuto, nodeList, startArg3),
-                 &startArg4, completion);
+    return start("Kernel_StartAccelEx", {context, startArg1, startArg2, startText, isAuto, nodeList,
+                                         startArg3, startArg4, completion});
   });
 }

@@ -10,8 +10,10 @@ namespace {
 
 std::filesystem::path makeFolder() {
   static std::atomic<unsigned> made = 0;
-  const std::string name = "orva_simulator_" + std::to_string(GetCurrentProcessId()) + "_" +
-                           std::to_string(GetTickCount64()) + "_" + std::to_string(++made);
+  // Not ASCII on purpose: a player's folders are not either.
+  const std::wstring name = L"orva_simulator_加速_" + std::to_wstring(GetCurrentProcessId()) +
+                            L"_" + std::to_wstring(GetTickCount64()) + L"_" +
+                            std::to_wstring(++made);
   const std::filesystem::path path = std::filesystem::temp_directory_path() / name;
   std::filesystem::create_directories(path);
   return path;

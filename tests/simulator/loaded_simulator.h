@@ -4,10 +4,11 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <string>
+#include <deque>
 #include <string_view>
 
 #include "sdk/kernel_api.h"
+#include "tests/simulator/received_completions.h"
 #include "tests/simulator/simulator_folder.h"
 
 namespace orva_accelerator::test {
@@ -27,6 +28,11 @@ class LoadedSimulator : public testing::Test {
   void unload();
   bool loaded() const { return GetModuleHandleW(folder.library().c_str()) != nullptr; }
 
+  // Contexts for completion functions. They outlive whatever the library still has to deliver,
+  // which the locals of a test would not.
+  ReceivedCodes& newCodes() { return codes_.emplace_back(); }
+  ReceivedResults& newResults() { return results_.emplace_back(); }
+
   // Null when the library does not export the name.
   FARPROC find(const char* name) const { return GetProcAddress(module_, name); }
   template <typename Function>
@@ -40,6 +46,8 @@ class LoadedSimulator : public testing::Test {
  private:
   std::filesystem::path path_;
   HMODULE module_ = nullptr;
+  std::deque<ReceivedCodes> codes_;
+  std::deque<ReceivedResults> results_;
 
  protected:
   SimulatorFolder folder;
