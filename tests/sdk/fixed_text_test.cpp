@@ -1,0 +1,34 @@
+#include "sdk/fixed_text.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace orva_accelerator::sdk {
+namespace {
+
+TEST(FixedText, EndsAtTheFirstNul) {
+  const char16_t units[8] = {u'a', u'b', 0, u'c', 0, 0, 0, u'd'};
+  EXPECT_EQ(fixedText(units), L"ab");
+}
+
+TEST(FixedText, IsEmptyWhenTheFirstUnitIsNul) {
+  const char16_t units[4] = {0, u'b', u'c', u'd'};
+  EXPECT_EQ(fixedText(units), L"");
+}
+
+// On the guarded heap the array ends where memory does.
+TEST(FixedText, EndsWithAnArrayThatIsNotTerminated) {
+  using Array = char16_t[8];
+  const std::unique_ptr<Array[]> arrays(new Array[1]);
+  std::fill_n(arrays[0], 8, u'\u6E38');
+  EXPECT_EQ(fixedText(arrays[0]), std::wstring(8, L'\u6E38'));
+}
+
+TEST(FixedText, TakesUnitsAsTheyAre) {
+  const char16_t units[4] = {0xD800, 0xFFFF, 0x0001, 0};
+  EXPECT_EQ(fixedText(units), (std::wstring{wchar_t{0xD800}, wchar_t{0xFFFF}, wchar_t{1}}));
+}
+
+}  // namespace
+}  // namespace orva_accelerator::sdk
