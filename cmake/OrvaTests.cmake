@@ -5,7 +5,8 @@
 #                [TIMEOUT <seconds>]         a test; default 60, and 120 for system tests
 #                [RESOURCE_LOCK <name>...]   tests that share a name never run side by side
 #                [ENVIRONMENT <VAR=value>...]
-#                [GUARDED])                  also build <target>_guarded
+#                [GUARDED]                   also link <target>_guarded
+#                [GUARDED_SOURCES <file>...]) only in <target>_guarded
 #
 # Makes the GoogleTest executable <target> in bin/tests, out of the way of the shipped layout, and
 # makes each of its tests a test of ctest, in a process of its own. The executable gets a main
@@ -14,14 +15,14 @@
 # System tests drive the one installed service of a Windows installation, so all of them share a
 # resource lock.
 #
-# GUARDED builds the same sources a second time with every heap block ending at an inaccessible
-# page (tests/support/guard_page_allocator.cpp). Its tests are called guarded.<name> and have the
+# GUARDED links the same objects a second time with every heap block ending at an inaccessible page
+# (tests/support/guard_page_allocator.cpp). Its tests are called guarded.<name> and have the
 # label "guarded" too.
 include(GoogleTest)
 
 function(orva_add_tests)
   cmake_parse_arguments(PARSE_ARGV 0 arg "GUARDED" "NAME;TIMEOUT"
-                        "SOURCES;LIBRARIES;LABELS;RESOURCE_LOCK;ENVIRONMENT")
+                        "SOURCES;GUARDED_SOURCES;LIBRARIES;LABELS;RESOURCE_LOCK;ENVIRONMENT")
   if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
     message(FATAL_ERROR "orva_add_tests: NAME and SOURCES are needed; "
                         "not understood: ${arg_UNPARSED_ARGUMENTS}")
@@ -40,19 +41,22 @@ function(orva_add_tests)
     endif()
   endif()
 
+  add_library(${arg_NAME}_objects OBJECT ${arg_SOURCES})
+  target_link_libraries(${arg_NAME}_objects PRIVATE ${arg_LIBRARIES} orva_test_support)
   orva_add_test_executable(${arg_NAME} "" "${arg_LABELS}")
   if(arg_GUARDED)
-    orva_add_test_executable(${arg_NAME}_guarded "guarded." "${arg_LABELS};guarded")
+    orva_add_test_executable(${arg_NAME}_guarded "guarded." "${arg_LABELS};guarded"
+                             ${arg_GUARDED_SOURCES})
     target_link_libraries(${arg_NAME}_guarded PRIVATE orva_guard_page_allocator)
-    target_compile_definitions(${arg_NAME}_guarded PRIVATE ORVA_GUARDED_HEAP)
   endif()
 endfunction()
 
 # Uses the parsed arguments of orva_add_tests.
 function(orva_add_test_executable target prefix labels)
-  add_executable(${target} ${arg_SOURCES})
-  target_link_libraries(${target} PRIVATE ${arg_LIBRARIES} orva_test_support orva_test_main)
-  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY
+  add_executable(${target} ${ARGN})
+  target_link_libraries(${target} PRIVATE ${arg_NAME}_objects ${arg_LIBRARIES} orva_test_support
+                                          orva_test_main)
+  set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX RUNTIME_OUTPUT_DIRECTORY
                                              ${CMAKE_BINARY_DIR}/bin/tests)
   gtest_discover_tests(
     ${target}

@@ -12,8 +12,6 @@
 #include <thread>
 #include <vector>
 
-#ifdef ORVA_GUARDED_HEAP
-
 namespace orva_accelerator::test {
 namespace {
 
@@ -111,5 +109,3 @@ TEST(GuardPageAllocator, ServesManyThreadsBeyondItsQuarantine) {
 
 }  // namespace
 }  // namespace orva_accelerator::test
-
-#endif  // ORVA_GUARDED_HEAP
