@@ -4,11 +4,13 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <set>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -42,11 +44,18 @@ class PipeServerInspector {
     const std::lock_guard lock(server_.requestPipesMutex);
     return server_.requestPipes;
   }
+  bool everyConnectionThreadIsJoinable() const {
+    const std::lock_guard lock(server_.connectionThreadsMutex);
+    return std::all_of(server_.connectionThreads.begin(), server_.connectionThreads.end(),
+                       [](const std::thread& thread) { return thread.joinable(); });
+  }
   std::size_t connectionThreadCount() const {
     const std::lock_guard lock(server_.connectionThreadsMutex);
     return server_.connectionThreads.size();
   }
 
+  const std::wstring& requestPipeName() const { return server_.requestPipeName; }
+  const std::wstring& pushPipeName() const { return server_.pushPipeName; }
   HANDLE stopEvent() const { return server_.stopEvent; }
   std::int64_t lastActivityMs() const { return server_.lastActivityMs; }
   std::thread& requestAcceptThread() { return server_.requestAcceptThread; }
@@ -62,6 +71,11 @@ class PipeServerInspector {
     server_.running = true;
     currentPipeServer = &server_;
   }
+  void setRunning(bool running) { server_.running = running; }
+  void runRequestAcceptLoop() { server_.RequestAcceptLoop(); }
+  void runConnectionLoop(HANDLE pipe) { server_.ConnectionLoop(pipe); }
+  void runPushAcceptLoop() { server_.PushAcceptLoop(); }
+  DWORD runPushClientThread(HANDLE pipe) { return server_.PushClientThread(pipe); }
   void runSupervisorLoop() { server_.SupervisorLoop(); }
 
  private:
