@@ -1,0 +1,273 @@
+// The service's life from the manager's start to the end of the process. Most of these lives end
+// the process, so each is led in a process of its own and told by what it wrote.
+#include "service/service_host.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+
+#include "tests/service/host_stage.h"
+#include "tests/support/bounded_wait.h"
+
+namespace orva_accelerator::ipc {
+
+// Makes destroying a started server possible, which nothing else does.
+class PipeServerInspector {
+ public:
+  static void letThreadsGo(PipeServer& server) {
+    server.requestAcceptThread.detach();
+    server.pushAcceptThread.detach();
+    server.supervisorThread.detach();
+  }
+};
+
+}  // namespace orva_accelerator::ipc
+
+namespace orva_accelerator::service::test {
+namespace {
+
+using ipc::currentPipeServer;
+using orva_accelerator::test::waitUntil;
+using testing::AllOf;
+using testing::ExitedWithCode;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+// std::terminate, by way of abort.
+constexpr int kTerminated = 3;
+
+constexpr char kComesUp[] =
+    "RegisterServiceCtrlHandlerW(OrvaAcceleratorService, serviceControlHandler)\n"
+    "SetServiceStatus(status handle, {16, 2, 5, 0, 0, 0, 0})\n"
+    "CreateEventA(null, 1, 0, null)\n"
+    "CreateEventA(null, 1, 0, null)\n"
+    "SetServiceStatus(status handle, {16, 4, 5, 0, 0, 0, 0})\n"
+    "SetPriorityClass(this process, 128)\n";
+constexpr char kWaits[] = "WaitForSingleObject(service's event, 1000)\n";
+constexpr char kTakesTheStop[] =
+    "SetEvent(service's event)\n"
+    "SetServiceStatus(status handle, {16, 3, 5, 0, 0, 0, 3000})\n";
+// Once by stopping the server, once by destroying it.
+constexpr char kTakesTheServerDown[] =
+    "SetEvent(server's event)\n"
+    "SetEvent(server's event)\n";
+
+std::string joined(std::initializer_list<const char*> parts) {
+  std::string all;
+  for (const char* part : parts) all += part;
+  return all;
+}
+
+auto reportsStopped() {
+  return HasSubstr("SetServiceStatus(status handle, {16, 1,");
+}
+
+// A wait during which `event` happens and that ends without the service's event.
+HostStage::Wait timesOutAfter(std::function<void()> event) {
+  return [event = std::move(event)]() -> DWORD {
+    event();
+    return WAIT_TIMEOUT;
+  };
+}
+
+HostStage::Wait returns(DWORD result) {
+  return [result] { return result; };
+}
+
+HostStage::Wait timesOutAfterControl(DWORD code) {
+  return timesOutAfter([code] { HostStage::control(code); });
+}
+
+TEST(ServiceMain, ReturnsWithoutAReportWhenItsHandlerCannotBeRegistered) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.refuseRegistration();
+        serviceMain(0, nullptr);
+        HostStage::returned();
+      },
+      ExitedWithCode(HostStage::kReturned),
+      StartsWith("RegisterServiceCtrlHandlerW(OrvaAcceleratorService, serviceControlHandler)\n"
+                 "returned\n"));
+}
+
+TEST(ServiceMain, ReportsStoppedAndReturnsWhenItsEventCannotBeCreated) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.refuseEvent(1);
+        serviceMain(0, nullptr);
+        HostStage::returned();
+      },
+      ExitedWithCode(HostStage::kReturned),
+      StartsWith("RegisterServiceCtrlHandlerW(OrvaAcceleratorService, serviceControlHandler)\n"
+                 "SetServiceStatus(status handle, {16, 2, 5, 0, 0, 0, 0})\n"
+                 "CreateEventA(null, 1, 0, null)\n"
+                 "SetServiceStatus(status handle, {16, 1, 5, 0, 0, 0, 0})\n"
+                 "returned\n"));
+}
+
+TEST(ServiceMain, GoesFromStartPendingToStoppedWhenTheServerCannotStart) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.refuseEvent(2);
+        serviceMain(0, nullptr);
+        HostStage::returned();
+      },
+      ExitedWithCode(HostStage::kReturned),
+      StartsWith("RegisterServiceCtrlHandlerW(OrvaAcceleratorService, serviceControlHandler)\n"
+                 "SetServiceStatus(status handle, {16, 2, 5, 0, 0, 0, 0})\n"
+                 "CreateEventA(null, 1, 0, null)\n"
+                 "CreateEventA(null, 1, 0, null)\n"
+                 "SetServiceStatus(status handle, {16, 1, 5, 0, 0, 0, 0})\n"
+                 "returned\n"));
+}
+
+TEST(ServiceMain, StopsAndDestroysTheServerAndEndsTheProcessThereOnAStop) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.onWaits({timesOutAfterControl(SERVICE_CONTROL_STOP)});
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(kTerminated),
+      AllOf(StartsWith(joined({kComesUp, kWaits, kTakesTheStop, kWaits, kTakesTheServerDown})),
+            Not(reportsStopped())));
+}
+
+TEST(ServiceMain, TakesAShutdownAsAStop) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.onWaits({timesOutAfterControl(SERVICE_CONTROL_SHUTDOWN)});
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(kTerminated),
+      AllOf(StartsWith(joined({kComesUp, kWaits, kTakesTheStop, kWaits, kTakesTheServerDown})),
+            Not(reportsStopped())));
+}
+
+TEST(ServiceMain, WaitsAgainAfterATimeOutAndAfterAFailedWait) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.onWaits({returns(WAIT_TIMEOUT), returns(WAIT_FAILED), returns(WAIT_ABANDONED),
+                       returns(WAIT_OBJECT_0)});
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(kTerminated),
+      StartsWith(joined({kComesUp, kWaits, kWaits, kWaits, kWaits, kTakesTheServerDown})));
+}
+
+TEST(ServiceMain, EndsWithoutStopPendingWhenTheServerStopsRunning) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.onWaits({timesOutAfter([] { currentPipeServer.load()->stop(); })});
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(kTerminated),
+      // The first signal is the server's own; the service then waits no more.
+      AllOf(
+          StartsWith(joined({kComesUp, kWaits, "SetEvent(server's event)\n", kTakesTheServerDown})),
+          Not(HasSubstr("SetServiceStatus(status handle, {16, 3,"))));
+}
+
+TEST(ServiceMain, ReportsStoppedClosesItsEventAndExitsWhenDestructionReturns) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.onWaits({timesOutAfter([] {
+          HostStage::control(SERVICE_CONTROL_STOP);
+          ipc::PipeServerInspector::letThreadsGo(*currentPipeServer.load());
+        })});
+        serviceMain(0, nullptr);
+        HostStage::returned();
+      },
+      ExitedWithCode(0),
+      StartsWith(joined({kComesUp, kWaits, kTakesTheStop, kWaits, kTakesTheServerDown,
+                         "SetServiceStatus(status handle, {16, 1, 5, 0, 0, 0, 3000})\n"
+                         "CloseHandle(service's event)\n"})));
+}
+
+TEST(ServiceMain, RunsOnWhenItsPriorityCannotBeRaised) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.refusePriority();
+        stage.onWaits({returns(WAIT_OBJECT_0)});
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(kTerminated), StartsWith(joined({kComesUp, kWaits, kTakesTheServerDown})));
+}
+
+TEST(ServiceMain, StartsTheServerOnTheTwoPipes) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.showPipeNames();
+        stage.onWaits({[&stage]() -> DWORD {
+          return waitUntil([&stage] { return stage.triedBothPipes(); }) ? WAIT_OBJECT_0
+                                                                        : WAIT_TIMEOUT;
+        }});
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(kTerminated),
+      AllOf(HasSubstr("pipe \\\\.\\pipe\\OrvaAccelerator_Request\n"),
+            HasSubstr("pipe \\\\.\\pipe\\OrvaAccelerator_Push\n")));
+}
+
+TEST(ServiceMain, PutsANewServerInPlaceOfOneThatDidNotStartWhenItRunsAgain) {
+  EXPECT_EXIT(
+      {
+        {
+          HostStage stage;
+          stage.refuseEvent(2);
+          serviceMain(0, nullptr);
+        }
+        HostStage stage;
+        stage.onWaits({timesOutAfterControl(SERVICE_CONTROL_STOP)});
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(kTerminated),
+      HasSubstr(joined({"SetServiceStatus(status handle, {16, 1, 5, 0, 0, 0, 0})\n", kComesUp,
+                        kWaits, kTakesTheStop, kWaits, kTakesTheServerDown})));
+}
+
+TEST(ServiceMain, LetsExitReachItsCodeWhileTheServerRuns) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.onWaits({timesOutAfter([] { std::exit(-1); })});
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(-1), StartsWith(joined({kComesUp, kWaits})));
+}
+
+TEST(ServiceControlHandler, ReportsNothingForAnyOtherControl) {
+  HostStage stage;
+  testing::internal::CaptureStderr();
+  for (DWORD code = 0; code <= 0x100; ++code) {
+    if (code != SERVICE_CONTROL_STOP && code != SERVICE_CONTROL_SHUTDOWN) {
+      serviceControlHandler(code);
+    }
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(ServiceControlHandler, ReportsAStopThatComesBeforeTheEventExists) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        serviceControlHandler(SERVICE_CONTROL_STOP);
+        HostStage::returned();
+      },
+      ExitedWithCode(HostStage::kReturned),
+      StartsWith("SetServiceStatus(another handle, {16, 3, 5, 0, 0, 0, 3000})\n"
+                 "returned\n"));
+}
+
+}  // namespace
+}  // namespace orva_accelerator::service::test
