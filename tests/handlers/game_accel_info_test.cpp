@@ -1,0 +1,149 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "ipc/message_types.h"
+#include "tests/handlers/dispatched_request.h"
+#include "tests/support/initialised_kernel.h"
+#include "tests/support/scripted_game.h"
+
+namespace orva_accelerator::ipc {
+namespace {
+
+using test::answerTo;
+using test::Bytes;
+using test::goldenVector;
+using test::isPayload;
+using test::nodeRecord;
+using test::serverRecord;
+using testing::Contains;
+using testing::Not;
+using testing::StartsWith;
+
+const test::GoldenVector& golden(std::string_view name) {
+  return goldenVector("responses.json", name);
+}
+
+std::string hexAt(const Bytes& bytes, std::size_t offset, std::size_t count) {
+  return test::hexFromBytes(std::span(bytes).subspan(offset, count));
+}
+
+class GetGameAccelInfo : public testing::Test {
+ protected:
+  GetGameAccelInfo() { test::answerForGame(kernel, game); }
+
+  Bytes answer() const { return answerTo(goldenVector("requests.json", "get_game_accel_info")); }
+
+  test::InitialisedKernel kernel;
+  const std::shared_ptr<test::ScriptedGame> game = std::make_shared<test::ScriptedGame>();
+};
+
+TEST_F(GetGameAccelInfo, PutsItsFiveTextsBehindTheValues) {
+  EXPECT_TRUE(isPayload(golden("get_game_accel_info"), answer()));
+}
+
+TEST_F(GetGameAccelInfo, CountsTheBytesOfItsTexts) {
+  game->gameId = 1002;
+  game->areaId = 3;
+  game->infoText = L"智能模式";
+  game->serverKey = L"上海电信";
+  game->nodeId = 21;
+  game->infoFlag = 0;
+  game->infoValue = 5;
+  game->gameText = u"星际竞技场";
+  game->servers.records = {serverRecord(u"上海电信", u"上海一区")};
+  game->nodes.records = {nodeRecord(21, u"上海节点21", 41, 0xFFFFFFFF)};
+  EXPECT_TRUE(isPayload(golden("get_game_accel_info_chinese_texts"),
+                        answerTo(MsgGetGameAccelInfo, Bytes{0xEA, 3, 0, 0})));
+}
+
+TEST_F(GetGameAccelInfo, HasNoServerAndNoNodeWithoutAServerKey) {
+  game->serverKey = L"";
+  EXPECT_TRUE(isPayload(golden("get_game_accel_info_no_server"), answer()));
+  EXPECT_THAT(kernel.calls(), Not(Contains(StartsWith("Kernel_GetGameServerDataList"))));
+  EXPECT_THAT(kernel.calls(), Not(Contains(StartsWith("Kernel_GetGameNodeDataList"))));
+}
+
+TEST_F(GetGameAccelInfo, HasNoNodeForANodeIdBelowOne) {
+  for (const std::uint32_t nodeId : {0U, 0xFFFFFFFFU}) {
+    game->nodeId = nodeId;
+    game->nodes.records = {nodeRecord(nodeId, u"Node 11", 38, 3)};
+    const Bytes bytes = answer();
+    // gameText, infoText, serverKey and serverText stay; the node's text and values do not.
+    ASSERT_EQ(bytes.size(), 64U + 10 + 6 + 6 + 6);
+    EXPECT_EQ(hexAt(bytes, 40, 8), "00 00 00 00 00 00 00 00");
+    EXPECT_EQ(hexAt(bytes, 48, 10), "0A 00 06 00 06 00 06 00 00 00");
+  }
+  EXPECT_THAT(kernel.calls(), Not(Contains(StartsWith("Kernel_GetGameNodeDataList"))));
+}
+
+TEST_F(GetGameAccelInfo, HasTheTextOfTheFirstServerWithTheKey) {
+  game->servers.records = {serverRecord(u"asia-1", u"Asia 1"), serverRecord(u"asia-1", u"Asia 2")};
+  EXPECT_TRUE(isPayload(golden("get_game_accel_info"), answer()));
+}
+
+TEST_F(GetGameAccelInfo, HasNoServerTextWhenTheKeyDiffersInCase) {
+  game->servers.records = {serverRecord(u"ASIA-1", u"Asia 1")};
+  const Bytes bytes = answer();
+  EXPECT_EQ(hexAt(bytes, 48, 10), "0A 00 06 00 06 00 00 00 07 00");
+}
+
+TEST_F(GetGameAccelInfo, SucceedsWithoutAnyText) {
+  game->areaId = 0;
+  game->nodeId = 0;
+  game->infoFlag = 0;
+  game->infoValue = 0;
+  game->infoText = L"";
+  game->serverKey = L"";
+  game->gameText = u"";
+  EXPECT_TRUE(isPayload(golden("get_game_accel_info_empty_texts"), answer()));
+}
+
+TEST_F(GetGameAccelInfo, CarriesFiveLongestTexts) {
+  const std::u16string longest(256, u'游');
+  // The texts of the last acceleration are cut to leave room for a NUL, the game's has 255 units.
+  game->gameText = longest.substr(1);
+  game->infoText = std::wstring(256, L'游');
+  game->serverKey = std::wstring(256, L'游');
+  game->servers.records = {serverRecord(longest.substr(1), longest)};
+  game->nodes.records = {nodeRecord(11, longest, 38, 3)};
+  const Bytes bytes = answer();
+  ASSERT_EQ(bytes.size(), 64U + 3 * 765 + 2 * 768);
+  EXPECT_EQ(hexAt(bytes, 48, 16), "FD 02 FD 02 FD 02 00 03 00 03 00 00 00 00 00 00");
+  EXPECT_EQ(hexAt(bytes, bytes.size() - 3, 3), "E6 B8 B8");
+}
+
+TEST_F(GetGameAccelInfo, Is64ZerosWhenTheLastAccelerationIsUnknown) {
+  game->knowsLast = false;
+  EXPECT_EQ(answer(), Bytes(64, 0));
+  EXPECT_TRUE(isPayload(golden("get_game_accel_info_failed"), answer()));
+}
+
+TEST_F(GetGameAccelInfo, Is64ZerosAfterRelease) {
+  sdk::AccelSdk::Instance().Release();
+  EXPECT_EQ(answer(), Bytes(64, 0));
+  EXPECT_THAT(kernel.calls(), testing::IsEmpty());
+}
+
+TEST_F(GetGameAccelInfo, Is64ZerosWithoutTheLastAccelerationsFunction) {
+  kernel.forget(sdk::KernelFunction::Kernel_GetGameLastAccelInfo);
+  EXPECT_EQ(answer(), Bytes(64, 0));
+}
+
+TEST_F(GetGameAccelInfo, AnswersAgainAfterASecondInit) {
+  sdk::AccelSdk::Instance().Release();
+  kernel.initialise();
+  EXPECT_TRUE(isPayload(golden("get_game_accel_info"), answer()));
+}
+
+TEST_F(GetGameAccelInfo, IgnoresListsThatGrowBehindItsBack) {
+  game->servers.claimed = 0xFFFFFFFF;
+  game->nodes.claimed = 2;
+  EXPECT_TRUE(isPayload(golden("get_game_accel_info"), answer()));
+}
+
+TEST(GetGameAccelInfoBeforeInit, Is64Zeros) {
+  EXPECT_EQ(answerTo(MsgGetGameAccelInfo, Bytes{1, 0, 0, 0}), Bytes(64, 0));
+}
+
+}  // namespace
+}  // namespace orva_accelerator::ipc

@@ -1,0 +1,139 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <new>
+
+#include "handlers/response_writer.h"
+#include "ipc/message_types.h"
+#include "tests/handlers/dispatched_request.h"
+#include "tests/support/initialised_kernel.h"
+#include "tests/support/scripted_game.h"
+
+namespace orva_accelerator::ipc {
+namespace {
+
+using test::answerTo;
+using test::Bytes;
+using test::goldenVector;
+using test::isPayload;
+using test::usedNodeRecord;
+
+const test::GoldenVector& golden(std::string_view name) {
+  return goldenVector("responses.json", name);
+}
+
+class GetGameUsedNodeList : public testing::Test {
+ protected:
+  GetGameUsedNodeList() {
+    test::answerForGame(kernel, game);
+    game->usedNodes.records = {usedNodeRecord(11, 2, u"asia-1", 38, u"Node 11", 1'761'661'963'614),
+                               usedNodeRecord(21, 3, u"上海电信", 41, u"上海节点21", 7)};
+  }
+
+  Bytes answer() const {
+    return answerTo(goldenVector("requests.json", "get_game_used_node_list"));
+  }
+
+  test::InitialisedKernel kernel;
+  const std::shared_ptr<test::ScriptedGame> game = std::make_shared<test::ScriptedGame>();
+};
+
+TEST_F(GetGameUsedNodeList, HasEachNodesTextsBehindItsBlock) {
+  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_two"), answer()));
+  EXPECT_THAT(kernel.calls(),
+              testing::ElementsAre("Kernel_GetGameUsedNodeDataList(1001, null, 0)",
+                                   "Kernel_GetGameUsedNodeDataList(1001, array, 2)"));
+}
+
+TEST_F(GetGameUsedNodeList, HasJustABlockForANodeWithoutTexts) {
+  game->usedNodes.records = {usedNodeRecord(31, 4, u"", 0xFFFFFFFF, u"", 0)};
+  const Bytes bytes = answer();
+  EXPECT_EQ(bytes.size(), 8U + 32U);
+  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_empty_texts"), bytes));
+}
+
+TEST_F(GetGameUsedNodeList, CarriesTheLongestTexts) {
+  const std::u16string longest(256, u'游');
+  game->usedNodes.records = {usedNodeRecord(1, 2, longest, 0xFFFFFFFF, longest, ~0ULL)};
+  const Bytes bytes = answer();
+  ASSERT_EQ(bytes.size(), 8U + 32U + 768U + 768U);
+  EXPECT_EQ(test::hexFromBytes(std::span(bytes).subspan(8, 32)),
+            "01 00 00 00 02 00 00 00 FF FF FF FF 00 00 00 00 "
+            "FF FF FF FF FF FF FF FF 00 03 00 03 00 00 00 00");
+  EXPECT_EQ(test::hexFromBytes(std::span(bytes).last(3)), "E6 B8 B8");
+}
+
+TEST_F(GetGameUsedNodeList, Is8BytesWithoutNodes) {
+  game->usedNodes.records = {};
+  EXPECT_EQ(answer(), (Bytes{1, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_none"), answer()));
+}
+
+TEST_F(GetGameUsedNodeList, StartsWithOneEvenWhenTheLibraryRefuses) {
+  game->usedNodes.refusesFirst = true;
+  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_none"), answer()));
+  game->usedNodes.refusesFirst = false;
+  game->usedNodes.refusesSecond = true;
+  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_none"), answer()));
+}
+
+TEST_F(GetGameUsedNodeList, StartsWithOneEvenWithoutItsFunction) {
+  kernel.forget(sdk::KernelFunction::Kernel_GetGameUsedNodeDataList);
+  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_none"), answer()));
+}
+
+TEST_F(GetGameUsedNodeList, AnswersAfterReleaseToo) {
+  EXPECT_EQ(answerTo(MsgSdkRelease), (Bytes{1, 0, 0, 0}));
+  EXPECT_EQ(answerTo(MsgSdkIsInitialised), (Bytes{0}));
+  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_two"), answer()));
+}
+
+TEST_F(GetGameUsedNodeList, AnswersAgainAfterASecondInit) {
+  sdk::AccelSdk::Instance().Release();
+  kernel.initialise();
+  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_two"), answer()));
+}
+
+TEST_F(GetGameUsedNodeList, HasOnlyTheNodesThatWereWritten) {
+  game->usedNodes.announced = 5;
+  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_two"), answer()));
+}
+
+TEST_F(GetGameUsedNodeList, HasNoNodesBeyondTheArray) {
+  for (const std::uint32_t claimed : {3U, 4'112'000U, 0xFFFFFFFFU}) {
+    game->usedNodes.claimed = claimed;
+    EXPECT_TRUE(isPayload(golden("get_game_used_node_list_two"), answer())) << claimed;
+  }
+}
+
+// The service ends there, as it does whenever memory runs out.
+TEST_F(GetGameUsedNodeList, ThrowsWhenThereIsNoMemoryForTheCount) {
+  game->usedNodes.announced = 0xFFFFFFFF;
+  EXPECT_THROW((void)answer(), std::bad_alloc);
+}
+
+TEST(GetGameUsedNodeListBeforeInit, Is8Bytes) {
+  EXPECT_EQ(answerTo(MsgGetGameUsedNodeList, Bytes{1, 0, 0, 0}), (Bytes{1, 0, 0, 0, 0, 0, 0, 0}));
+}
+
+// Three million nodes with the longest texts would be one.
+TEST(ResponseWriter, ThrowsForAResponseThatIsLongerThanItsLengthFieldCanSay) {
+  void* response = nullptr;
+  std::uint32_t responseLength = 0;
+  EXPECT_THROW(ResponseWriter(response, responseLength, 0x1'0000'0000), std::bad_alloc);
+  EXPECT_EQ(response, nullptr);
+  EXPECT_EQ(responseLength, 0U);
+}
+
+TEST(ResponseWriter, WritesAsManyBytesOfATextAsItsLengthFieldSays) {
+  const std::string text = "abc" + std::string(65'536, 'x');
+  EXPECT_EQ(textLength(text), 3);
+  void* response = nullptr;
+  std::uint32_t responseLength = 0;
+  ResponseWriter(response, responseLength, textLength(text)).writeText(text);
+  const std::unique_ptr<std::uint8_t[]> owned(static_cast<std::uint8_t*>(response));
+  EXPECT_EQ(Bytes(owned.get(), owned.get() + responseLength), (Bytes{'a', 'b', 'c'}));
+}
+
+}  // namespace
+}  // namespace orva_accelerator::ipc
