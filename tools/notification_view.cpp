@@ -90,7 +90,9 @@ std::string NotificationText(const client::Notification& notification, std::uint
                      (notification.clientId == ownId ? " (own)" : "") + "  " +
                      Padded(std::visit(Word{}, notification.body), kWordWidth);
   const char* separator = "  ";
-  for (const auto& [name, value] : std::visit(Fields{}, notification.body).items()) {
+  // items() refers to the object, which therefore has to outlive the loop.
+  const Json fields = std::visit(Fields{}, notification.body);
+  for (const auto& [name, value] : fields.items()) {
     // Said in the word already; empty texts say nothing.
     if (name == "stateName" || name == "success" || value == "") continue;
     line += separator + name + " " + ValueText(value);
