@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <cstring>
+
 namespace orva_accelerator::simulator {
 namespace {
 
@@ -47,6 +50,14 @@ std::wstring fromUtf8(std::string_view text) {
   std::wstring result(static_cast<std::size_t>(units), L'\0');
   if (MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, result.data(), units) != units) return {};
   return result;
+}
+
+void copyText(std::wstring_view text, void* array, std::size_t capacity) {
+  static_assert(sizeof(wchar_t) == 2);
+  const std::size_t length = std::min(text.size(), capacity);
+  auto* bytes = static_cast<std::byte*>(array);
+  if (length > 0) std::memcpy(bytes, text.data(), length * sizeof(wchar_t));
+  if (length < capacity) std::memset(bytes + length * sizeof(wchar_t), 0, sizeof(wchar_t));
 }
 
 void appendQuoted(std::string& out, std::wstring_view text) {

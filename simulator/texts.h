@@ -14,15 +14,10 @@ std::wstring fromUtf8(std::string_view text);
 // surrogate without its other half, which UTF-8 cannot express, is written as \uD800 is.
 void appendQuoted(std::string& out, std::wstring_view text);
 
-// Copies `text` into an array of `capacity` units and terminates it if there is room for that: a
-// text of `capacity` units or more fills the array and has no terminator, which is how a scenario
-// asks for an unterminated one. Works on both of the library's unit types.
-template <typename Unit>
-void copyText(std::wstring_view text, Unit* array, std::size_t capacity) {
-  static_assert(sizeof(Unit) == 2 && sizeof(wchar_t) == 2);
-  const std::size_t length = text.size() < capacity ? text.size() : capacity;
-  for (std::size_t i = 0; i < length; ++i) array[i] = static_cast<Unit>(text[i]);
-  if (length < capacity) array[length] = Unit{};
-}
+// Copies `text` into an array of `capacity` UTF-16 units and terminates it if there is room for
+// that: a text of `capacity` units or more fills the array and has no terminator, which is how a
+// scenario asks for an unterminated one. The array may lie at any address: it is part of a packed
+// record.
+void copyText(std::wstring_view text, void* array, std::size_t capacity);
 
 }  // namespace orva_accelerator::simulator

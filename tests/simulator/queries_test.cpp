@@ -12,7 +12,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Up to the first terminator, or the whole array.
+// Up to the first terminator, or the whole array. Records are packed: a local one is aligned, so
+// that a reference may be bound to its arrays.
 template <typename Unit, std::size_t units>
 std::wstring textOf(const Unit (&array)[units]) {
   std::wstring text;
@@ -83,7 +84,7 @@ TEST_F(SimulatorQueries, SetupIsAccepted) {
 
 TEST_F(SimulatorQueries, AccelDataIsEmptyUntilSomethingIsStarted) {
   load();
-  const sdk::AccelDataRecord record = accelData();
+  alignas(8) const sdk::AccelDataRecord record = accelData();
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(&record);
   EXPECT_TRUE(std::all_of(bytes, bytes + sizeof record, [](std::uint8_t b) { return b == 0; }));
 }
@@ -95,12 +96,12 @@ TEST_F(SimulatorQueries, AccelDataMovesWhileAcceleratingAndIsEmptyAfterAStop) {
                                                             L"", 3, &receiveResult),
             1);
   ASSERT_TRUE(received.waitFor(4));
-  const sdk::AccelDataRecord first = accelData();
+  alignas(8) const sdk::AccelDataRecord first = accelData();
   EXPECT_EQ(first.value1, 4U);
   EXPECT_EQ(first.value2, 1002U);
-  EXPECT_EQ(first.value3, 11U);
+  EXPECT_EQ(std::uint32_t{first.value3}, 11U);
   EXPECT_EQ(first.value4, 202U);
-  EXPECT_EQ(first.value7, 3U);
+  EXPECT_EQ(std::uint32_t{first.value7}, 3U);
   EXPECT_EQ(first.flag, 1);
   EXPECT_EQ(textOf(first.text1), L"Frostholm Online");
   EXPECT_EQ(textOf(first.text2), L"Europe Central");
@@ -122,17 +123,17 @@ TEST_F(SimulatorQueries, AccelDataFollowsTheScenario) {
     "value8": 4294967297, "value9": 9, "value10": -1, "flag": 255,
     "text1": "一", "text2": "", "text3": {"repeat": "中", "times": 255}, "text4": "四",
     "text5": {"repeat": "长", "times": 254}}}})");
-  const sdk::AccelDataRecord record = accelData();
+  alignas(8) const sdk::AccelDataRecord record = accelData();
   EXPECT_EQ(record.value1, 1U);
   EXPECT_EQ(record.value2, 2U);
-  EXPECT_EQ(record.value3, 3U);
+  EXPECT_EQ(std::uint32_t{record.value3}, 3U);
   EXPECT_EQ(record.value4, 4U);
-  EXPECT_EQ(record.value5, 5U);
-  EXPECT_EQ(record.value6, 6U);
-  EXPECT_EQ(record.value7, 7U);
+  EXPECT_EQ(std::uint32_t{record.value5}, 5U);
+  EXPECT_EQ(std::uint32_t{record.value6}, 6U);
+  EXPECT_EQ(std::uint32_t{record.value7}, 7U);
   EXPECT_EQ(std::uint64_t{record.value8}, 4294967297U);
-  EXPECT_EQ(record.value9, 9U);
-  EXPECT_EQ(record.value10, 0xFFFFFFFFU);
+  EXPECT_EQ(std::uint32_t{record.value9}, 9U);
+  EXPECT_EQ(std::uint32_t{record.value10}, 0xFFFFFFFFU);
   EXPECT_EQ(record.flag, 255);
   EXPECT_EQ(textOf(record.text1), L"一");
   EXPECT_EQ(textOf(record.text2), L"");
@@ -144,7 +145,7 @@ TEST_F(SimulatorQueries, AccelDataFollowsTheScenario) {
 TEST_F(SimulatorQueries, RefusedAccelDataLeavesDataBehind) {
   loadWith(R"({"functions": {"Kernel_GetAccelData": {"refuse": true}},
                "catalogue": {"accelData": {"value1": 77}}})");
-  sdk::AccelDataRecord record{};
+  alignas(8) sdk::AccelDataRecord record{};
   EXPECT_EQ(get<sdk::KernelGetAccelData>("Kernel_GetAccelData")(&record), 0);
   EXPECT_EQ(record.value1, 77U);
 }
@@ -173,7 +174,7 @@ TEST_F(SimulatorQueries, ConsoleDataFollowsTheScenario) {
 TEST_F(SimulatorQueries, GameDataComesFromTheCatalogue) {
   load();
   const auto gameData = get<sdk::KernelGetGameDataFromGameID>("Kernel_GetGameDataFromGameID");
-  sdk::GameDataRecord record{};
+  alignas(8) sdk::GameDataRecord record{};
   EXPECT_EQ(gameData(1003, &record), 1);
   EXPECT_EQ(record.number, 13U);
   EXPECT_EQ(textOf(record.gameText), L"云端卡丁车 Cloud Kart");
@@ -315,7 +316,7 @@ TEST_F(SimulatorQueries, CatalogueIsReplacedByTheScenario) {
       {"areaId": 1, "key": "k", "text": "second"}, {"areaId": 1, "key": "K"}],
     "usedNodes": [{"used1": 1, "used2": 2, "text1": "a", "used3": 3, "text2": "",
                    "used4": 18446744073709551615}]}]}})");
-  sdk::GameDataRecord game{};
+  alignas(8) sdk::GameDataRecord game{};
   const auto gameData = get<sdk::KernelGetGameDataFromGameID>("Kernel_GetGameDataFromGameID");
   EXPECT_EQ(gameData(1001, &game), 0);
   EXPECT_EQ(gameData(7, &game), 1);
@@ -330,7 +331,7 @@ TEST_F(SimulatorQueries, CatalogueIsReplacedByTheScenario) {
   EXPECT_EQ(textOf(servers[1].serverText), L"second");
   EXPECT_EQ(textOf(servers[2].serverKey), L"K");
 
-  sdk::NodeRecord node{};
+  alignas(8) sdk::NodeRecord node{};
   count = 1;
   EXPECT_EQ(
       get<sdk::KernelGetGameNodeDataList>("Kernel_GetGameNodeDataList")(7, 1, L"k", &node, &count),
