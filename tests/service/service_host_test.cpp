@@ -8,20 +8,7 @@
 
 #include "tests/service/host_stage.h"
 #include "tests/support/bounded_wait.h"
-
-namespace orva_accelerator::ipc {
-
-// Makes destroying a started server possible, which nothing else does.
-class PipeServerInspector {
- public:
-  static void letThreadsGo(PipeServer& server) {
-    server.requestAcceptThread.detach();
-    server.pushAcceptThread.detach();
-    server.supervisorThread.detach();
-  }
-};
-
-}  // namespace orva_accelerator::ipc
+#include "tests/support/pipe_server_inspector.h"
 
 namespace orva_accelerator::service::test {
 namespace {
@@ -69,6 +56,14 @@ HostStage::Wait timesOutAfter(std::function<void()> event) {
     event();
     return WAIT_TIMEOUT;
   };
+}
+
+// Makes destroying a started server possible, which nothing else does.
+void letThreadsGo(ipc::PipeServer& server) {
+  ipc::PipeServerInspector inspector(server);
+  inspector.requestAcceptThread().detach();
+  inspector.pushAcceptThread().detach();
+  inspector.supervisorThread().detach();
 }
 
 HostStage::Wait returns(DWORD result) {
@@ -181,7 +176,7 @@ TEST(ServiceMain, ReportsStoppedClosesItsEventAndExitsWhenDestructionReturns) {
         HostStage stage;
         stage.onWaits({timesOutAfter([] {
           HostStage::control(SERVICE_CONTROL_STOP);
-          ipc::PipeServerInspector::letThreadsGo(*currentPipeServer.load());
+          letThreadsGo(*currentPipeServer.load());
         })});
         serviceMain(0, nullptr);
         HostStage::returned();
