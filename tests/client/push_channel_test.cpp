@@ -1,0 +1,128 @@
+#include "client/push_channel.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <thread>
+
+#include "tests/client/server_end.h"
+#include "tests/support/pipe_names.h"
+
+namespace orva_accelerator::client {
+namespace {
+
+using std::chrono::milliseconds;
+using test::GoldenVector;
+using test::ServerEnd;
+
+Deadline soon() {
+  return Deadline::After(milliseconds(50));
+}
+Deadline patient() {
+  return Deadline::After(test::kPatience);
+}
+
+const GoldenVector& golden(const char* name) {
+  return test::goldenVector("notifications.json", name);
+}
+
+class PushChannelTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    auto channel = PushChannel::Register(Endpoint{name_, false}, 0x01020304, patient());
+    ASSERT_TRUE(channel.ok()) << Describe(channel.error());
+    channel_.emplace(std::move(channel.value()));
+    ASSERT_TRUE(end_.accept());
+    registration_ = end_.read().value_or(Bytes());
+  }
+
+  std::wstring name_ = test::uniquePipeName(L"push");
+  ServerEnd end_{name_};
+  std::optional<PushChannel> channel_;
+  Bytes registration_;
+};
+
+TEST_F(PushChannelTest, AnnouncesItsIdInOneMessageOfFourBytes) {
+  EXPECT_EQ(registration_, (Bytes{4, 3, 2, 1}));
+}
+
+TEST_F(PushChannelTest, GivesNotificationsInTheirOrder) {
+  for (const char* name : {"user_login_succeeded", "start_accel_accelerating"}) {
+    ASSERT_TRUE(end_.write(golden(name).header()));
+    ASSERT_TRUE(end_.write(golden(name).payload()));
+  }
+  EXPECT_EQ(channel_->Next(patient()).value().type, 0x1003u);
+  EXPECT_EQ(channel_->Next(patient()).value().type, 0x1000u);
+}
+
+TEST_F(PushChannelTest, CanBeUsedAgainAfterATimeout) {
+  EXPECT_EQ(channel_->Next(soon()).error().kind, ErrorKind::Timeout);
+  ASSERT_TRUE(end_.write(golden("stop_accel_succeeded").header()));
+  EXPECT_EQ(channel_->Next(soon()).error().kind, ErrorKind::Timeout);
+  ASSERT_TRUE(end_.write(golden("stop_accel_succeeded").payload()));
+  const auto notification = channel_->Next(patient());
+  ASSERT_TRUE(notification.ok());
+  EXPECT_TRUE(std::get<StopResult>(notification.value().body).success);
+}
+
+TEST_F(PushChannelTest, StopsWaitingWhenInterruptedAndLosesNothing) {
+  const win32::UniqueKernelHandle interrupt(CreateEventW(nullptr, TRUE, TRUE, nullptr));
+  ASSERT_TRUE(interrupt);
+  EXPECT_EQ(channel_->Next(patient(), interrupt.get()).error().kind, ErrorKind::Interrupted);
+  ASSERT_TRUE(end_.write(golden("user_login_refused").header()));
+  ASSERT_TRUE(end_.write(golden("user_login_refused").payload()));
+  const auto notification = channel_->Next(patient());
+  ASSERT_TRUE(notification.ok());
+  EXPECT_EQ(std::get<LoginResult>(notification.value().body).code, 20001);
+}
+
+TEST_F(PushChannelTest, TakesAMessageThatIsLargerThanThePipesBuffer) {
+  // text1 of 50,000 bytes.
+  Bytes header(golden("start_accel_accelerating").header().begin(),
+               golden("start_accel_accelerating").header().end());
+  Bytes payload(32 + 50'000, 'x');
+  std::fill(payload.begin(), payload.begin() + 32, std::uint8_t{0});
+  payload[8] = 50'000 & 0xFF;
+  payload[9] = 50'000 >> 8;
+  for (std::size_t i = 0; i < 4; ++i) {
+    header[12 + i] = static_cast<std::uint8_t>(payload.size() >> (8 * i));
+  }
+  ASSERT_TRUE(end_.write(header));
+  std::thread writer([&] { EXPECT_TRUE(end_.write(payload)); });
+  const auto notification = channel_->Next(patient());
+  writer.join();
+  ASSERT_TRUE(notification.ok()) << Describe(notification.error());
+  EXPECT_EQ(std::get<AccelResult>(notification.value().body).text1, std::string(50'000, 'x'));
+}
+
+TEST_F(PushChannelTest, TellsInterleavedNotificationsApart) {
+  const GoldenVector& start = golden("start_accel_accelerating");
+  const GoldenVector& stop = golden("stop_accel_succeeded");
+  for (const auto message : {start.header(), stop.header(), stop.payload(), start.payload()}) {
+    ASSERT_TRUE(end_.write(message));
+  }
+  EXPECT_EQ(channel_->Next(patient()).value().type, 0x1002u);
+  EXPECT_EQ(channel_->Next(patient()).value().type, 0x1000u);
+}
+
+TEST_F(PushChannelTest, DropsAMessageThatFitsNowhereAndGoesOn) {
+  ASSERT_TRUE(end_.write(Bytes{1, 2, 3}));
+  const auto misplaced = channel_->Next(patient());
+  ASSERT_FALSE(misplaced.ok());
+  EXPECT_EQ(misplaced.error().kind, ErrorKind::Protocol);
+  EXPECT_EQ(misplaced.error().win32Code, 0u);
+  ASSERT_TRUE(end_.write(golden("user_login_succeeded").header()));
+  ASSERT_TRUE(end_.write(golden("user_login_succeeded").payload()));
+  EXPECT_TRUE(channel_->Next(patient()).ok());
+}
+
+TEST_F(PushChannelTest, SaysThatTheServiceEndedTheConnection) {
+  end_.disconnect();
+  const auto next = channel_->Next(patient());
+  ASSERT_FALSE(next.ok());
+  EXPECT_EQ(next.error().kind, ErrorKind::Protocol);
+  EXPECT_NE(next.error().win32Code, 0u);
+}
+
+}  // namespace
+}  // namespace orva_accelerator::client

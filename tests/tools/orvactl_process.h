@@ -1,0 +1,44 @@
+// orvactl as its users see it: a process with arguments, two outputs and an exit code.
+#pragma once
+
+#include <windows.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/client/fake_service.h"
+#include "win32/unique_handle.h"
+
+namespace orva_accelerator::test {
+
+struct OrvactlResult {
+  DWORD exitCode = 0;
+  std::string out;
+  std::string err;
+
+  // The lines of `out`, each parsed.
+  std::vector<nlohmann::json> jsonLines() const;
+};
+
+// One run; its outputs go to files of their own. Arguments are UTF-8.
+class OrvactlProcess {
+ public:
+  explicit OrvactlProcess(const std::vector<std::string>& arguments);
+  ~OrvactlProcess();
+
+  // Waits for the end, at most three times kPatience: a run may have to time out by itself.
+  OrvactlResult finish();
+
+ private:
+  std::wstring outPath_;
+  std::wstring errPath_;
+  win32::UniqueKernelHandle process_;
+};
+
+OrvactlResult runOrvactl(const std::vector<std::string>& arguments);
+
+// As client 7 of a fake service, without looking for the real one.
+std::vector<std::string> asClientOf(const FakeService& service, std::vector<std::string> arguments);
+
+}  // namespace orva_accelerator::test

@@ -1,0 +1,34 @@
+#include "tools/record_text.h"
+
+#include <gtest/gtest.h>
+
+namespace orva_accelerator::tools {
+namespace {
+
+TEST(RecordText, AlignsNamesAndValues) {
+  EXPECT_EQ(RecordText(ToJson(client::AccelOwner{true, false})),
+            "anyAcceleration  yes\n"
+            "ownedByCaller    no\n");
+}
+
+TEST(RecordText, AlignsATableByColumnsOnTheScreen) {
+  client::UsedNodeList list{1, {{11, 2, "asia-1", 38, "Node 11", 5}, {21, 3, "上海", 41, "", 7}}};
+  EXPECT_EQ(RecordText(ToJson(list)),
+            "status  1\n"
+            "count   2\n"
+            "\n"
+            "used1  used2  usedText1  used3  usedText2  used4\n"
+            "11     2      asia-1     38     Node 11    5\n"
+            "21     3      上海       41     (empty)    7\n");
+}
+
+TEST(RecordText, EscapesControlCharactersOfTexts) {
+  EXPECT_EQ(ValueText("a\x1b[31mb"), "a\\x1b[31mb");
+}
+
+TEST(OneLine, ReplacesBytesThatAreNotUtf8) {
+  EXPECT_EQ(OneLine(Json{{"text", "a\xFFz"}}), "{\"text\":\"a\xEF\xBF\xBDz\"}");
+}
+
+}  // namespace
+}  // namespace orva_accelerator::tools

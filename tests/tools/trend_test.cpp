@@ -1,0 +1,51 @@
+#include "tools/trend.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "tools/live_figures.h"
+
+namespace orva_accelerator::tools {
+namespace {
+
+std::string line(std::initializer_list<std::uint64_t> values) {
+  Trend trend;
+  for (const std::uint64_t value : values) trend.Add(value);
+  return trend.Line();
+}
+
+TEST(Trend, IsEmptyWhileNothingMoves) {
+  EXPECT_EQ(line({}), "");
+  EXPECT_EQ(line({5, 5, 5}), "");
+}
+
+TEST(Trend, ReachesFromTheLowestToTheHighestValue) {
+  EXPECT_EQ(line({0, 1, 2, 3, 4, 5, 6, 7}), "▁▂▃▄▅▆▇█");
+  EXPECT_EQ(line({10, 20, 10}), "▁█▁");
+  EXPECT_EQ(line({0, std::numeric_limits<std::uint64_t>::max()}), "▁█");
+}
+
+TEST(Trend, ForgetsWhatIsOld) {
+  Trend trend;
+  trend.Add(1000);
+  for (std::size_t i = 0; i < Trend::kKept; ++i) trend.Add(i % 2);
+  EXPECT_EQ(trend.Line().find("▁█"), 0u);
+}
+
+TEST(LiveFigures, DrawsATrendOnlyForWhatMoved) {
+  LiveFigures figures;
+  client::AccelData data;
+  data.value1 = 1;
+  data.text3 = "上海节点";
+  figures.Add(data);
+  data.value1 = 2;
+  figures.Add(data);
+  const std::string text = figures.Text();
+  EXPECT_NE(text.find("value1   2             ▁█\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("value2   0\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("text3    上海节点\n"), std::string::npos) << text;
+}
+
+}  // namespace
+}  // namespace orva_accelerator::tools
