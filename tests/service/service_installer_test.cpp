@@ -62,6 +62,10 @@ struct RefusedInstall {
   std::vector<Calls> calls;
 };
 
+void PrintTo(const RefusedInstall& refused, std::ostream* stream) {
+  *stream << refused.name;
+}
+
 class InstallServiceRefused : public testing::TestWithParam<RefusedInstall> {};
 
 TEST_P(InstallServiceRefused, ReturnsTheResultAndClosesWhatItOpened) {
@@ -160,6 +164,10 @@ struct RefusedReinstall {
   DWORD error;
   int result;
 };
+
+void PrintTo(const RefusedReinstall& refused, std::ostream* stream) {
+  *stream << refused.name;
+}
 
 class ReinstallServiceRefused : public testing::TestWithParam<RefusedReinstall> {};
 

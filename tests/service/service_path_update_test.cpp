@@ -108,6 +108,10 @@ struct RefusedUpdate {
   std::vector<Calls> calls;
 };
 
+void PrintTo(const RefusedUpdate& refused, std::ostream* stream) {
+  *stream << refused.name;
+}
+
 class UpdateServicePathRefused : public testing::TestWithParam<RefusedUpdate> {};
 
 TEST_P(UpdateServicePathRefused, ReturnsTheResultAndClosesWhatItOpened) {

@@ -64,6 +64,10 @@ struct RefusedQuery {
   std::vector<Calls> calls;
 };
 
+void PrintTo(const RefusedQuery& refused, std::ostream* stream) {
+  *stream << refused.name;
+}
+
 class QueryServiceConfigRefused : public testing::TestWithParam<RefusedQuery> {};
 
 TEST_P(QueryServiceConfigRefused, LeavesNullAndClosesWhatItOpened) {

@@ -81,6 +81,10 @@ struct RefusedRemoval {
   std::vector<Calls> calls;
 };
 
+void PrintTo(const RefusedRemoval& refused, std::ostream* stream) {
+  *stream << refused.name;
+}
+
 class UninstallServiceRefused : public testing::TestWithParam<RefusedRemoval> {};
 
 TEST_P(UninstallServiceRefused, ReturnsTheResultAndClosesWhatItOpened) {
