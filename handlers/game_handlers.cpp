@@ -17,7 +17,10 @@ void HandleGetGameLastAccelInfo(PipeServer& /*server*/, const MessageHeader& /*h
                                 std::uint32_t& responseLength) {
   const auto request = readFixedPart<GameRequest>(payload);
   const auto info = sdk::AccelSdk::Instance().GetGameLastAccelInfo(request.gameId);
-  if (!info) return respond(GameLastAccelInfoResponse{}, response, responseLength);
+  if (!info) {
+    respond(GameLastAccelInfoResponse{}, response, responseLength);
+    return;
+  }
 
   const std::string infoText = ToUtf8(info->infoText);
   const std::string serverKey = ToUtf8(info->serverKey);
@@ -41,7 +44,10 @@ void HandleGetGameAccelInfo(PipeServer& /*server*/, const MessageHeader& /*heade
                             const void* payload, void*& response, std::uint32_t& responseLength) {
   const auto request = readFixedPart<GameRequest>(payload);
   const auto info = sdk::AccelSdk::Instance().GetGameAccelInfo(request.gameId);
-  if (!info) return respond(GameAccelInfoResponse{}, response, responseLength);
+  if (!info) {
+    respond(GameAccelInfoResponse{}, response, responseLength);
+    return;
+  }
 
   const std::string gameText = ToUtf8(info->gameText);
   const std::string infoText = ToUtf8(info->infoText);

@@ -14,7 +14,7 @@ constexpr std::uint32_t kTextCapacity = 256;  // In units, with the NUL.
 // The library is told the capacity, and yet it is not relied on to have left room for the NUL.
 std::wstring terminatedText(wchar_t (&units)[kTextCapacity]) {
   units[kTextCapacity - 1] = L'\0';
-  return std::wstring(units);
+  return units;
 }
 
 void addServerText(const AccelSdk& accelSdk, GameAccelInfo& info) {
