@@ -1,0 +1,36 @@
+// A call that may block for longer than a test may wait.
+#pragma once
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <thread>
+#include <utility>
+
+#include "tests/support/bounded_wait.h"
+
+namespace orva_accelerator::test {
+
+// Runs the call on a thread of its own, which nobody joins: what the call refers to must outlive
+// it, or the test must have seen it end.
+class BackgroundCall {
+ public:
+  template <typename Call>
+  explicit BackgroundCall(Call call) {
+    auto promise = std::make_shared<std::promise<void>>();
+    ended_ = promise->get_future();
+    std::thread([promise, call = std::move(call)]() mutable {
+      call();
+      promise->set_value();
+    }).detach();
+  }
+
+  [[nodiscard]] bool ends(std::chrono::milliseconds limit = kPatience) const {
+    return ended_.wait_for(limit) == std::future_status::ready;
+  }
+
+ private:
+  std::future<void> ended_;
+};
+
+}  // namespace orva_accelerator::test

@@ -1,0 +1,149 @@
+// Exactly which system calls a request costs, and what happens when they fail.
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+#include "tests/ipc/channel_test.h"
+#include "tests/ipc/pipe_call_log.h"
+#include "tests/ipc/scripted_dispatcher.h"
+
+namespace orva_accelerator::test {
+namespace {
+
+class RequestPipeCalls : public ChannelTest {
+ protected:
+  void SetUp() override {
+    start();
+    client_ = connect();
+    pipe_ = waitForOnlyRequestPipe();
+  }
+
+  void ask(const Bytes& request, const Bytes& payload, std::uint32_t type = kEchoType) {
+    ASSERT_TRUE(client_.write(request).done());
+    expectEcho(client_, payload, type);
+  }
+
+  // What the connection did, from beginning to end, between being accepted and cleaned up.
+  void expectCallsAfterClose(PipeCallLog::Lines middle) {
+    client_.close();
+    middle.insert(middle.begin(), "ConnectNamedPipe");
+    middle.insert(middle.end(), {"ReadFile 24", "DisconnectNamedPipe", "CloseHandle"});
+    EXPECT_TRUE(log_.becomes(pipe_, middle)) << testing::PrintToString(log_.of(pipe_));
+  }
+
+  // From now on the server's writes to the pipe fail; the client's own do not.
+  void failWrites() {
+    log_.writeFile.replace([this](HANDLE pipe, LPCVOID bytes, DWORD size, LPDWORD written,
+                                  LPOVERLAPPED overlapped) -> BOOL {
+      if (pipe != pipe_) return log_.writeFile.callOriginal(pipe, bytes, size, written, overlapped);
+      SetLastError(ERROR_NO_DATA);
+      return FALSE;
+    });
+  }
+
+  PipeCallLog log_;
+  RawPipeClient client_;
+  HANDLE pipe_ = INVALID_HANDLE_VALUE;
+};
+
+TEST_F(RequestPipeCalls, AreOneReadTwoWritesAndAFlushForAHeaderOnly) {
+  ask(headerBytes(kEchoType, 0), {});
+  expectCallsAfterClose({"ReadFile 24", "WriteFile 8", "WriteFile 8", "FlushFileBuffers"});
+}
+
+TEST_F(RequestPipeCalls, AreOneReadMoreForAPayload) {
+  ask(requestBytes(kEchoType, {1, 2, 3}), {1, 2, 3});
+  expectCallsAfterClose(
+      {"ReadFile 24", "ReadFile 3", "WriteFile 8", "WriteFile 11", "FlushFileBuffers"});
+}
+
+TEST_F(RequestPipeCalls, AreOneWriteLessForAResponseWithoutPayload) {
+  ASSERT_TRUE(client_.write(headerBytes(kUnansweredType, 0)).done());
+  expectResponse(client_, {});
+  expectCallsAfterClose({"ReadFile 24", "WriteFile 8", "FlushFileBuffers"});
+}
+
+TEST_F(RequestPipeCalls, AreTheSameForEveryRequestOfAConnection) {
+  for (int i = 0; i < 3; ++i) ask(requestBytes(kEchoType, {1}), {1});
+  PipeCallLog::Lines expected;
+  for (int i = 0; i < 3; ++i) {
+    expected.insert(expected.end(), {"ReadFile 24", "ReadFile 1", "WriteFile 8", "WriteFile 9",
+                                     "FlushFileBuffers"});
+  }
+  expectCallsAfterClose(expected);
+}
+
+TEST_F(RequestPipeCalls, AreOneReadForAPayloadOfOneMebibyte) {
+  const Bytes large = patternBytes(1024 * 1024);
+  ask(requestBytes(kEchoType, large), large);
+  expectCallsAfterClose(
+      {"ReadFile 24", "ReadFile 1048576", "WriteFile 8", "WriteFile 1048584", "FlushFileBuffers"});
+}
+
+TEST_F(RequestPipeCalls, ReadALargerPayloadInStepsOfOneMebibyte) {
+  const Bytes large = patternBytes(2 * 1024 * 1024 + 5);
+  ask(requestBytes(kEchoType, large), large);
+  expectCallsAfterClose({"ReadFile 24", "ReadFile 1048576", "ReadFile 1048576", "ReadFile 5",
+                         "WriteFile 8", "WriteFile 2097165", "FlushFileBuffers"});
+}
+
+TEST_F(RequestPipeCalls, AreOneReadForAClientThatLeavesAtOnce) {
+  expectCallsAfterClose({});
+  EXPECT_TRUE(waitUntil([this] { return inspector_.requestPipes().empty(); }));
+}
+
+TEST_F(RequestPipeCalls, DisconnectAndCloseAfterABadHeader) {
+  ASSERT_TRUE(client_.write(Bytes(24, 0)).done());
+  EXPECT_TRUE(client_.endsSilently());
+  expectCallsAfterClose({});
+}
+
+TEST_F(RequestPipeCalls, DisconnectAndCloseAfterABadPayload) {
+  ASSERT_TRUE(client_.write(joined(headerBytes(kEchoType, 5), {1, 2})).done());
+  EXPECT_TRUE(client_.endsSilently());
+  EXPECT_TRUE(log_.becomes(pipe_, {"ConnectNamedPipe", "ReadFile 24", "ReadFile 5",
+                                   "DisconnectNamedPipe", "CloseHandle"}))
+      << testing::PrintToString(log_.of(pipe_));
+}
+
+TEST_F(RequestPipeCalls, GoOnWhenWritesFail) {
+  failWrites();
+  ASSERT_TRUE(client_.write(headerBytes(kEchoType, 0)).done());
+  EXPECT_TRUE(waitUntil([this] { return log_.count(pipe_, "ReadFile 24") == 2; }));
+  log_.writeFile.replace(nullptr);
+  ask(headerBytes(kEchoType, 0), {});
+  const PipeCallLog::Lines request = {"ReadFile 24", "WriteFile 8", "WriteFile 8",
+                                      "FlushFileBuffers"};
+  PipeCallLog::Lines twice = request;
+  twice.insert(twice.end(), request.begin(), request.end());
+  expectCallsAfterClose(twice);
+}
+
+TEST_F(RequestPipeCalls, GoOnWhenTheFlushFails) {
+  log_.flushFileBuffers.failAllCalls(ERROR_INVALID_HANDLE, FALSE);
+  ask(headerBytes(kEchoType, 0), {});
+  ask(headerBytes(kEchoType, 0), {});
+}
+
+TEST_F(RequestPipeCalls, CloseEvenWhenTheDisconnectFails) {
+  log_.disconnectNamedPipe.failAllCalls(ERROR_PIPE_NOT_CONNECTED, FALSE);
+  expectCallsAfterClose({});
+}
+
+// A read that fails for another reason than a longer message ends the connection.
+TEST_F(RequestPipeCalls, EndTheConnectionWhenAPayloadReadFails) {
+  log_.readFile.replace(
+      [this](HANDLE pipe, LPVOID buffer, DWORD size, LPDWORD got, LPOVERLAPPED overlapped) -> BOOL {
+        if (pipe != pipe_ || size != 5) {
+          return log_.readFile.callOriginal(pipe, buffer, size, got, overlapped);
+        }
+        *got = size;
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return FALSE;
+      });
+  ASSERT_TRUE(client_.write(requestBytes(kEchoType, Bytes(5))).done());
+  EXPECT_TRUE(client_.endsSilently());
+}
+
+}  // namespace
+}  // namespace orva_accelerator::test
