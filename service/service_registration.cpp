@@ -29,9 +29,10 @@ bool isServiceInstalled() {
 
 bool queryServiceConfig(QUERY_SERVICE_CONFIGW*& config) {
   config = nullptr;
-  UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+  const UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
   if (!manager) return false;
-  UniqueServiceHandle service(OpenServiceW(manager.get(), kServiceName, SERVICE_QUERY_CONFIG));
+  const UniqueServiceHandle service(
+      OpenServiceW(manager.get(), kServiceName, SERVICE_QUERY_CONFIG));
   if (!service) return false;
 
   DWORD size = 0;
