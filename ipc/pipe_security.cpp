@@ -35,9 +35,15 @@ SECURITY_ATTRIBUTES* buildPipeSecurity() {
 
 HANDLE createSecuredPipe(const std::wstring& name, SECURITY_ATTRIBUTES* security) {
   AcquireSRWLockShared(&pipeSecurityLock);
-  const HANDLE pipe = CreateNamedPipeW(
-      name.c_str(), PIPE_ACCESS_DUPLEX, PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT,
-      PIPE_UNLIMITED_INSTANCES, kPipeBufferSize, kPipeBufferSize, 0, security);
+  HANDLE pipe = INVALID_HANDLE_VALUE;
+  if (security->lpSecurityDescriptor != nullptr) {
+    pipe = CreateNamedPipeW(
+        name.c_str(), PIPE_ACCESS_DUPLEX, PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT,
+        PIPE_UNLIMITED_INSTANCES, kPipeBufferSize, kPipeBufferSize, 0, security);
+  } else {
+    // The other loop could not rebuild it. Null would mean the system's own idea of who may read.
+    SetLastError(ERROR_INVALID_SECURITY_DESCR);
+  }
   ReleaseSRWLockShared(&pipeSecurityLock);
   return pipe;
 }

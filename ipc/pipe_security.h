@@ -23,7 +23,8 @@ inline constexpr wchar_t kPipeSecurity[] = L"D:(A;;GRGW;;;AU)";
 SECURITY_ATTRIBUTES* buildPipeSecurity();
 
 // One new instance of a duplex, blocking message pipe, or INVALID_HANDLE_VALUE with the last error
-// set. `security` is what buildPipeSecurity returned; the caller closes the handle.
+// set. `security` is what buildPipeSecurity returned; the caller closes the handle. Fails when a
+// later call of buildPipeSecurity has failed: a pipe without that descriptor is never made.
 HANDLE createSecuredPipe(const std::wstring& name, SECURITY_ATTRIBUTES* security);
 
 }  // namespace orva_accelerator::ipc
