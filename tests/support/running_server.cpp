@@ -39,8 +39,11 @@ RunningServer::RunningServer()
   EXPECT_TRUE(server_->start(requestPipe_, pushPipe_));
 }
 
-RequestConnection::RequestConnection(const RunningServer& server) {
-  EXPECT_EQ(pipe_.open(server.requestPipe()), static_cast<DWORD>(ERROR_SUCCESS));
+RequestConnection::RequestConnection(const RunningServer& server)
+    : RequestConnection(server.requestPipe()) {}
+
+RequestConnection::RequestConnection(const std::wstring& pipeName) {
+  EXPECT_EQ(pipe_.open(pipeName), static_cast<DWORD>(ERROR_SUCCESS));
 }
 
 std::optional<Bytes> RequestConnection::ask(std::uint32_t clientId, std::uint32_t type,
@@ -79,12 +82,16 @@ std::optional<Notification> parseNotificationHeader(std::span<const std::uint8_t
   return notification;
 }
 
-PushConnection::PushConnection(const RunningServer& server, std::uint32_t clientId) {
-  const auto before = server.inspect().pushPipe(clientId);
-  EXPECT_EQ(pipe_.open(server.pushPipe()), static_cast<DWORD>(ERROR_SUCCESS));
+PushConnection::PushConnection(const std::wstring& pipeName, std::uint32_t clientId) {
+  EXPECT_EQ(pipe_.open(pipeName), static_cast<DWORD>(ERROR_SUCCESS));
   std::uint8_t registration[sizeof(clientId)];
   std::memcpy(registration, &clientId, sizeof(clientId));
   EXPECT_TRUE(pipe_.write(registration).done());
+}
+
+PushConnection::PushConnection(const RunningServer& server, std::uint32_t clientId) {
+  const auto before = server.inspect().pushPipe(clientId);
+  *this = PushConnection(server.pushPipe(), clientId);
   EXPECT_TRUE(waitUntil([&] {
     const auto now = server.inspect().pushPipe(clientId);
     return now != nullptr && now != before;

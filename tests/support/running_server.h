@@ -40,6 +40,7 @@ class RunningServer {
 class RequestConnection {
  public:
   explicit RequestConnection(const RunningServer& server);
+  explicit RequestConnection(const std::wstring& pipeName);
 
   // The payload of the answer; nothing, and a failed test, when no whole answer comes.
   std::optional<Bytes> ask(std::uint32_t clientId, std::uint32_t type,
@@ -65,10 +66,14 @@ struct Notification {
 // The fields of a notification's header, without its payload; nothing when it is no such header.
 std::optional<Notification> parseNotificationHeader(std::span<const std::uint8_t> message);
 
-// One connection to the push pipe, registered when the constructor returns.
+// One connection to the push pipe.
 class PushConnection {
  public:
+  // Registered when the constructor returns.
   PushConnection(const RunningServer& server, std::uint32_t clientId);
+  // Has asked to be registered when the constructor returns; of another process nobody can tell
+  // when it is. The first notification that arrives tells.
+  PushConnection(const std::wstring& pipeName, std::uint32_t clientId);
 
   // The next notification; nothing when none has come by then, or when it is not whole.
   std::optional<Notification> next(std::chrono::milliseconds limit = kPatience);
