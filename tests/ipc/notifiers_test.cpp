@@ -44,6 +44,7 @@ std::string textOf(const Notification& notification, std::size_t from) {
                      notification.payload.end());
 }
 
+// Its fields may lie at any address: compare copies, EXPECT_EQ would bind references to them.
 template <typename Fixed>
 Fixed fixedPartOf(const Notification& notification) {
   Fixed fixed = {};
@@ -202,8 +203,8 @@ TEST_F(Notifiers, AccelResultTextsOf65535BytesFillTheirLengthFields) {
   ASSERT_TRUE(notification);
   EXPECT_EQ(notification->payloadLength, 32U + 65'535U + 65'535U);
   const auto fixed = fixedPartOf<AccelResultPayload>(*notification);
-  EXPECT_EQ(fixed.text1Length, 65'535);
-  EXPECT_EQ(fixed.text2Length, 65'535);
+  EXPECT_EQ(std::uint16_t{fixed.text1Length}, 65'535);
+  EXPECT_EQ(std::uint16_t{fixed.text2Length}, 65'535);
 }
 
 TEST_F(Notifiers, AccelResultTextsOf65536BytesAndMoreGoOutWholeWithWrappedLengths) {
@@ -215,8 +216,8 @@ TEST_F(Notifiers, AccelResultTextsOf65536BytesAndMoreGoOutWholeWithWrappedLength
   ASSERT_TRUE(notification);
   EXPECT_EQ(notification->payloadLength, 32U + 65'536U + 210'000U);
   const auto fixed = fixedPartOf<AccelResultPayload>(*notification);
-  EXPECT_EQ(fixed.text1Length, 0);
-  EXPECT_EQ(fixed.text2Length, 210'000 % 65'536);
+  EXPECT_EQ(std::uint16_t{fixed.text1Length}, 0);
+  EXPECT_EQ(std::uint16_t{fixed.text2Length}, 210'000 % 65'536);
   const std::string texts = textOf(*notification, 32);
   EXPECT_EQ(texts.substr(0, 65'536), std::string(65'536, 'a'));
   EXPECT_EQ(texts.substr(65'536, 3), "\xE5\x8A\xA0");
@@ -329,8 +330,8 @@ TEST_F(Notifiers, StopResultClearsTheOwnershipWhateverItsCode) {
     const auto notification = client.next();
     ASSERT_TRUE(notification);
     const auto fixed = fixedPartOf<StopResultPayload>(*notification);
-    EXPECT_EQ(fixed.success, code == 0 ? 1U : 0U);
-    EXPECT_EQ(fixed.code, code);
+    EXPECT_EQ(std::uint32_t{fixed.success}, code == 0 ? 1U : 0U);
+    EXPECT_EQ(std::int32_t{fixed.code}, code);
   }
 }
 
