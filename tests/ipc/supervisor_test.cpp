@@ -5,12 +5,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-// After <windows.h>, which it needs.
-#include <tlhelp32.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <cwchar>
 #include <functional>
 #include <map>
 #include <memory>
@@ -20,9 +16,8 @@
 #include <vector>
 
 #include "ipc/pipe_server.h"
-#include "ipc/process_search.h"
 #include "sdk/kernel_function_table.h"
-#include "tests/support/bounded_wait.h"
+#include "tests/ipc/fake_process_list.h"
 #include "tests/support/fake_kernel.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/pipe_names.h"
@@ -32,125 +27,10 @@ namespace orva_accelerator::ipc {
 namespace {
 
 using test::FakeKernel;
+using test::FakeProcessList;
 using test::ImportHook;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-// A list of running programs instead of the system's.
-class FakeProcessList {
- public:
-  explicit FakeProcessList(std::vector<std::wstring> names = {}) : names_(std::move(names)) {
-    snapshot_.replace([this](DWORD flags, DWORD processId) -> HANDLE {
-      EXPECT_EQ(flags, 2U);
-      EXPECT_EQ(processId, 0U);
-      ++open_;
-      return CreateEventA(nullptr, TRUE, FALSE, nullptr);  // Something that can be closed.
-    });
-    first_.replace([this](HANDLE, PROCESSENTRY32W* entry) -> BOOL {
-      EXPECT_EQ(entry->dwSize, 568U);
-      next_ = 0;
-      return fill(entry);
-    });
-    nextOne_.replace([this](HANDLE, PROCESSENTRY32W* entry) -> BOOL { return fill(entry); });
-    close_.replace([this](HANDLE handle) -> BOOL {
-      --open_;
-      return close_.callOriginal(handle);
-    });
-  }
-
-  void set(std::vector<std::wstring> names) { names_ = std::move(names); }
-  void failSnapshot() { snapshot_.failAllCalls(ERROR_ACCESS_DENIED, INVALID_HANDLE_VALUE); }
-  void failFirst() { first_.failAllCalls(ERROR_BAD_LENGTH, FALSE); }
-  std::size_t searches() const { return snapshot_.callCount(); }
-  // How many handles have been made here and not closed. Counts right only while nothing else in
-  // the process closes handles.
-  int openSnapshots() const { return open_; }
-
- private:
-  BOOL fill(PROCESSENTRY32W* entry) {
-    if (next_ == names_.size()) {
-      SetLastError(ERROR_NO_MORE_FILES);
-      return FALSE;
-    }
-    const std::wstring& name = names_[next_++];
-    std::wmemset(entry->szExeFile, L'#', MAX_PATH);  // Left over from a longer name.
-    std::wmemcpy(entry->szExeFile, name.c_str(), name.size() + 1);
-    return TRUE;
-  }
-
-  std::vector<std::wstring> names_;
-  std::size_t next_ = 0;
-  int open_ = 0;
-  ImportHook<decltype(CreateToolhelp32Snapshot)> snapshot_{"kernel32.dll",
-                                                           "CreateToolhelp32Snapshot"};
-  ImportHook<BOOL(HANDLE, PROCESSENTRY32W*)> first_{"kernel32.dll", "Process32FirstW"};
-  ImportHook<BOOL(HANDLE, PROCESSENTRY32W*)> nextOne_{"kernel32.dll", "Process32NextW"};
-  ImportHook<decltype(CloseHandle)> close_{"kernel32.dll", "CloseHandle"};
-};
-
-// --- FindProcessByName --------------------------------------------------------------------------
-
-TEST(FindProcessByName, FindsAProcessWhateverTheCaseOfTheLetters) {
-  FakeProcessList processes({L"System", L"explorer.exe", L"zANDOR.Exe"});
-  EXPECT_TRUE(FindProcessByName(L"Zandor.exe"));
-  EXPECT_TRUE(FindProcessByName(L"ZANDOR.EXE"));
-  EXPECT_TRUE(FindProcessByName(L"zandor.exe"));
-  EXPECT_TRUE(FindProcessByName(L"system"));
-}
-
-TEST(FindProcessByName, ComparesWholeNames) {
-  FakeProcessList processes({L"MyZandor.exe", L"Zandor.exe.bak", L"Zandor.ex", L"Zandor",
-                             L"andor.exe", L"Zandor.exe ", L"Zandor_exe", L""});
-  EXPECT_FALSE(FindProcessByName(L"Zandor.exe"));
-}
-
-TEST(FindProcessByName, FindsNothingAmongNoProcesses) {
-  FakeProcessList processes;
-  EXPECT_FALSE(FindProcessByName(L"Zandor.exe"));
-}
-
-TEST(FindProcessByName, FindsNothingForAnEmptyNameWithoutLooking) {
-  FakeProcessList processes({L""});
-  EXPECT_FALSE(FindProcessByName(L""));
-  EXPECT_EQ(processes.searches(), 0U);
-}
-
-TEST(FindProcessByName, FindsNothingWhenTheSnapshotFails) {
-  FakeProcessList processes({L"Zandor.exe"});
-  processes.failSnapshot();
-  EXPECT_FALSE(FindProcessByName(L"Zandor.exe"));
-}
-
-TEST(FindProcessByName, FindsNothingWhenTheFirstProcessCannotBeRead) {
-  FakeProcessList processes({L"Zandor.exe"});
-  processes.failFirst();
-  EXPECT_FALSE(FindProcessByName(L"Zandor.exe"));
-  EXPECT_EQ(processes.openSnapshots(), 0);
-}
-
-TEST(FindProcessByName, ClosesTheSnapshotWhetherFoundOrNot) {
-  FakeProcessList processes({L"a.exe", L"Zandor.exe", L"b.exe"});
-  EXPECT_TRUE(FindProcessByName(L"Zandor.exe"));
-  EXPECT_EQ(processes.openSnapshots(), 0);
-  EXPECT_FALSE(FindProcessByName(L"c.exe"));
-  EXPECT_EQ(processes.openSnapshots(), 0);
-}
-
-TEST(FindProcessByName, FindsThisVeryProcessAmongTheRealOnes) {
-  wchar_t path[MAX_PATH] = {};
-  ASSERT_NE(GetModuleFileNameW(nullptr, path, MAX_PATH), 0U);
-  std::wstring name(path);
-  name.erase(0, name.find_last_of(L'\\') + 1);
-  std::wstring upper = name;
-  for (wchar_t& unit : upper) {
-    if (unit >= L'a' && unit <= L'z') unit = static_cast<wchar_t>(unit - L'a' + L'A');
-  }
-  EXPECT_TRUE(FindProcessByName(name));
-  EXPECT_TRUE(FindProcessByName(upper));
-  EXPECT_FALSE(FindProcessByName(name.substr(1)));
-  EXPECT_FALSE(FindProcessByName(name + L"x"));
-  EXPECT_FALSE(FindProcessByName(path));
-}
 
 // --- The loop -----------------------------------------------------------------------------------
 
