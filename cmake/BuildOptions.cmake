@@ -31,6 +31,11 @@ else()
   string(REPLACE "-O3" "-O2" CMAKE_C_FLAGS_RELEASE "${CMAKE_C_FLAGS_RELEASE}")
 endif()
 
+if(MINGW)
+  # No time of linking in the file: the same sources give the same bytes.
+  target_link_options(orva_build_options INTERFACE -Wl,--no-insert-timestamp)
+endif()
+
 if(ORVA_TRAP_UNDEFINED)
   target_compile_definitions(orva_build_options INTERFACE _GLIBCXX_ASSERTIONS)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
