@@ -61,6 +61,8 @@ function(orva_add_test_executable target prefix labels)
   gtest_discover_tests(
     ${target}
     TEST_PREFIX "${prefix}"
+    # Printed parameters would make names of addresses, which change from run to run.
+    NO_PRETTY_VALUES
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60
     PROPERTIES TIMEOUT ${arg_TIMEOUT})

@@ -11,12 +11,21 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 #ifdef ORVA_COVERAGE
 extern "C" void __gcov_dump();
 #endif
 
+// Tells scripts/wine.sh that Wine has begun the program: whatever fails from here on is ours.
+static void reportReached() {
+  const char* const path = std::getenv("ORVA_REACHED_FILE");
+  if (path == nullptr) return;
+  if (std::FILE* const file = std::fopen(path, "w")) (void)std::fclose(file);  // Empty either way.
+}
+
 int main(int argc, char** argv) {
+  reportReached();
   // Failed loads and crashes must end a test, not wait for somebody to press a button.
   (void)SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
   testing::InitGoogleMock(&argc, argv);
