@@ -26,6 +26,7 @@ fi
 service=OrvaAcceleratorService
 application="$WINEPREFIX/drive_c/Program Files/Orva"
 watched=$WINEPREFIX/watch.log
+answered=$WINEPREFIX/answer.txt
 
 trap remove_prefix EXIT
 
@@ -35,13 +36,14 @@ windows() (
   exec timeout 60 wine "$@" </dev/null
 )
 
-# ask ANSWER PROGRAM [ARGUMENT...]: shows what the program says. It must succeed and say something
-# that the regular expression ANSWER matches.
+# ask ANSWER PROGRAM [ARGUMENT...]: shows what the program says, as it says it. It must succeed and
+# say something that the regular expression ANSWER matches.
 ask() {
   local expected=$1 answer code=0
   shift
-  answer=$(windows "$@" 2>&1 | tr -d '\r') || code=$?
-  printf '%s\n' "${answer:-(says nothing, exit code $code)}"
+  windows "$@" 2>&1 | sed -u 's/\r$//' | tee "$answered" || code=$?
+  answer=$(<"$answered")
+  [[ -n $answer ]] || echo "(says nothing, exit code $code)"
   [[ $code -eq 0 ]] || fail "$* ended with exit code $code"
   [[ $answer =~ $expected ]] || fail "the answer of $* does not match: $expected"
 }
@@ -101,7 +103,7 @@ uninstall_service() {
   ask 'uninstalled successfully' "$service.exe" uninstall
 }
 
-session() {
+set_up_and_log_in() {
   step "Initialise the library: orvactl init"
   ask 'initialised' orvactl.exe init --channel-id 1 --channel-name 官方
   step "Log in: orvactl login player secret"
@@ -114,10 +116,40 @@ session() {
   ask 'initialised +yes' orvactl.exe status
   step "Ask for a heartbeat: orvactl heartbeat"
   ask 'serviceClockMs +[0-9]+' orvactl.exe heartbeat
+}
+
+accelerate() {
+  step "Accelerate game 1001 in area 1 and wait: orvactl start"
+  ask 'accelerating' orvactl.exe --client-id 7 start --arg1 1001 --arg2 1 --text east-1 \
+    --nodes 101 --wait
+  step "Whose acceleration is it? orvactl owner"
+  ask 'ownedByCaller +yes' orvactl.exe --client-id 7 owner
+  step "Its figures: orvactl data"
+  ask 'value1 +' orvactl.exe data
+  step "The library's console: orvactl console"
+  ask 'console1 +' orvactl.exe console
+  step "The last acceleration of the game: orvactl last 1001"
+  ask 'east-1' orvactl.exe last 1001
+  step "The same with its texts: orvactl game 1001"
+  ask '星河战纪' orvactl.exe game 1001
+  step "The nodes used for it: orvactl nodes 1001"
+  ask '上海 电信' orvactl.exe nodes 1001
+  step "A speed test: orvactl speed 1001 1 east-1"
+  ask 'summary1 +' orvactl.exe speed 1001 1 east-1
+  step "Stop the acceleration and wait: orvactl stop"
+  ask 'stopped' orvactl.exe --client-id 7 stop --wait
+}
+
+release() {
   step "Release the library: orvactl release"
   ask 'Released' orvactl.exe release
   step "The library is released: orvactl status"
   ask 'initialised +no' orvactl.exe status
+}
+
+whole_life() {
+  step "A whole life in one command: orvactl session"
+  ask 'accelerating' orvactl.exe session --arg1 1001 --arg2 1 --text east-1 --nodes 101
 }
 
 "$root/scripts/setup.sh"
@@ -141,7 +173,10 @@ if [[ ${#client_command[@]} -gt 0 ]]; then
   # No orderly end: its failure would hide the command's own exit code, and nothing is kept.
   exit "$code"
 fi
-session
+set_up_and_log_in
+accelerate
+release
+whole_life
 stop_service
 uninstall_service
 step_done
