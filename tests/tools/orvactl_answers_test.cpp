@@ -131,9 +131,11 @@ TEST_F(Orvactl, HelpsAndTellsItsVersionWithoutAService) {
   EXPECT_EQ(runOrvactl({"--version"}).out.substr(0, 8), "orvactl ");
   const auto help = runOrvactl({"--help"});
   EXPECT_EQ(help.exitCode, 0u);
-  EXPECT_NE(help.out.find("Examples:"), std::string::npos);
-  EXPECT_NE(help.out.find("官方"), std::string::npos);
+  EXPECT_NE(help.out.find("First steps:"), std::string::npos);
   EXPECT_EQ(help.out.find("--request-pipe"), std::string::npos);
+  const auto init = runOrvactl({"init", "--help"});
+  EXPECT_NE(init.out.find("Examples:"), std::string::npos);
+  EXPECT_NE(init.out.find("官方"), std::string::npos);
 }
 
 }  // namespace

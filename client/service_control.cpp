@@ -1,0 +1,215 @@
+#include "client/service_control.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "client/process_watch.h"
+#include "client/service_errors.h"
+#include "win32/unique_handle.h"
+
+namespace orva_accelerator::client {
+namespace {
+
+using win32::UniqueServiceHandle;
+
+// Nobody notices it, and the manager answers in microseconds.
+constexpr std::uint32_t kPollMs = 50;
+
+Result<UniqueServiceHandle> OpenRegistered(const std::wstring& name, DWORD access,
+                                           const char* step) {
+  const UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+  if (!manager) {
+    const DWORD code = GetLastError();
+    return Error{ErrorKind::System, step, code, "the service control manager cannot be reached"};
+  }
+  UniqueServiceHandle service(OpenServiceW(manager.get(), name.c_str(), access));
+  if (!service) {
+    const DWORD code = GetLastError();
+    return ServiceError(step, code);
+  }
+  return service;
+}
+
+Result<SERVICE_STATUS_PROCESS> QueryStatus(SC_HANDLE service, const char* step) {
+  SERVICE_STATUS_PROCESS status{};
+  DWORD needed = 0;
+  if (!QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status),
+                            sizeof(status), &needed)) {
+    const DWORD code = GetLastError();
+    return ServiceError(step, code);
+  }
+  return status;
+}
+
+bool RunsAsReported(const SERVICE_STATUS_PROCESS& status) {
+  return status.dwCurrentState == SERVICE_RUNNING && status.dwProcessId != 0;
+}
+
+// Nothing, or why the waiting is over.
+std::optional<Error> Over(const Deadline& deadline, HANDLE interrupt, const char* step,
+                          const char* tooLate) {
+  if (interrupt != nullptr && WaitForSingleObject(interrupt, 0) == WAIT_OBJECT_0) {
+    return Error{ErrorKind::Interrupted, step, 0, "interrupted"};
+  }
+  if (deadline.passed()) return Error{ErrorKind::Timeout, step, 0, tooLate};
+  return std::nullopt;
+}
+
+std::uint32_t Turn(const Deadline& deadline) {
+  return std::min(deadline.remainingMs(), kPollMs);
+}
+
+Error EndedInsteadOfRunning(const char* step, const SERVICE_STATUS_PROCESS& status,
+                            const ProcessWatch& process) {
+  Error error{ErrorKind::System, step, status.dwWin32ExitCode,
+              "the service ended instead of coming up"};
+  if (const auto code = process.ExitCode()) {
+    error.text += "; its process ended with " + std::to_string(*code);
+  }
+  return error;
+}
+
+// One attempt to bring the service up, over several turns of a waiting loop.
+class Start {
+ public:
+  Start(SC_HANDLE service, const char* step) : service_(service), step_(step) {}
+
+  // Called while the service has no process. Nothing when there is more to wait for.
+  std::optional<Error> Request(const SERVICE_STATUS_PROCESS& status) {
+    // A first process that is gone was the start's own; the manager may not know of its end yet.
+    if (requested_) return Ended(status);
+    if (StartServiceW(service_, 0, nullptr)) {
+      requested_ = true;
+      return std::nullopt;
+    }
+    const DWORD code = GetLastError();
+    // Somebody else was faster, or the manager has not noticed the end of the process before.
+    if (code == ERROR_SERVICE_ALREADY_RUNNING) return std::nullopt;
+    return ServiceError(step_, code);
+  }
+
+ private:
+  std::optional<Error> Ended(const SERVICE_STATUS_PROCESS& status) const {
+    const bool pendingWithoutProcess =
+        status.dwProcessId == 0 && status.dwCurrentState == SERVICE_START_PENDING;
+    if (pendingWithoutProcess) return std::nullopt;
+    return EndedInsteadOfRunning(step_, status, ProcessWatch(status.dwProcessId));
+  }
+
+  SC_HANDLE service_;
+  const char* step_;
+  bool requested_ = false;
+};
+
+// Sends the stop once, and again while the service is not ready to take it.
+class Stop {
+ public:
+  Stop(SC_HANDLE service, const char* step) : service_(service), step_(step) {}
+
+  std::optional<Error> Request() {
+    if (taken_) return std::nullopt;
+    SERVICE_STATUS answered{};
+    if (ControlService(service_, SERVICE_CONTROL_STOP, &answered)) {
+      taken_ = true;
+      return std::nullopt;
+    }
+    const DWORD code = GetLastError();
+    if (code == ERROR_ACCESS_DENIED || code == ERROR_SERVICE_DOES_NOT_EXIST) {
+      return ServiceError(step_, code);
+    }
+    // The process may die inside the request, which is then reported as a broken connection; and a
+    // service that is starting or stopping refuses for a moment. The end of the process decides.
+    lastRefusal_ = code;
+    return std::nullopt;
+  }
+
+  // After the deadline: the manager's refusal says more than the time that has passed.
+  Error TooLate(Error error) const {
+    return taken_ || lastRefusal_ == 0 ? std::move(error) : ServiceError(step_, lastRefusal_);
+  }
+
+ private:
+  SC_HANDLE service_;
+  const char* step_;
+  bool taken_ = false;
+  DWORD lastRefusal_ = 0;
+};
+
+Result<ServiceStarted> AwaitRunning(SC_HANDLE service, Start* start, const Deadline& deadline,
+                                    HANDLE interrupt, const char* step) {
+  bool firstLook = true;
+  for (;; firstLook = false) {
+    auto status = QueryStatus(service, step);
+    if (!status) return status.error();
+    const ProcessWatch process(status.value().dwProcessId);
+    const bool alive = !process.hasEnded();
+    if (alive && RunsAsReported(status.value())) {
+      return ServiceStarted{process.processId(), firstLook};
+    }
+    if (start != nullptr && !alive) {
+      if (const auto error = start->Request(status.value())) return *error;
+    }
+    if (const auto over = Over(deadline, interrupt, step, "the service did not come up in time")) {
+      return *over;
+    }
+    Sleep(Turn(deadline));
+  }
+}
+
+Result<ServiceStopped> AwaitEnd(SC_HANDLE service, Stop* stop, const Deadline& deadline,
+                                HANDLE interrupt, const char* step) {
+  auto status = QueryStatus(service, step);
+  if (!status) return status.error();
+  // The one that runs now: one that somebody starts afterwards is not waited for. Its handle is
+  // held before the stop is sent, so that its exit code can be had.
+  const ProcessWatch process(status.value().dwProcessId);
+  if (process.hasEnded()) return ServiceStopped{};
+  for (;;) {
+    if (stop != nullptr) {
+      if (const auto error = stop->Request()) return *error;
+    }
+    if (process.EndedWithin(Turn(deadline))) return ServiceStopped{true, process.ExitCode()};
+    if (const auto over = Over(deadline, interrupt, step, "the service did not end in time")) {
+      const bool late = stop != nullptr && over->kind == ErrorKind::Timeout;
+      return late ? stop->TooLate(*over) : *over;
+    }
+  }
+}
+
+}  // namespace
+
+Result<ServiceStarted> StartAndWait(const std::wstring& serviceName, const Deadline& deadline,
+                                    HANDLE interrupt) {
+  constexpr char kStep[] = "start the service";
+  auto service = OpenRegistered(serviceName, SERVICE_START | SERVICE_QUERY_STATUS, kStep);
+  if (!service) return service.error();
+  Start start(service.value().get(), kStep);
+  return AwaitRunning(service.value().get(), &start, deadline, interrupt, kStep);
+}
+
+Result<ServiceStopped> StopAndWait(const std::wstring& serviceName, const Deadline& deadline,
+                                   HANDLE interrupt) {
+  constexpr char kStep[] = "stop the service";
+  auto service = OpenRegistered(serviceName, SERVICE_STOP | SERVICE_QUERY_STATUS, kStep);
+  if (!service) return service.error();
+  Stop stop(service.value().get(), kStep);
+  return AwaitEnd(service.value().get(), &stop, deadline, interrupt, kStep);
+}
+
+Result<ServiceStarted> WaitUntilRunning(const std::wstring& serviceName, const Deadline& deadline,
+                                        HANDLE interrupt) {
+  constexpr char kStep[] = "wait until the service runs";
+  auto service = OpenRegistered(serviceName, SERVICE_QUERY_STATUS, kStep);
+  if (!service) return service.error();
+  return AwaitRunning(service.value().get(), nullptr, deadline, interrupt, kStep);
+}
+
+Result<ServiceStopped> WaitUntilEnded(const std::wstring& serviceName, const Deadline& deadline,
+                                      HANDLE interrupt) {
+  constexpr char kStep[] = "wait until the service has ended";
+  auto service = OpenRegistered(serviceName, SERVICE_QUERY_STATUS, kStep);
+  if (!service) return service.error();
+  return AwaitEnd(service.value().get(), nullptr, deadline, interrupt, kStep);
+}
+
+}  // namespace orva_accelerator::client

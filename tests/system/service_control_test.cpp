@@ -1,0 +1,130 @@
+// Starting, stopping and waiting for the installed service.
+#include "client/service_control.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "service/service_identity.h"
+#include "tests/system/service_fixture.h"
+
+namespace orva_accelerator::test {
+namespace {
+
+using client::Deadline;
+
+const std::wstring kName = service::kServiceName;
+
+Deadline soon() {
+  return Deadline::After(std::chrono::milliseconds(50));
+}
+Deadline patiently() {
+  return Deadline::After(std::chrono::seconds(30));
+}
+
+class ServiceControl : public ServiceFixture {
+ protected:
+  static ChildResult orvactl(const std::vector<std::wstring>& arguments) {
+    return runChild(shippedFile(L"orvactl.exe"), arguments, std::chrono::seconds(60));
+  }
+};
+
+// A program that runs and never reports to the manager.
+TEST_F(ServiceControl, SaysThatAForeignExecutableDoesNotComeUp) {
+  ASSERT_EQ(registerPath(testFolder() + L"\\idle_program.exe", SERVICE_DEMAND_START), 0u);
+  const auto started = client::StartAndWait(kName, patiently());
+  ASSERT_FALSE(started);
+  EXPECT_EQ(started.error().win32Code, DWORD{ERROR_SERVICE_REQUEST_TIMEOUT});
+  EXPECT_EQ(started.error().kind, client::ErrorKind::Timeout);
+}
+
+TEST_F(ServiceControl, SaysThatTheExecutableIsMissing) {
+  ASSERT_EQ(registerPath(L"C:\\elsewhere\\other.exe", SERVICE_DEMAND_START), 0u);
+  const auto started = client::StartAndWait(kName, patiently());
+  ASSERT_FALSE(started);
+  EXPECT_NE(started.error().win32Code, 0u);
+}
+
+TEST_F(ServiceControl, SaysThatTheServiceIsDisabled) {
+  ASSERT_EQ(registerPath(executable().wstring(), SERVICE_DISABLED), 0u);
+  const auto started = client::StartAndWait(kName, patiently());
+  ASSERT_FALSE(started);
+  EXPECT_EQ(started.error().win32Code, DWORD{ERROR_SERVICE_DISABLED});
+  EXPECT_EQ(started.error().kind, client::ErrorKind::Refused);
+}
+
+TEST_F(ServiceControl, StartsWaitsAndStops) {
+  ASSERT_TRUE(startHostApplication());
+  ASSERT_TRUE(install());
+  const auto first = client::StartAndWait(kName, patiently());
+  ASSERT_TRUE(first) << client::Describe(first.error());
+  EXPECT_FALSE(first.value().wasRunning);
+  const auto second = client::StartAndWait(kName, soon());
+  ASSERT_TRUE(second) << client::Describe(second.error());
+  EXPECT_TRUE(second.value().wasRunning);
+  EXPECT_EQ(second.value().processId, first.value().processId);
+  EXPECT_TRUE(client::WaitUntilRunning(kName, soon()));
+
+  const auto stopped = client::StopAndWait(kName, patiently());
+  ASSERT_TRUE(stopped) << client::Describe(stopped.error());
+  EXPECT_TRUE(stopped.value().wasRunning);
+  const auto again = client::StopAndWait(kName, soon());
+  ASSERT_TRUE(again) << client::Describe(again.error());
+  EXPECT_FALSE(again.value().wasRunning);
+  EXPECT_TRUE(client::WaitUntilEnded(kName, soon()));
+}
+
+TEST_F(ServiceControl, StartsAgainAfterTheProcessWasKilled) {
+  ASSERT_TRUE(startHostApplication());
+  ASSERT_TRUE(installAndStart());
+  ASSERT_TRUE(TerminateProcess(process(), 9)) << GetLastError();
+  const auto ended = client::WaitUntilEnded(kName, patiently());
+  ASSERT_TRUE(ended) << client::Describe(ended.error());
+  const auto started = client::StartAndWait(kName, patiently());
+  ASSERT_TRUE(started) << client::Describe(started.error());
+  EXPECT_FALSE(started.value().wasRunning);
+  EXPECT_NE(started.value().processId, processId());
+  EXPECT_TRUE(client::StopAndWait(kName, patiently()));
+}
+
+TEST_F(ServiceControl, EndsTheWaitAtTheDeadline) {
+  ASSERT_TRUE(startHostApplication());
+  ASSERT_TRUE(install());
+  const auto running = client::WaitUntilRunning(kName, soon());
+  ASSERT_FALSE(running);
+  EXPECT_EQ(running.error().kind, client::ErrorKind::Timeout);
+  ASSERT_TRUE(start());
+  const auto ended = client::WaitUntilEnded(kName, soon());
+  ASSERT_FALSE(ended);
+  EXPECT_EQ(ended.error().kind, client::ErrorKind::Timeout);
+}
+
+TEST_F(ServiceControl, EndsTheWaitWhenInterrupted) {
+  ASSERT_TRUE(install());
+  const win32::UniqueKernelHandle interrupt(CreateEventW(nullptr, TRUE, TRUE, nullptr));
+  ASSERT_TRUE(interrupt) << GetLastError();
+  const auto running = client::WaitUntilRunning(kName, patiently(), interrupt.get());
+  ASSERT_FALSE(running);
+  EXPECT_EQ(running.error().kind, client::ErrorKind::Interrupted);
+}
+
+TEST_F(ServiceControl, OrvactlStartsAndStops) {
+  ASSERT_TRUE(startHostApplication());
+  ASSERT_TRUE(install());
+  const ChildResult started = orvactl({L"service", L"start"});
+  EXPECT_EQ(started.exitCode, 0u) << started.errors;
+  EXPECT_TRUE(started.output.starts_with("The service runs, process ")) << started.output;
+  const ChildResult running = orvactl({L"service", L"wait"});
+  EXPECT_EQ(running.exitCode, 0u) << running.errors;
+  const ChildResult late = orvactl({L"service", L"wait", L"ended", L"--timeout", L"50ms"});
+  EXPECT_EQ(late.exitCode, 4u) << late.errors;
+  const ChildResult stopped = orvactl({L"service", L"stop", L"--json"});
+  EXPECT_EQ(stopped.exitCode, 0u) << stopped.errors;
+  EXPECT_TRUE(
+      stopped.output.starts_with(R"({"command":"service stop","running":false,"wasRunning":true)"))
+      << stopped.output;
+  EXPECT_EQ(orvactl({L"service", L"stop"}).output, "The service does not run.\n");
+}
+
+}  // namespace
+}  // namespace orva_accelerator::test
