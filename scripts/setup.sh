@@ -16,7 +16,7 @@ packages=(
   # Run
   wine wine64 xvfb xdotool
   # Package
-  nsis
+  nsis zip
   # Libraries of the tests and tools
   googletest libcli11-dev nlohmann-json3-dev
 )

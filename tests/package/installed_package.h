@@ -1,0 +1,55 @@
+// Installs our packages into this Windows installation, and looks at what is there.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "tests/system/service_fixture.h"
+
+namespace orva_accelerator::test {
+
+enum class Package { kOrdinary, kDeveloper };
+
+// Relative path of each file below a folder, and its content, or a digest of more than a line.
+using FileTree = std::map<std::string, std::string>;
+FileTree filesBelow(const std::filesystem::path& folder);
+void writeFile(const std::filesystem::path& file, const std::string& content);
+std::string readFile(const std::filesystem::path& file);
+
+// Each test begins and ends with nothing installed, whatever it does in between. Its own folder(),
+// of ServiceFixture, stands for an installation that was made by hand somewhere else.
+class InstalledPackage : public ServiceFixture {
+ protected:
+  ~InstalledPackage() override;
+  void SetUp() override;
+
+  // Runs an installer silently. The exit code counts for little: look at what is there.
+  static std::optional<DWORD> setup(Package package);
+  // Runs the installed uninstaller silently. It goes on in the background after it has returned, so
+  // wait for what it is to do.
+  static void uninstall();
+
+  static std::filesystem::path installFolder();
+  static std::filesystem::path installedService() {
+    return installFolder() / "OrvaAcceleratorService.exe";
+  }
+  static std::filesystem::path libraryFolder() { return installFolder() / "accel_sdk" / "sdk_x64"; }
+
+  // What a package consists of, without the uninstaller.
+  static FileTree packaged(Package package);
+  // What is installed, without the uninstaller.
+  static FileTree installed();
+
+  // Whether nothing of a package is left: files, registration, uninstall entry.
+  static testing::AssertionResult nothingIsLeft();
+  static testing::AssertionResult isRegisteredWith(const std::filesystem::path& path);
+  // A value of the entry among the installed programs; nothing without an entry.
+  static std::optional<std::wstring> uninstallEntry(const wchar_t* value);
+
+ private:
+  static void removeWhatIsInstalled();
+};
+
+}  // namespace orva_accelerator::test
