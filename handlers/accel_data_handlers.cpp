@@ -11,8 +11,9 @@ namespace orva_accelerator::ipc {
 void HandleGetAccelData(PipeServer& /*server*/, const MessageHeader& /*header*/,
                         const void* /*payload*/, void*& response, std::uint32_t& responseLength) {
   const sdk::AccelDataInfo data = sdk::AccelSdk::Instance().GetAccelData();
-  const std::string text3 = ToUtf8(data.text3);
-  ResponseWriter writer(response, responseLength, sizeof(AccelDataResponse) + textLength(text3));
+  const Utf8Text text3(data.text3);
+  ResponseWriter writer(response, responseLength,
+                        sizeof(AccelDataResponse) + textLength(text3.view()));
   writer.write(AccelDataResponse{
       .value2 = data.value2,
       .value3 = data.value3,
@@ -24,10 +25,10 @@ void HandleGetAccelData(PipeServer& /*server*/, const MessageHeader& /*header*/,
       .reserved1 = 0,
       .value8 = data.value8,
       .value10 = data.value10,
-      .text3Length = textLength(text3),
+      .text3Length = textLength(text3.view()),
       .reserved2 = 0,
   });
-  writer.writeText(text3);
+  writer.writeText(text3.view());
 }
 
 void HandleGetConsoleData(PipeServer& /*server*/, const MessageHeader& /*header*/,

@@ -22,22 +22,22 @@ void HandleGetGameLastAccelInfo(PipeServer& /*server*/, const MessageHeader& /*h
     return;
   }
 
-  const std::string infoText = ToUtf8(info->infoText);
-  const std::string serverKey = ToUtf8(info->serverKey);
-  ResponseWriter writer(
-      response, responseLength,
-      sizeof(GameLastAccelInfoResponse) + textLength(infoText) + textLength(serverKey));
+  const Utf8Text infoText(info->infoText);
+  const Utf8Text serverKey(info->serverKey);
+  ResponseWriter writer(response, responseLength,
+                        sizeof(GameLastAccelInfoResponse) + textLength(infoText.view()) +
+                            textLength(serverKey.view()));
   writer.write(GameLastAccelInfoResponse{
       .status = 1,
       .areaId = info->areaId,
       .nodeId = info->nodeId,
       .infoFlag = info->infoFlag ? 1U : 0U,
       .infoValue = info->infoValue,
-      .infoTextLength = textLength(infoText),
-      .serverKeyLength = textLength(serverKey),
+      .infoTextLength = textLength(infoText.view()),
+      .serverKeyLength = textLength(serverKey.view()),
   });
-  writer.writeText(infoText);
-  writer.writeText(serverKey);
+  writer.writeText(infoText.view());
+  writer.writeText(serverKey.view());
 }
 
 void HandleGetGameAccelInfo(PipeServer& /*server*/, const MessageHeader& /*header*/,
@@ -49,15 +49,15 @@ void HandleGetGameAccelInfo(PipeServer& /*server*/, const MessageHeader& /*heade
     return;
   }
 
-  const std::string gameText = ToUtf8(info->gameText);
-  const std::string infoText = ToUtf8(info->infoText);
-  const std::string serverKey = ToUtf8(info->serverKey);
-  const std::string serverText = ToUtf8(info->serverText);
-  const std::string nodeText = ToUtf8(info->nodeText);
+  const Utf8Text gameText(info->gameText);
+  const Utf8Text infoText(info->infoText);
+  const Utf8Text serverKey(info->serverKey);
+  const Utf8Text serverText(info->serverText);
+  const Utf8Text nodeText(info->nodeText);
   ResponseWriter writer(response, responseLength,
-                        sizeof(GameAccelInfoResponse) + textLength(gameText) +
-                            textLength(infoText) + textLength(serverKey) + textLength(serverText) +
-                            textLength(nodeText));
+                        sizeof(GameAccelInfoResponse) + textLength(gameText.view()) +
+                            textLength(infoText.view()) + textLength(serverKey.view()) +
+                            textLength(serverText.view()) + textLength(nodeText.view()));
   writer.write(GameAccelInfoResponse{
       .status = 1,
       .gameId = info->gameId,
@@ -70,18 +70,18 @@ void HandleGetGameAccelInfo(PipeServer& /*server*/, const MessageHeader& /*heade
       .reservedLong = info->reservedLong,
       .nodeValue1 = info->nodeValue1,
       .nodeValue2 = info->nodeValue2,
-      .gameTextLength = textLength(gameText),
-      .infoTextLength = textLength(infoText),
-      .serverKeyLength = textLength(serverKey),
-      .serverTextLength = textLength(serverText),
-      .nodeTextLength = textLength(nodeText),
+      .gameTextLength = textLength(gameText.view()),
+      .infoTextLength = textLength(infoText.view()),
+      .serverKeyLength = textLength(serverKey.view()),
+      .serverTextLength = textLength(serverText.view()),
+      .nodeTextLength = textLength(nodeText.view()),
       .reserved2 = {},
   });
-  writer.writeText(gameText);
-  writer.writeText(infoText);
-  writer.writeText(serverKey);
-  writer.writeText(serverText);
-  writer.writeText(nodeText);
+  writer.writeText(gameText.view());
+  writer.writeText(infoText.view());
+  writer.writeText(serverKey.view());
+  writer.writeText(serverText.view());
+  writer.writeText(nodeText.view());
 }
 
 namespace {

@@ -5,13 +5,13 @@
 #include <cstring>
 #include <limits>
 #include <new>
-#include <string>
+#include <string_view>
 #include <type_traits>
 
 namespace orva_accelerator::ipc {
 
 // What a length field says of its text: the length modulo 65536.
-inline std::uint16_t textLength(const std::string& text) {
+inline std::uint16_t textLength(std::string_view text) {
   return static_cast<std::uint16_t>(text.size());
 }
 
@@ -34,7 +34,7 @@ class ResponseWriter {
     append(&record, sizeof(record));
   }
   // As many bytes as the text's length field says.
-  void writeText(const std::string& text) { append(text.data(), textLength(text)); }
+  void writeText(std::string_view text) { append(text.data(), textLength(text)); }
 
  private:
   void append(const void* bytes, std::size_t size) {

@@ -2,6 +2,7 @@
 
 #include "sdk/accel_sdk.h"
 #include "sdk/fixed_text.h"
+#include "sdk/game_records.h"
 #include "sdk/kernel_function_table.h"
 #include "sdk/list_fetch.h"
 
@@ -37,24 +38,31 @@ std::vector<Entry> toEntries(const std::vector<Record>& records) {
 
 }  // namespace
 
-std::vector<ServerEntry> AccelSdk::GetGameServerDataList(std::uint32_t gameId,
-                                                         std::uint32_t areaId) const {
+std::vector<ServerRecord> fetchServerRecords(std::uint32_t gameId, std::uint32_t areaId) {
   const auto getServers = kernelFunctions.get<KernelFunction::Kernel_GetGameServerDataList>();
   if (getServers == nullptr) return {};
-  return toEntries<ServerEntry>(
-      fetchRecords<ServerRecord>([&](ServerRecord* records, std::uint32_t* count) {
-        return getServers(gameId, areaId, records, count);
-      }));
+  return fetchRecords<ServerRecord>([&](ServerRecord* records, std::uint32_t* count) {
+    return getServers(gameId, areaId, records, count);
+  });
+}
+
+std::vector<NodeRecord> fetchNodeRecords(std::uint32_t gameId, std::uint32_t areaId,
+                                         const std::wstring& serverKey) {
+  const auto getNodes = kernelFunctions.get<KernelFunction::Kernel_GetGameNodeDataList>();
+  if (getNodes == nullptr) return {};
+  return fetchRecords<NodeRecord>([&](NodeRecord* records, std::uint32_t* count) {
+    return getNodes(gameId, areaId, serverKey.c_str(), records, count);
+  });
+}
+
+std::vector<ServerEntry> AccelSdk::GetGameServerDataList(std::uint32_t gameId,
+                                                         std::uint32_t areaId) const {
+  return toEntries<ServerEntry>(fetchServerRecords(gameId, areaId));
 }
 
 std::vector<NodeEntry> AccelSdk::GetGameNodeDataList(std::uint32_t gameId, std::uint32_t areaId,
                                                      const std::wstring& serverKey) const {
-  const auto getNodes = kernelFunctions.get<KernelFunction::Kernel_GetGameNodeDataList>();
-  if (getNodes == nullptr) return {};
-  return toEntries<NodeEntry>(
-      fetchRecords<NodeRecord>([&](NodeRecord* records, std::uint32_t* count) {
-        return getNodes(gameId, areaId, serverKey.c_str(), records, count);
-      }));
+  return toEntries<NodeEntry>(fetchNodeRecords(gameId, areaId, serverKey));
 }
 
 std::vector<UsedNodeInfo> AccelSdk::GetGameUsedNodeDataList(std::uint32_t gameId) const {

@@ -3,6 +3,7 @@
 
 #include "sdk/accel_sdk.h"
 #include "sdk/fixed_text.h"
+#include "sdk/game_records.h"
 #include "sdk/kernel_function_table.h"
 
 namespace orva_accelerator::sdk {
@@ -14,22 +15,24 @@ constexpr std::uint32_t kTextCapacity = 256;  // In units, with the NUL.
 // The library is told the capacity, and yet it is not relied on to have left room for the NUL.
 std::wstring terminatedText(wchar_t (&units)[kTextCapacity]) {
   units[kTextCapacity - 1] = L'\0';
-  return units;
+  return fixedText(units);
 }
 
-void addServerText(const AccelSdk& accelSdk, GameAccelInfo& info) {
-  std::vector<ServerEntry> servers = accelSdk.GetGameServerDataList(info.gameId, info.areaId);
-  const auto server = std::ranges::find(servers, info.serverKey, &ServerEntry::serverKey);
-  if (server == servers.end()) return;
-  info.serverText = std::move(server->serverText);
+// Of both lists only one record is wanted, so only its texts are taken over.
+void addServerText(GameAccelInfo& info) {
+  const std::vector<ServerRecord> servers = fetchServerRecords(info.gameId, info.areaId);
+  const auto server = std::ranges::find_if(servers, [&info](const ServerRecord& record) {
+    return isFixedText(record.serverKey, info.serverKey);
+  });
+  if (server != servers.end()) info.serverText = fixedText(server->serverText);
 }
 
-void addNode(const AccelSdk& accelSdk, GameAccelInfo& info) {
-  std::vector<NodeEntry> nodes =
-      accelSdk.GetGameNodeDataList(info.gameId, info.areaId, info.serverKey);
-  const auto node = std::ranges::find(nodes, info.nodeId, &NodeEntry::nodeId);
+void addNode(GameAccelInfo& info) {
+  const std::vector<NodeRecord> nodes = fetchNodeRecords(info.gameId, info.areaId, info.serverKey);
+  const auto node = std::ranges::find_if(
+      nodes, [&info](const NodeRecord& record) { return record.nodeId == info.nodeId; });
   if (node == nodes.end()) return;
-  info.nodeText = std::move(node->nodeText);
+  info.nodeText = fixedText(node->nodeText);
   info.nodeValue1 = node->nodeValue1;
   info.nodeValue2 = node->nodeValue2;
 }
@@ -82,9 +85,9 @@ std::optional<GameAccelInfo> AccelSdk::GetGameAccelInfo(std::uint32_t gameId) co
     info.gameText = std::move(game->gameText);
   }
   if (info.serverKey.empty()) return info;
-  addServerText(*this, info);
+  addServerText(info);
   // Ids are unsigned everywhere else; "no node" may be 0 or negative.
-  if (static_cast<std::int32_t>(info.nodeId) >= 1) addNode(*this, info);
+  if (static_cast<std::int32_t>(info.nodeId) >= 1) addNode(info);
   return info;
 }
 

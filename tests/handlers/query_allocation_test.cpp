@@ -217,11 +217,10 @@ TEST_F(QueryAllocations, AreTheResponseAndTheListsForShortTexts) {
   // The array that the library fills is what the query hands out.
   EXPECT_THAT(costOf(MsgGetTestSpeedData).otherBlocks,
               testing::ElementsAre(2 * sizeof(sdk::TestSpeedEntry)));
-  // For each list the array, then its entries.
+  // For each list the array alone: only one record of it is wanted.
   EXPECT_THAT(costOf(MsgGetGameAccelInfo).otherBlocks,
-              testing::ElementsAre(sizeof(sdk::ServerRecord), sizeof(sdk::ServerEntry),
-                                   sizeof(sdk::NodeRecord), sizeof(sdk::NodeEntry)));
-  // The same, then their UTF-8.
+              testing::ElementsAre(sizeof(sdk::ServerRecord), sizeof(sdk::NodeRecord)));
+  // The array, then its entries, then their UTF-8.
   EXPECT_THAT(costOf(MsgGetGameUsedNodeList).otherBlocks,
               testing::ElementsAre(3 * sizeof(sdk::UsedNodeRecord), 3 * sizeof(sdk::UsedNodeInfo),
                                    3 * 2 * sizeof(std::string)));

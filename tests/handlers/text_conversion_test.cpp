@@ -203,6 +203,26 @@ TEST(ToUtf8, AsksTheSystemForTheSizeAndThenForTheTextWithoutDefaultCharacter) {
   EXPECT_EQ(std::get<5>(calls[1]), 4);
 }
 
+TEST(Utf8Text, IsWhatToUtf8MakesOfAnyText) {
+  EXPECT_EQ(Utf8Text(L"").view(), "");
+  EXPECT_EQ(Utf8Text(L"a\xD83Cz").view(), ToUtf8(L"a\xD83Cz"));
+  for (const Pair& row : pairs()) EXPECT_EQ(Utf8Text(row.wide).view(), row.utf8);
+  // Around the length up to which no heap block is needed.
+  for (const std::size_t units : {255U, 256U, 257U}) {
+    const std::wstring text(units, L'\u6E38');
+    EXPECT_EQ(Utf8Text(text).view(), ToUtf8(text)) << units;
+    EXPECT_EQ(Utf8Text(text).view().size(), units * 3);
+  }
+}
+
+TEST(Utf8Text, IsEmptyWhenTheSystemCannotConvert) {
+  for (const std::size_t failing : {1U, 2U}) {
+    test::ImportHook<decltype(WideCharToMultiByte)> hook("kernel32.dll", "WideCharToMultiByte");
+    hook.failCall(failing, ERROR_INVALID_PARAMETER, 0);
+    EXPECT_EQ(Utf8Text(L"ab").view(), "");
+  }
+}
+
 TEST(ToUtf8, IsEmptyWhenTheSystemCannotConvert) {
   for (const std::size_t failing : {1U, 2U}) {
     test::ImportHook<decltype(WideCharToMultiByte)> hook("kernel32.dll", "WideCharToMultiByte");

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
+#include <string>
 
 namespace orva_accelerator::sdk {
 namespace {
@@ -10,6 +12,24 @@ namespace {
 TEST(FixedText, EndsAtTheFirstNul) {
   const char16_t units[8] = {u'a', u'b', 0, u'c', 0, 0, 0, u'd'};
   EXPECT_EQ(fixedText(units), L"ab");
+}
+
+TEST(IsFixedText, TellsTextsApartUnitForUnit) {
+  const char16_t units[8] = {u'a', u'b', u'c', u'd', u'e', 0, u'g', 0};
+  EXPECT_TRUE(isFixedText(units, L"abcde"));
+  EXPECT_FALSE(isFixedText(units, L"abcd"));
+  EXPECT_FALSE(isFixedText(units, L"abcdE"));
+  EXPECT_FALSE(isFixedText(units, L"abcdef"));
+  EXPECT_FALSE(isFixedText(units, L""));
+  EXPECT_FALSE(isFixedText(units, std::wstring(L"abcde\0g", 7)));
+  EXPECT_FALSE(isFixedText(units, L"abcdefghi"));
+}
+
+TEST(IsFixedText, KnowsATextThatIsAsLongAsItsArray) {
+  const char16_t units[3] = {u'a', u'b', u'c'};
+  EXPECT_TRUE(isFixedText(units, L"abc"));
+  EXPECT_FALSE(isFixedText(units, L"abcd"));
+  EXPECT_FALSE(isFixedText(units, L"ab"));
 }
 
 TEST(FixedText, IsEmptyWhenTheFirstUnitIsNul) {
