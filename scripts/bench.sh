@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# usage: bench.sh [--quick] [--update-docs]
+# usage: bench.sh [--quick] [--update-docs] [-- OPTION...]
 #        bench.sh --only-docs
 #
 # Builds the release, installs it in a Windows of its own (a Wine prefix below build/), and measures
@@ -9,6 +9,8 @@
 #   --quick        few and short rounds: shows that everything works, decides nothing
 #   --update-docs  afterwards puts tables and plot into docs/performance.md
 #   --only-docs    only does that, with the results of the run before
+#
+#   OPTION         of orva_bench_client measure, for a run of another size
 #
 # Everything that is measured runs on the one processor $ORVA_BENCH_CPU (default 0).
 source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
@@ -26,8 +28,8 @@ idle_seconds=60
 measure_options=()
 micro_options=()
 update_docs='' measuring=1
-for option in "$@"; do
-  case $option in
+while [[ $# -gt 0 ]]; do
+  case $1 in
     --quick)
       idle_seconds=5
       measure_options=(--rounds 3 --requests 50 --connections 1,8,64 --push-clients 1,10
@@ -36,11 +38,16 @@ for option in "$@"; do
       ;;
     --update-docs) update_docs=1 ;;
     --only-docs) update_docs=1 measuring='' ;;
+    --)
+      measure_options+=("${@:2}")
+      break
+      ;;
     *)
       sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0" >&2
       exit 2
       ;;
   esac
+  shift
 done
 
 # processes_of TEXT: numbers of the processes in the prefix whose command line has the text.

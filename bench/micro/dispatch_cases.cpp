@@ -201,13 +201,15 @@ void measureConversions(Tables& tables) {
     tables.add({label, number(toUtf8.medianNs, 0), number(toWide.medianNs, 0)},
                {{"label", label}, {"toUtf8Ns", toUtf8.medianNs}, {"toUtf16Ns", toWide.medianNs}});
   }
-  const Timing block = timeOf([] {
-    // Volatile, or the compiler leaves out both.
-    std::uint8_t* volatile bytes = new std::uint8_t[60];
-    delete[] bytes;
-  });
-  tables.add({"a block of 60 bytes and its release", number(block.medianNs, 0), "-"},
-             {{"label", "block of 60 bytes"}, {"ns", block.medianNs}});
+  for (const std::size_t size : {60U, 512U, 1024U, 4096U}) {
+    const Timing block = timeOf([size] {
+      // Volatile, or the compiler leaves out both.
+      std::uint8_t* volatile bytes = new std::uint8_t[size];
+      delete[] bytes;
+    });
+    const std::string label = "a block of " + std::to_string(size) + " bytes and its release";
+    tables.add({label, number(block.medianNs, 0), "-"}, {{"label", label}, {"ns", block.medianNs}});
+  }
 }
 
 }  // namespace orva_accelerator::bench

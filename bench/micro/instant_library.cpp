@@ -1,6 +1,7 @@
 #include "bench/micro/instant_library.h"
 
 #include <algorithm>
+#include <cstring>
 #include <stdexcept>
 
 #include "bench/micro/import_patch.h"
@@ -21,8 +22,9 @@ void setText(char16_t (&array)[Units]) {
   std::copy_n(answers.text.begin(), std::min(Units, answers.text.size()), array);
 }
 void setText(wchar_t* array, std::uint32_t capacity) {
-  std::copy_n(answers.text.begin(), std::min<std::size_t>(capacity - 1, answers.text.size()),
-              array);
+  static_assert(sizeof(wchar_t) == sizeof(char16_t));
+  const auto units = std::min<std::size_t>(capacity - 1, answers.text.size());
+  std::memcpy(array, answers.text.data(), units * sizeof(wchar_t));
 }
 
 KernelBool init(const wchar_t*) {
