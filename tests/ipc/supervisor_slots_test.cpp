@@ -1,0 +1,82 @@
+// The accept loops that the supervisor starts where there are none.
+
+#include <cerrno>
+#include <system_error>
+#include <thread>
+
+#include "tests/ipc/supervisor_fixture.h"
+
+namespace orva_accelerator::ipc {
+namespace {
+
+using test::ImportHook;
+
+class SupervisorSlots : public Supervisor {
+ protected:
+  SupervisorSlots() {
+    processes.set({L"Zandor.exe"});
+    inspector.requestAcceptThread().detach();
+    inspector.pushAcceptThread().detach();
+  }
+};
+
+TEST_F(SupervisorSlots, AreFilledInTheFirstCycle) {
+  const std::wstring requestName = test::uniquePipeName(L"request");
+  const std::wstring pushName = test::uniquePipeName(L"push");
+  inspector.startWithoutThreads(requestName, pushName);
+  test::RawPipeClient requestClient;
+  test::RawPipeClient pushClient;
+  beforeCycle = [&](int cycle) {
+    if (cycle == 1) {
+      EXPECT_FALSE(inspector.requestAcceptThread().joinable());
+      EXPECT_FALSE(inspector.pushAcceptThread().joinable());
+    } else {
+      EXPECT_EQ(requestClient.open(requestName), 0U);
+      EXPECT_EQ(pushClient.open(pushName), 0U);
+    }
+  };
+  runUntilCycle(2);
+  EXPECT_TRUE(inspector.requestAcceptThread().joinable());
+  EXPECT_TRUE(inspector.pushAcceptThread().joinable());
+}
+
+TEST_F(SupervisorSlots, ThatAreFullKeepTheirThreads) {
+  std::thread::id request;
+  std::thread::id push;
+  beforeCycle = [&](int cycle) {
+    if (cycle == 2) {
+      request = inspector.requestAcceptThread().get_id();
+      push = inspector.pushAcceptThread().get_id();
+    }
+  };
+  runUntilCycle(4);
+  EXPECT_NE(request, std::thread::id());
+  EXPECT_EQ(inspector.requestAcceptThread().get_id(), request);
+  EXPECT_EQ(inspector.pushAcceptThread().get_id(), push);
+}
+
+TEST_F(SupervisorSlots, StayEmptyOnceTheServerHasBeenStopped) {
+  runUntilCycle(1);
+  EXPECT_FALSE(inspector.requestAcceptThread().joinable());
+  EXPECT_FALSE(inspector.pushAcceptThread().joinable());
+}
+
+TEST_F(SupervisorSlots, FailWithASystemErrorWhenNoThreadCanBeMade) {
+  ImportHook<std::uintptr_t(void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned,
+                            unsigned*)>
+      begin("msvcrt.dll", "_beginthreadex");
+  begin.replace([](void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned,
+                   unsigned*) -> std::uintptr_t {
+    errno = EAGAIN;
+    return 0;
+  });
+  try {
+    inspector.runSupervisorLoop();
+    ADD_FAILURE() << "no error";
+  } catch (const std::system_error& error) {
+    EXPECT_EQ(error.code(), std::errc::resource_unavailable_try_again);
+  }
+}
+
+}  // namespace
+}  // namespace orva_accelerator::ipc
