@@ -2,8 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "ipc/message_types.h"
-#include "tests/handlers/dispatched_request.h"
-#include "tests/support/initialised_kernel.h"
+#include "tests/handlers/query_fixture.h"
 #include "tests/support/kernel_data.h"
 
 namespace orva_accelerator::ipc {
@@ -12,12 +11,9 @@ namespace {
 using sdk::KernelBool;
 using test::answerTo;
 using test::Bytes;
+using test::goldenResponse;
 using test::goldenVector;
 using test::isPayload;
-
-const test::GoldenVector& golden(std::string_view name) {
-  return goldenVector("responses.json", name);
-}
 
 // The values of the golden vectors, and others where nothing is sent.
 sdk::AccelDataRecord sampleRecord(std::u16string_view text3) {
@@ -41,7 +37,7 @@ sdk::AccelDataRecord sampleRecord(std::u16string_view text3) {
   return record;
 }
 
-class GetAccelData : public testing::Test {
+class GetAccelData : public test::QueryTest {
  protected:
   Bytes answerFor(const sdk::AccelDataRecord& record, bool accepts = true) {
     kernel.getAccelData = [=](sdk::AccelDataRecord* out) {
@@ -50,34 +46,32 @@ class GetAccelData : public testing::Test {
     };
     return answerTo(goldenVector("requests.json", "get_accel_data"));
   }
-
-  test::InitialisedKernel kernel;
 };
 
 TEST_F(GetAccelData, PutsTheValuesInTheProtocolsOrder) {
-  EXPECT_TRUE(isPayload(golden("get_accel_data"), answerFor(sampleRecord(u"node-11"))));
+  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data"), answerFor(sampleRecord(u"node-11"))));
 }
 
 TEST_F(GetAccelData, CountsTheBytesOfItsText) {
-  EXPECT_TRUE(
-      isPayload(golden("get_accel_data_chinese_text"), answerFor(sampleRecord(u"上海节点"))));
+  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_chinese_text"),
+                        answerFor(sampleRecord(u"上海节点"))));
 }
 
 TEST_F(GetAccelData, EndsWithItsFixedPartWhenTheTextIsEmpty) {
-  EXPECT_TRUE(isPayload(golden("get_accel_data_empty_text"), answerFor(sampleRecord(u""))));
+  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_empty_text"), answerFor(sampleRecord(u""))));
 }
 
 // 255 units of 3 bytes fill the array, so that nothing terminates it.
 TEST_F(GetAccelData, Has813BytesForTheLongestText) {
   const Bytes answer = answerFor(sampleRecord(std::u16string(255, u'游')));
   EXPECT_EQ(answer.size(), 813U);
-  EXPECT_TRUE(isPayload(golden("get_accel_data_longest_text"), answer));
+  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_longest_text"), answer));
 }
 
 TEST_F(GetAccelData, CarriesAllOfALargeValue8) {
   sdk::AccelDataRecord record = sampleRecord(u"");
   record.value8 = 0x12'3456'789A;
-  EXPECT_TRUE(isPayload(golden("get_accel_data_large_value8"), answerFor(record)));
+  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_large_value8"), answerFor(record)));
 }
 
 TEST_F(GetAccelData, CarriesTheLargestValues) {
@@ -85,17 +79,17 @@ TEST_F(GetAccelData, CarriesTheLargestValues) {
   record.value1 = record.value2 = record.value3 = record.value4 = record.value5 = record.value6 =
       record.value9 = record.value10 = 0xFFFFFFFF;
   record.value8 = 0x1F'FFFF'FFFF'FFFF;
-  EXPECT_TRUE(isPayload(golden("get_accel_data_largest_values"), answerFor(record)));
+  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_largest_values"), answerFor(record)));
 }
 
 TEST_F(GetAccelData, Is48ZerosWhenTheLibraryRefuses) {
   const Bytes answer = answerFor(sampleRecord(u"node-11"), false);
   EXPECT_EQ(answer, Bytes(48, 0));
-  EXPECT_TRUE(isPayload(golden("get_accel_data_failed"), answer));
+  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_failed"), answer));
 }
 
 TEST_F(GetAccelData, Is48ZerosAfterRelease) {
-  sdk::AccelSdk::Instance().Release();
+  release();
   EXPECT_EQ(answerFor(sampleRecord(u"node-11")), Bytes(48, 0));
   EXPECT_THAT(kernel.calls(), testing::IsEmpty());
 }
@@ -106,9 +100,8 @@ TEST_F(GetAccelData, Is48ZerosWithoutItsFunction) {
 }
 
 TEST_F(GetAccelData, AnswersAgainAfterASecondInit) {
-  sdk::AccelSdk::Instance().Release();
-  kernel.initialise();
-  EXPECT_TRUE(isPayload(golden("get_accel_data"), answerFor(sampleRecord(u"node-11"))));
+  releaseAndInitialise();
+  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data"), answerFor(sampleRecord(u"node-11"))));
 }
 
 // Half of a surrogate pair has no UTF-8; each half becomes U+FFFD, 3 bytes like any other unit, so
@@ -123,7 +116,7 @@ TEST(GetAccelDataBeforeInit, Is48Zeros) {
   EXPECT_EQ(answerTo(MsgGetAccelData), Bytes(48, 0));
 }
 
-class GetConsoleData : public testing::Test {
+class GetConsoleData : public test::QueryTest {
  protected:
   Bytes answerFor(const sdk::ConsoleDataRecord& record, bool accepts = true) {
     kernel.getConsoleData = [=](sdk::ConsoleDataRecord* out) {
@@ -132,34 +125,35 @@ class GetConsoleData : public testing::Test {
     };
     return answerTo(goldenVector("requests.json", "get_console_data"));
   }
-
-  test::InitialisedKernel kernel;
 };
 
 TEST_F(GetConsoleData, CarriesAllValues) {
-  EXPECT_TRUE(isPayload(golden("get_console_data"), answerFor({301, 302, 303, 304, ~0U, 1})));
+  EXPECT_TRUE(
+      isPayload(goldenResponse("get_console_data"), answerFor({301, 302, 303, 304, ~0U, 1})));
 }
 
 TEST_F(GetConsoleData, AnswersOneForAnyFlagButZero) {
-  EXPECT_TRUE(isPayload(golden("get_console_data"), answerFor({301, 302, 303, 304, ~0U, 0xFF})));
-  EXPECT_TRUE(isPayload(golden("get_console_data_flag_clear"), answerFor({1, 2, 3, 4, 5, 0})));
+  EXPECT_TRUE(
+      isPayload(goldenResponse("get_console_data"), answerFor({301, 302, 303, 304, ~0U, 0xFF})));
+  EXPECT_TRUE(
+      isPayload(goldenResponse("get_console_data_flag_clear"), answerFor({1, 2, 3, 4, 5, 0})));
 }
 
 TEST_F(GetConsoleData, StartsWithOneEvenWhenTheLibraryRefuses) {
-  EXPECT_TRUE(
-      isPayload(golden("get_console_data_failed"), answerFor({301, 302, 303, 304, 305, 1}, false)));
+  EXPECT_TRUE(isPayload(goldenResponse("get_console_data_failed"),
+                        answerFor({301, 302, 303, 304, 305, 1}, false)));
 }
 
 TEST_F(GetConsoleData, StartsWithOneEvenAfterRelease) {
-  sdk::AccelSdk::Instance().Release();
-  EXPECT_TRUE(
-      isPayload(golden("get_console_data_failed"), answerFor({301, 302, 303, 304, 305, 1})));
+  release();
+  EXPECT_TRUE(isPayload(goldenResponse("get_console_data_failed"),
+                        answerFor({301, 302, 303, 304, 305, 1})));
   EXPECT_THAT(kernel.calls(), testing::IsEmpty());
 }
 
 TEST_F(GetConsoleData, StartsWithOneEvenWithoutItsFunction) {
   kernel.forget(sdk::KernelFunction::Kernel_GetConsoleData);
-  EXPECT_TRUE(isPayload(golden("get_console_data_failed"), answerFor({1, 2, 3, 4, 5, 1})));
+  EXPECT_TRUE(isPayload(goldenResponse("get_console_data_failed"), answerFor({1, 2, 3, 4, 5, 1})));
 }
 
 TEST(GetConsoleDataBeforeInit, IsAOneAndSixZeros) {

@@ -13,6 +13,7 @@
 #include "ipc/message_types.h"
 #include "ipc/monotonic_clock.h"
 #include "ipc/pipe_server.h"
+#include "tests/handlers/dispatched_request.h"
 #include "tests/handlers/payload_with_margin.h"
 #include "tests/support/golden_vectors.h"
 #include "tests/support/initialised_kernel.h"
@@ -21,47 +22,15 @@
 namespace orva_accelerator::ipc {
 namespace {
 
+using test::Answer;
 using test::Bytes;
+using test::dispatch;
 using test::goldenVector;
 using test::GoldenVector;
 using test::PayloadWithMargin;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
-
-// Whether memory ends here, as it does behind each block of the guarded heap.
-bool memoryEndsAt(const void* address) {
-  MEMORY_BASIC_INFORMATION region;
-  return VirtualQuery(address, &region, sizeof(region)) != 0 && region.State != MEM_COMMIT;
-}
-
-bool heapIsGuarded() {
-  const std::unique_ptr<std::uint8_t[]> block(new std::uint8_t[48]);
-  return memoryEndsAt(block.get() + 48);
-}
-
-struct Answer {
-  bool isNull = false;
-  Bytes bytes;
-};
-
-Answer dispatch(PipeServer& server, std::uint32_t type, std::uint32_t clientId,
-                std::span<const std::uint8_t> payload = {}, std::uint8_t margin = 0,
-                std::optional<std::uint32_t> announced = std::nullopt) {
-  static const bool guarded = heapIsGuarded();
-  const PayloadWithMargin request(payload, margin);
-  const auto length = announced.value_or(static_cast<std::uint32_t>(payload.size()));
-  const MessageHeader header = {kRequestMagic, 0, type, length, 0, clientId};
-  std::uint8_t before = 0;
-  void* response = &before;  // The dispatcher is to forget both of these.
-  std::uint32_t responseLength = 4711;
-  DispatchRequest(server, header, request.get(), response, responseLength);
-  const std::unique_ptr<std::uint8_t[]> owned(static_cast<std::uint8_t*>(response));
-  if (guarded && owned) {
-    EXPECT_TRUE(memoryEndsAt(owned.get() + responseLength)) << "allocated longer than answered";
-  }
-  return {owned == nullptr, Bytes(owned.get(), owned.get() + responseLength)};
-}
 
 struct Type {
   std::uint32_t number;
@@ -349,69 +318,6 @@ TEST_F(Dispatcher, IsWhatAStartedServerCalls) {
   const std::unique_ptr<std::uint8_t[]> owned(static_cast<std::uint8_t*>(response));
   ASSERT_EQ(responseLength, 1U);
   EXPECT_EQ(owned[0], 1);
-}
-
-class OwnerQuery : public testing::Test {
- protected:
-  Bytes askAs(std::uint32_t clientId) { return dispatch(server, 1283, clientId).bytes; }
-
-  PipeServer server;
-};
-
-TEST_F(OwnerQuery, AnswersZerosToEveryClientWhileNoFlagIsSet) {
-  for (const std::uint32_t client : {0U, 5U, 7U, 9U}) EXPECT_EQ(askAs(client), (Bytes{0, 0}));
-  server.ownership.acceleratingClientId = 9;
-  server.ownership.startPendingClientId = 7;
-  for (const std::uint32_t client : {0U, 5U, 7U, 9U}) EXPECT_EQ(askAs(client), (Bytes{0, 0}));
-}
-
-TEST_F(OwnerQuery, CountsAStaleIdInTheOtherSlotAsOwner) {
-  server.ownership.startPending = true;
-  server.ownership.startPendingClientId = 7;
-  server.ownership.acceleratingClientId = 9;
-  EXPECT_EQ(askAs(9), (Bytes{1, 1}));
-  EXPECT_EQ(askAs(7), (Bytes{1, 1}));
-  EXPECT_EQ(askAs(5), (Bytes{1, 0}));
-  server.ownership.startPending = false;
-  server.ownership.accelerating = true;
-  EXPECT_EQ(askAs(9), (Bytes{1, 1}));
-  EXPECT_EQ(askAs(7), (Bytes{1, 1}));
-  EXPECT_EQ(askAs(5), (Bytes{1, 0}));
-}
-
-TEST_F(OwnerQuery, NeverTakesClientZeroForAnOwner) {
-  server.ownership.startPending = true;
-  server.ownership.accelerating = true;
-  EXPECT_EQ(askAs(0), (Bytes{1, 0}));
-  EXPECT_EQ(askAs(0xFFFFFFFF), (Bytes{1, 0}));
-  server.ownership.acceleratingClientId = 0xFFFFFFFF;
-  EXPECT_EQ(askAs(0), (Bytes{1, 0}));
-  EXPECT_EQ(askAs(0xFFFFFFFF), (Bytes{1, 1}));
-}
-
-TEST(Heartbeat, AnswersTheLowWordOfTheMonotonicClock) {
-  PipeServer server;
-  const auto before = static_cast<std::uint32_t>(static_cast<std::uint64_t>(monotonicMs()));
-  const Bytes answer = dispatch(server, 65535, 7).bytes;
-  const auto after = static_cast<std::uint32_t>(static_cast<std::uint64_t>(monotonicMs()));
-  ASSERT_EQ(answer.size(), 4U);
-  const std::uint32_t told = answer[0] | std::uint32_t{answer[1]} << 8U |
-                             std::uint32_t{answer[2]} << 16U | std::uint32_t{answer[3]} << 24U;
-  EXPECT_LE(told - before, after - before);  // Right across a wrap too.
-}
-
-TEST(Heartbeat, TouchesTheCallersPushClientAndNoOther) {
-  PipeServer server;
-  PipeServerInspector inspector(server);
-  inspector.putPushClient(7, {});
-  inspector.putPushClient(8, {});
-  const std::int64_t untouched = inspector.pushClients().at(8).lastHeartbeatMs;
-  const std::int64_t before = monotonicMs();
-  (void)dispatch(server, 65535, 7);
-  (void)dispatch(server, 65535, 9);
-  EXPECT_GE(inspector.pushClients().at(7).lastHeartbeatMs, before);
-  EXPECT_EQ(inspector.pushClients().at(8).lastHeartbeatMs, untouched);
-  EXPECT_EQ(inspector.pushClients().size(), 2U);
 }
 
 }  // namespace

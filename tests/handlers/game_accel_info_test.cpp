@@ -2,16 +2,16 @@
 #include <gtest/gtest.h>
 
 #include "ipc/message_types.h"
-#include "tests/handlers/dispatched_request.h"
-#include "tests/support/initialised_kernel.h"
-#include "tests/support/scripted_game.h"
+#include "tests/handlers/query_fixture.h"
 
 namespace orva_accelerator::ipc {
 namespace {
 
 using test::answerTo;
 using test::Bytes;
+using test::goldenResponse;
 using test::goldenVector;
+using test::hexAt;
 using test::isPayload;
 using test::nodeRecord;
 using test::serverRecord;
@@ -19,26 +19,13 @@ using testing::Contains;
 using testing::Not;
 using testing::StartsWith;
 
-const test::GoldenVector& golden(std::string_view name) {
-  return goldenVector("responses.json", name);
-}
-
-std::string hexAt(const Bytes& bytes, std::size_t offset, std::size_t count) {
-  return test::hexFromBytes(std::span(bytes).subspan(offset, count));
-}
-
-class GetGameAccelInfo : public testing::Test {
+class GetGameAccelInfo : public test::GameQueryTest {
  protected:
-  GetGameAccelInfo() { test::answerForGame(kernel, game); }
-
   Bytes answer() const { return answerTo(goldenVector("requests.json", "get_game_accel_info")); }
-
-  test::InitialisedKernel kernel;
-  const std::shared_ptr<test::ScriptedGame> game = std::make_shared<test::ScriptedGame>();
 };
 
 TEST_F(GetGameAccelInfo, PutsItsFiveTextsBehindTheValues) {
-  EXPECT_TRUE(isPayload(golden("get_game_accel_info"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info"), answer()));
 }
 
 TEST_F(GetGameAccelInfo, CountsTheBytesOfItsTexts) {
@@ -52,13 +39,13 @@ TEST_F(GetGameAccelInfo, CountsTheBytesOfItsTexts) {
   game->gameText = u"星际竞技场";
   game->servers.records = {serverRecord(u"上海电信", u"上海一区")};
   game->nodes.records = {nodeRecord(21, u"上海节点21", 41, 0xFFFFFFFF)};
-  EXPECT_TRUE(isPayload(golden("get_game_accel_info_chinese_texts"),
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info_chinese_texts"),
                         answerTo(MsgGetGameAccelInfo, Bytes{0xEA, 3, 0, 0})));
 }
 
 TEST_F(GetGameAccelInfo, HasNoServerAndNoNodeWithoutAServerKey) {
   game->serverKey = L"";
-  EXPECT_TRUE(isPayload(golden("get_game_accel_info_no_server"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info_no_server"), answer()));
   EXPECT_THAT(kernel.calls(), Not(Contains(StartsWith("Kernel_GetGameServerDataList"))));
   EXPECT_THAT(kernel.calls(), Not(Contains(StartsWith("Kernel_GetGameNodeDataList"))));
 }
@@ -78,7 +65,7 @@ TEST_F(GetGameAccelInfo, HasNoNodeForANodeIdBelowOne) {
 
 TEST_F(GetGameAccelInfo, HasTheTextOfTheFirstServerWithTheKey) {
   game->servers.records = {serverRecord(u"asia-1", u"Asia 1"), serverRecord(u"asia-1", u"Asia 2")};
-  EXPECT_TRUE(isPayload(golden("get_game_accel_info"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info"), answer()));
 }
 
 TEST_F(GetGameAccelInfo, HasNoServerTextWhenTheKeyDiffersInCase) {
@@ -95,7 +82,7 @@ TEST_F(GetGameAccelInfo, SucceedsWithoutAnyText) {
   game->infoText = L"";
   game->serverKey = L"";
   game->gameText = u"";
-  EXPECT_TRUE(isPayload(golden("get_game_accel_info_empty_texts"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info_empty_texts"), answer()));
 }
 
 TEST_F(GetGameAccelInfo, CarriesFiveLongestTexts) {
@@ -115,11 +102,11 @@ TEST_F(GetGameAccelInfo, CarriesFiveLongestTexts) {
 TEST_F(GetGameAccelInfo, Is64ZerosWhenTheLastAccelerationIsUnknown) {
   game->knowsLast = false;
   EXPECT_EQ(answer(), Bytes(64, 0));
-  EXPECT_TRUE(isPayload(golden("get_game_accel_info_failed"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info_failed"), answer()));
 }
 
 TEST_F(GetGameAccelInfo, Is64ZerosAfterRelease) {
-  sdk::AccelSdk::Instance().Release();
+  release();
   EXPECT_EQ(answer(), Bytes(64, 0));
   EXPECT_THAT(kernel.calls(), testing::IsEmpty());
 }
@@ -130,15 +117,14 @@ TEST_F(GetGameAccelInfo, Is64ZerosWithoutTheLastAccelerationsFunction) {
 }
 
 TEST_F(GetGameAccelInfo, AnswersAgainAfterASecondInit) {
-  sdk::AccelSdk::Instance().Release();
-  kernel.initialise();
-  EXPECT_TRUE(isPayload(golden("get_game_accel_info"), answer()));
+  releaseAndInitialise();
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info"), answer()));
 }
 
 TEST_F(GetGameAccelInfo, IgnoresListsThatGrowBehindItsBack) {
   game->servers.claimed = 0xFFFFFFFF;
   game->nodes.claimed = 2;
-  EXPECT_TRUE(isPayload(golden("get_game_accel_info"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info"), answer()));
 }
 
 TEST(GetGameAccelInfoBeforeInit, Is64Zeros) {

@@ -2,41 +2,32 @@
 #include <gtest/gtest.h>
 
 #include "ipc/message_types.h"
-#include "tests/handlers/dispatched_request.h"
-#include "tests/support/initialised_kernel.h"
-#include "tests/support/scripted_game.h"
+#include "tests/handlers/query_fixture.h"
 
 namespace orva_accelerator::ipc {
 namespace {
 
 using test::answerTo;
 using test::Bytes;
+using test::goldenResponse;
 using test::goldenVector;
+using test::hexAt;
 using test::isPayload;
 
-const test::GoldenVector& golden(std::string_view name) {
-  return goldenVector("responses.json", name);
-}
-
-class GetGameLastAccelInfo : public testing::Test {
+class GetGameLastAccelInfo : public test::GameQueryTest {
  protected:
-  GetGameLastAccelInfo() { test::answerForGame(kernel, game); }
-
   Bytes answer() const {
     return answerTo(goldenVector("requests.json", "get_game_last_accel_info"));
   }
-
-  test::InitialisedKernel kernel;
-  const std::shared_ptr<test::ScriptedGame> game = std::make_shared<test::ScriptedGame>();
 };
 
 TEST_F(GetGameLastAccelInfo, PutsItsTextsBehindTheValues) {
-  EXPECT_TRUE(isPayload(golden("get_game_last_accel_info"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_last_accel_info"), answer()));
 }
 
 TEST_F(GetGameLastAccelInfo, AnswersOneForAnyFlagButZero) {
   game->infoFlag = 0x80;
-  EXPECT_TRUE(isPayload(golden("get_game_last_accel_info"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_last_accel_info"), answer()));
 }
 
 TEST_F(GetGameLastAccelInfo, CountsTheBytesOfItsTexts) {
@@ -46,7 +37,7 @@ TEST_F(GetGameLastAccelInfo, CountsTheBytesOfItsTexts) {
   game->infoValue = 0xFFFFFFFF;
   game->infoText = L"智能模式";
   game->serverKey = L"上海电信";
-  EXPECT_TRUE(isPayload(golden("get_game_last_accel_info_chinese_texts"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_last_accel_info_chinese_texts"), answer()));
 }
 
 TEST_F(GetGameLastAccelInfo, SucceedsWithEmptyTexts) {
@@ -55,7 +46,7 @@ TEST_F(GetGameLastAccelInfo, SucceedsWithEmptyTexts) {
   game->infoValue = 0;
   game->infoText = L"";
   game->serverKey = L"";
-  EXPECT_TRUE(isPayload(golden("get_game_last_accel_info_empty_texts"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_last_accel_info_empty_texts"), answer()));
 }
 
 TEST_F(GetGameLastAccelInfo, CutsTextsOf256UnitsTo255) {
@@ -63,18 +54,18 @@ TEST_F(GetGameLastAccelInfo, CutsTextsOf256UnitsTo255) {
   game->serverKey = std::wstring(256, L'k');
   const Bytes bytes = answer();
   ASSERT_EQ(bytes.size(), 24U + 765U + 255U);
-  EXPECT_EQ(test::hexFromBytes(std::span(bytes).subspan(20, 4)), "FD 02 FF 00");
-  EXPECT_EQ(test::hexFromBytes(std::span(bytes).subspan(24 + 762, 5)), "E6 B8 B8 6B 6B");
+  EXPECT_EQ(hexAt(bytes, 20, 4), "FD 02 FF 00");
+  EXPECT_EQ(hexAt(bytes, 24 + 762, 5), "E6 B8 B8 6B 6B");
 }
 
 TEST_F(GetGameLastAccelInfo, Is24ZerosForAnUnknownGame) {
   game->gameId = 1002;
   EXPECT_EQ(answer(), Bytes(24, 0));
-  EXPECT_TRUE(isPayload(golden("get_game_last_accel_info_failed"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_last_accel_info_failed"), answer()));
 }
 
 TEST_F(GetGameLastAccelInfo, Is24ZerosAfterRelease) {
-  sdk::AccelSdk::Instance().Release();
+  release();
   EXPECT_EQ(answer(), Bytes(24, 0));
   EXPECT_THAT(kernel.calls(), testing::IsEmpty());
 }
@@ -85,9 +76,8 @@ TEST_F(GetGameLastAccelInfo, Is24ZerosWithoutItsFunction) {
 }
 
 TEST_F(GetGameLastAccelInfo, AnswersAgainAfterASecondInit) {
-  sdk::AccelSdk::Instance().Release();
-  kernel.initialise();
-  EXPECT_TRUE(isPayload(golden("get_game_last_accel_info"), answer()));
+  releaseAndInitialise();
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_last_accel_info"), answer()));
 }
 
 TEST(GetGameLastAccelInfoBeforeInit, Is24Zeros) {

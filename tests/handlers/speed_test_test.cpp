@@ -2,8 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "ipc/message_types.h"
-#include "tests/handlers/dispatched_request.h"
-#include "tests/support/initialised_kernel.h"
+#include "tests/handlers/query_fixture.h"
 #include "tests/support/kernel_data.h"
 
 namespace orva_accelerator::ipc {
@@ -11,17 +10,14 @@ namespace {
 
 using test::answerTo;
 using test::Bytes;
+using test::goldenResponse;
 using test::goldenVector;
 using test::isPayload;
 using test::ScriptedList;
 using testing::Each;
 using testing::StartsWith;
 
-const test::GoldenVector& golden(std::string_view name) {
-  return goldenVector("responses.json", name);
-}
-
-class GetTestSpeedData : public testing::Test {
+class GetTestSpeedData : public test::QueryTest {
  protected:
   GetTestSpeedData() { script(1, {.records = three}); }
 
@@ -41,13 +37,12 @@ class GetTestSpeedData : public testing::Test {
     return answerTo(goldenVector("requests.json", request));
   }
 
-  test::InitialisedKernel kernel;
   const std::vector<sdk::TestSpeedEntry> three = {
       {{1, 2, 3, 4}}, {{5, 6, 7, 8}}, {{9, 10, 11, 12}}};
 };
 
 TEST_F(GetTestSpeedData, SendsTheSummaryAndNothingOfTheEntries) {
-  EXPECT_TRUE(isPayload(golden("get_test_speed_data"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_test_speed_data"), answer()));
 }
 
 TEST_F(GetTestSpeedData, PassesOnTheRequest) {
@@ -69,12 +64,12 @@ TEST_F(GetTestSpeedData, PassesOnAnEmptyKey) {
 
 TEST_F(GetTestSpeedData, SucceedsWhenFewerEntriesAreFilledThanWereCounted) {
   script(1, {.records = {three[0], three[1]}, .announced = 4});
-  EXPECT_TRUE(isPayload(golden("get_test_speed_data"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_test_speed_data"), answer()));
 }
 
 TEST_F(GetTestSpeedData, SucceedsWhenMoreEntriesAreClaimedThanWereCounted) {
   script(1, {.records = three, .claimed = 0xFFFFFFFF});
-  EXPECT_TRUE(isPayload(golden("get_test_speed_data"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_test_speed_data"), answer()));
 }
 
 TEST_F(GetTestSpeedData, Is60ZerosWhenTheFirstWordIsNotPositive) {
@@ -86,9 +81,9 @@ TEST_F(GetTestSpeedData, Is60ZerosWhenTheFirstWordIsNotPositive) {
 
 TEST_F(GetTestSpeedData, Is60ZerosWithoutEntries) {
   script(1, {.records = {}});
-  EXPECT_TRUE(isPayload(golden("get_test_speed_data_failed"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_test_speed_data_failed"), answer()));
   script(1, {.records = three, .claimed = 0});
-  EXPECT_TRUE(isPayload(golden("get_test_speed_data_failed"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_test_speed_data_failed"), answer()));
 }
 
 TEST_F(GetTestSpeedData, Is60ZerosWhenTheLibraryRefuses) {
@@ -99,7 +94,7 @@ TEST_F(GetTestSpeedData, Is60ZerosWhenTheLibraryRefuses) {
 }
 
 TEST_F(GetTestSpeedData, Is60ZerosAfterRelease) {
-  sdk::AccelSdk::Instance().Release();
+  release();
   EXPECT_EQ(answer(), Bytes(60, 0));
   EXPECT_THAT(kernel.calls(), testing::IsEmpty());
 }
@@ -110,9 +105,8 @@ TEST_F(GetTestSpeedData, Is60ZerosWithoutItsFunction) {
 }
 
 TEST_F(GetTestSpeedData, AnswersAgainAfterASecondInit) {
-  sdk::AccelSdk::Instance().Release();
-  kernel.initialise();
-  EXPECT_TRUE(isPayload(golden("get_test_speed_data"), answer()));
+  releaseAndInitialise();
+  EXPECT_TRUE(isPayload(goldenResponse("get_test_speed_data"), answer()));
 }
 
 TEST(GetTestSpeedDataBeforeInit, Is60Zeros) {

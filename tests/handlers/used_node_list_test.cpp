@@ -5,27 +5,22 @@
 
 #include "handlers/response_writer.h"
 #include "ipc/message_types.h"
-#include "tests/handlers/dispatched_request.h"
-#include "tests/support/initialised_kernel.h"
-#include "tests/support/scripted_game.h"
+#include "tests/handlers/query_fixture.h"
 
 namespace orva_accelerator::ipc {
 namespace {
 
 using test::answerTo;
 using test::Bytes;
+using test::goldenResponse;
 using test::goldenVector;
+using test::hexAt;
 using test::isPayload;
 using test::usedNodeRecord;
 
-const test::GoldenVector& golden(std::string_view name) {
-  return goldenVector("responses.json", name);
-}
-
-class GetGameUsedNodeList : public testing::Test {
+class GetGameUsedNodeList : public test::GameQueryTest {
  protected:
   GetGameUsedNodeList() {
-    test::answerForGame(kernel, game);
     game->usedNodes.records = {usedNodeRecord(11, 2, u"asia-1", 38, u"Node 11", 1'761'661'963'614),
                                usedNodeRecord(21, 3, u"上海电信", 41, u"上海节点21", 7)};
   }
@@ -33,13 +28,10 @@ class GetGameUsedNodeList : public testing::Test {
   Bytes answer() const {
     return answerTo(goldenVector("requests.json", "get_game_used_node_list"));
   }
-
-  test::InitialisedKernel kernel;
-  const std::shared_ptr<test::ScriptedGame> game = std::make_shared<test::ScriptedGame>();
 };
 
 TEST_F(GetGameUsedNodeList, HasEachNodesTextsBehindItsBlock) {
-  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_two"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_two"), answer()));
   EXPECT_THAT(kernel.calls(),
               testing::ElementsAre("Kernel_GetGameUsedNodeDataList(1001, null, 0)",
                                    "Kernel_GetGameUsedNodeDataList(1001, array, 2)"));
@@ -49,7 +41,7 @@ TEST_F(GetGameUsedNodeList, HasJustABlockForANodeWithoutTexts) {
   game->usedNodes.records = {usedNodeRecord(31, 4, u"", 0xFFFFFFFF, u"", 0)};
   const Bytes bytes = answer();
   EXPECT_EQ(bytes.size(), 8U + 32U);
-  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_empty_texts"), bytes));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_empty_texts"), bytes));
 }
 
 TEST_F(GetGameUsedNodeList, CarriesTheLongestTexts) {
@@ -57,7 +49,7 @@ TEST_F(GetGameUsedNodeList, CarriesTheLongestTexts) {
   game->usedNodes.records = {usedNodeRecord(1, 2, longest, 0xFFFFFFFF, longest, ~0ULL)};
   const Bytes bytes = answer();
   ASSERT_EQ(bytes.size(), 8U + 32U + 768U + 768U);
-  EXPECT_EQ(test::hexFromBytes(std::span(bytes).subspan(8, 32)),
+  EXPECT_EQ(hexAt(bytes, 8, 32),
             "01 00 00 00 02 00 00 00 FF FF FF FF 00 00 00 00 "
             "FF FF FF FF FF FF FF FF 00 03 00 03 00 00 00 00");
   EXPECT_EQ(test::hexFromBytes(std::span(bytes).last(3)), "E6 B8 B8");
@@ -66,43 +58,42 @@ TEST_F(GetGameUsedNodeList, CarriesTheLongestTexts) {
 TEST_F(GetGameUsedNodeList, Is8BytesWithoutNodes) {
   game->usedNodes.records = {};
   EXPECT_EQ(answer(), (Bytes{1, 0, 0, 0, 0, 0, 0, 0}));
-  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_none"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_none"), answer()));
 }
 
 TEST_F(GetGameUsedNodeList, StartsWithOneEvenWhenTheLibraryRefuses) {
   game->usedNodes.refusesFirst = true;
-  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_none"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_none"), answer()));
   game->usedNodes.refusesFirst = false;
   game->usedNodes.refusesSecond = true;
-  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_none"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_none"), answer()));
 }
 
 TEST_F(GetGameUsedNodeList, StartsWithOneEvenWithoutItsFunction) {
   kernel.forget(sdk::KernelFunction::Kernel_GetGameUsedNodeDataList);
-  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_none"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_none"), answer()));
 }
 
 TEST_F(GetGameUsedNodeList, AnswersAfterReleaseToo) {
   EXPECT_EQ(answerTo(MsgSdkRelease), (Bytes{1, 0, 0, 0}));
   EXPECT_EQ(answerTo(MsgSdkIsInitialised), (Bytes{0}));
-  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_two"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_two"), answer()));
 }
 
 TEST_F(GetGameUsedNodeList, AnswersAgainAfterASecondInit) {
-  sdk::AccelSdk::Instance().Release();
-  kernel.initialise();
-  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_two"), answer()));
+  releaseAndInitialise();
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_two"), answer()));
 }
 
 TEST_F(GetGameUsedNodeList, HasOnlyTheNodesThatWereWritten) {
   game->usedNodes.announced = 5;
-  EXPECT_TRUE(isPayload(golden("get_game_used_node_list_two"), answer()));
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_two"), answer()));
 }
 
 TEST_F(GetGameUsedNodeList, HasNoNodesBeyondTheArray) {
   for (const std::uint32_t claimed : {3U, 4'112'000U, 0xFFFFFFFFU}) {
     game->usedNodes.claimed = claimed;
-    EXPECT_TRUE(isPayload(golden("get_game_used_node_list_two"), answer())) << claimed;
+    EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_two"), answer())) << claimed;
   }
 }
 
