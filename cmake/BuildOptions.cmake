@@ -12,6 +12,8 @@ target_compile_definitions(
             _WIN32_WINNT=0x0A00)
 
 if(MSVC)
+  # As with the other compilers: no runtime DLL is needed on the player's PC.
+  set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
   target_compile_options(orva_build_options INTERFACE /W4 /WX /permissive- /utf-8 /EHsc)
 else()
   target_compile_options(

@@ -13,6 +13,22 @@ function(orva_expose_headers target folder)
   target_include_directories(${target} SYSTEM INTERFACE ${exposed})
 endfunction()
 
+if(CMAKE_HOST_WIN32)
+  # There they come from a package manager that CMake knows how to ask.
+  find_package(CLI11 CONFIG REQUIRED)
+  add_library(orva_cli11 INTERFACE)
+  target_link_libraries(orva_cli11 INTERFACE CLI11::CLI11)
+  find_package(nlohmann_json CONFIG REQUIRED)
+  add_library(orva_nlohmann_json INTERFACE)
+  target_link_libraries(orva_nlohmann_json INTERFACE nlohmann_json::nlohmann_json)
+  if(ORVA_BUILD_TESTS)
+    find_package(GTest CONFIG REQUIRED)
+    add_library(gtest ALIAS GTest::gtest)
+    add_library(gmock ALIAS GTest::gmock)
+  endif()
+  return()
+endif()
+
 orva_expose_headers(orva_cli11 CLI)
 orva_expose_headers(orva_nlohmann_json nlohmann)
 
