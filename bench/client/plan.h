@@ -13,7 +13,7 @@ struct Plan {
   std::vector<Server> servers;       // By ServerIndex.
   unsigned wineServerProcessId = 0;  // Keeps the kernel objects here; 0 on Windows.
   std::string scenarioPath;          // Where the simulated library reads its scenario.
-  int rounds = 9;                    // Slots of each server and row.
+  int rounds = 15;                   // Slots of each server and row.
   int requests = 1000;               // Of a slot, at least; every connection has its turn.
   int window = 1;                    // Requests under way at a time; 0 for all connections.
   std::vector<int> connections = {1, 2, 8, 64, 255, 1000};

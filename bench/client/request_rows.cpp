@@ -114,7 +114,8 @@ void measureRequests(const Plan& plan, Report& report) {
           std::to_string(plan.rounds) +
           " rounds. `A/A` is floor B's rate divided by floor "
           "A's. The last column says whether the limits are met: rate 0.97 (0.95 at 1,000 "
-          "connections), p50 1.05, p99 1.2.");
+          "connections), p50 1.05, p99 1.2; inconclusive where the floors differ by more than 7 "
+          "%.");
   int previous = 0;
   for (const int count : plan.connections) {
     MemoryStep step = {previous, count, residentOf(plan.servers), {}};
