@@ -216,6 +216,14 @@ TEST_F(PushWatchdog, DropsAClientThatNeverReadsAndKeepsTheOthersInformed) {
   RawPipeClient stuck = registerPushClient(1);  // Before the other one in every broadcast.
   RawPipeClient reader = registerPushClient(2);
   std::vector<Clock::time_point> sent(kNotifications);
+  std::atomic<int> cancelled{0};
+  ImportHook<decltype(WriteFile)> writes("kernel32.dll", "WriteFile");
+  writes.replace([&](HANDLE pipe, LPCVOID bytes, DWORD length, LPDWORD written,
+                     LPOVERLAPPED operation) -> BOOL {
+    if (writes.callOriginal(pipe, bytes, length, written, operation)) return TRUE;
+    if (GetLastError() == ERROR_OPERATION_ABORTED) ++cancelled;
+    return FALSE;
+  });
   const BackgroundCall sender([&] {
     for (std::uint32_t i = 0; i < kNotifications; ++i) {
       sent[i] = Clock::now();
@@ -231,6 +239,9 @@ TEST_F(PushWatchdog, DropsAClientThatNeverReadsAndKeepsTheOthersInformed) {
     latest = std::max(latest, since(sent[i]));
   }
   EXPECT_TRUE(sender.ends());
+  // One write in all was waited for in vain: no notification is later than that one wait.
+  EXPECT_EQ(cancelled, 1);
+  static_assert(ipc::kWriteTimeout <= milliseconds(2000));
   EXPECT_EQ(inspector_.pushPipe(1), nullptr);
   EXPECT_EQ(server_.PushClientCount(), 1U);
   RecordProperty("LatestNotificationMs", std::to_string(latest.count()));
