@@ -54,6 +54,7 @@ std::unique_ptr<CLI::App> MakeParser(Context& context) {
   app->fallthrough();  // Global options may stand behind the command too.
   AddGlobalOptions(*app, context);
   AddServiceCommands(*app, context);
+  AddDoctorCommand(*app, context);
   AddSdkCommands(*app, context);
   AddStatusCommands(*app, context);
   AddControlCommands(*app, context);

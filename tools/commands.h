@@ -10,6 +10,7 @@ namespace orva_accelerator::tools {
 
 // service start, stop, wait. Wants --timeout to be there.
 void AddServiceCommands(CLI::App& app, Context& context);
+void AddDoctorCommand(CLI::App& app, Context& context);
 void AddSdkCommands(CLI::App& app, Context& context);      // init, login, release
 void AddStatusCommands(CLI::App& app, Context& context);   // status, owner, heartbeat
 void AddControlCommands(CLI::App& app, Context& context);  // start, start-ex, stop, leave

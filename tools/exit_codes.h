@@ -13,6 +13,8 @@ enum ExitCode : int {
   kExitTimeout = 4,
   kExitRefused = 5,   // The service or the library said no, or knows nothing of what was asked.
   kExitProtocol = 6,  // What came does not keep to the protocol, or the service hung up.
+  kExitWarnings = 7,  // The doctor's worst finding is a warning.
+  kExitProblems = 8,  // The doctor found a problem.
 };
 
 constexpr int ExitCodeOf(client::ErrorKind kind) {

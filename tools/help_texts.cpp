@@ -19,6 +19,7 @@ struct HelpText {
 
 constexpr HelpText kHelpTexts[] = {
     {"service", kService, "service start\nservice stop --timeout 10s\nservice wait ended"},
+    {"doctor", kService, "doctor\ndoctor --json"},
     {"status", kService, "status\nstatus --json"},
     {"heartbeat", kService, "heartbeat\nheartbeat --timeout 500ms"},
     {"leave", kService, "--client-id 7 leave"},
@@ -43,6 +44,7 @@ constexpr HelpText kHelpTexts[] = {
 constexpr char kFirstSteps[] = R"(
 First steps:
   orvactl service start             start the service; no administrator is needed
+  orvactl doctor                    find out why it does not work, if it does not
   orvactl status                    ask it something
   orvactl watch                     listen to what it announces, in a second window
   orvactl init                      load the acceleration library
@@ -55,7 +57,8 @@ First steps:
 The service ends by itself 10 seconds after nobody has been there: neither the host application nor
 a client that listens. Keep a "watch" running while you try things out.
 
-Exit codes: 0 done, 1 other failure, 2 usage, 3 no service, 4 timeout, 5 refused, 6 protocol error.)";
+Exit codes: 0 done, 1 other failure, 2 usage, 3 no service, 4 timeout, 5 refused, 6 protocol error;
+of the doctor: 0 all is well, 7 warnings, 8 problems.)";
 
 std::string Examples(const std::string& lines) {
   std::string text = "\nExamples:\n  orvactl ";

@@ -1,0 +1,31 @@
+// What one check of the doctor found.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace orva_accelerator::tools {
+
+// From good to bad: the worst one decides the exit code.
+enum class Verdict {
+  Ok,
+  NotChecked,  // It cannot be told here, or makes no sense at the moment. Nobody's fault.
+  Warning,     // Works, but not as delivered or not as safely.
+  Problem,     // Keeps the service from working, or hands the PC to ordinary users.
+};
+
+struct Finding {
+  const char* check;  // A stable name, for programs.
+  Verdict verdict = Verdict::Ok;
+  std::string text;    // What was found, without full stop.
+  std::string advice;  // What to do about it; empty if nothing.
+};
+
+using Findings = std::vector<Finding>;
+
+// "ok", "not checked", "warning", "problem": for programs too; never changes.
+const char* VerdictName(Verdict verdict);
+
+Verdict WorstOf(const Findings& findings);
+
+}  // namespace orva_accelerator::tools

@@ -1,0 +1,125 @@
+#include "tools/doctor/running_checks.h"
+
+#include <windows.h>
+
+#include <tlhelp32.h>
+
+#include <string>
+#include <utility>
+
+#include "client/service_client.h"
+#include "tools/utf8.h"
+#include "win32/unique_handle.h"
+
+namespace orva_accelerator::tools {
+namespace {
+
+constexpr wchar_t kHostApplication[] = L"Zandor.exe";
+constexpr DWORD kLongestPath = 32'768;
+
+bool EqualIgnoringCase(const std::wstring& a, const std::wstring& b) {
+  return CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
+                              static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
+}
+
+// Empty when this account may not know.
+std::wstring ImageOf(DWORD processId) {
+  const win32::UniqueKernelHandle process(
+      OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
+  if (!process) return {};
+  std::wstring path(kLongestPath, L'\0');
+  DWORD length = kLongestPath;
+  if (!QueryFullProcessImageNameW(process.get(), 0, path.data(), &length)) return {};
+  path.resize(length);
+  return path;
+}
+
+bool RunsAnywhere(const wchar_t* program) {
+  const win32::UniqueFileHandle list(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+  if (!list) return false;
+  PROCESSENTRY32W entry{};
+  entry.dwSize = sizeof(entry);
+  for (BOOL more = Process32FirstW(list.get(), &entry); more;
+       more = Process32NextW(list.get(), &entry)) {
+    if (EqualIgnoringCase(entry.szExeFile, program)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+Finding CheckProcessImage(const ServiceFacts& facts, const RegisteredPath& registered) {
+  if (!facts.processLives) return {"process", Verdict::NotChecked, "the service is stopped", {}};
+  const std::wstring image = ImageOf(facts.status->dwProcessId);
+  if (image.empty()) {
+    return {
+        "process", Verdict::NotChecked, "this account may not ask what the process executes", {}};
+  }
+  if (EqualIgnoringCase(image, registered.file)) {
+    return {"process", Verdict::Ok, "executes the registered file", {}};
+  }
+  return {"process", Verdict::Warning, "executes " + Utf8FromWide(image) + " instead",
+          "stop and start the service"};
+}
+
+Finding CheckPipe(const char* check, client::Endpoint endpoint, const ServiceFacts& facts,
+                  std::chrono::milliseconds timeout) {
+  endpoint.verifyServer = false;
+  // Without a service there is nothing to wait for.
+  const auto limit = facts.running() ? timeout : std::chrono::milliseconds(0);
+  const auto pipe = client::OpenPipe(endpoint, client::Deadline::After(limit), "open the pipe");
+  if (!pipe && !facts.running()) {
+    return {check, Verdict::NotChecked, "the service does not run", {}};
+  }
+  if (!pipe) {
+    return {check, Verdict::Problem, client::Describe(pipe.error()),
+            "stop and start the service: \"orvactl service stop\", \"orvactl service start\""};
+  }
+  ULONG server = 0;
+  if (!GetNamedPipeServerProcessId(pipe.value().handle(), &server)) {
+    const DWORD code = GetLastError();
+    return {check,
+            Verdict::Warning,
+            "the pipe does not tell its server (Win32 error " + std::to_string(code) + ")",
+            {}};
+  }
+  if (facts.processLives && server == facts.status->dwProcessId) {
+    return {check, Verdict::Ok, "answers, and is the service's", {}};
+  }
+  return {check, Verdict::Problem,
+          "process " + std::to_string(server) + " serves it, and is not the service",
+          "find out what that process is, and end it"};
+}
+
+Finding CheckHostApplication(const ServiceFacts& facts) {
+  if (RunsAnywhere(kHostApplication)) {
+    return {"host application", Verdict::Ok, "Zandor.exe runs and keeps the service running", {}};
+  }
+  return {"host application",
+          facts.running() ? Verdict::Ok : Verdict::NotChecked,
+          "Zandor.exe does not run: the service ends by itself unless a client listens",
+          {}};
+}
+
+Finding CheckHeartbeat(const client::Endpoint& endpoint, std::uint32_t clientId,
+                       std::chrono::milliseconds timeout) {
+  Finding finding{"heartbeat", Verdict::Problem, {}, "stop and start the service"};
+  auto channel = client::RequestChannel::Open(endpoint, client::Deadline::After(timeout));
+  if (!channel) {
+    finding.text = client::Describe(channel.error());
+    return finding;
+  }
+  client::ServiceClient service(std::move(channel.value()), clientId, timeout);
+  const auto before = std::chrono::steady_clock::now();
+  const auto answer = service.Heartbeat();
+  const auto taken = std::chrono::steady_clock::now() - before;
+  if (!answer) {
+    finding.text = client::Describe(answer.error());
+    return finding;
+  }
+  const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(taken).count();
+  return {
+      "heartbeat", Verdict::Ok, "answered in " + std::to_string(microseconds) + " \xC2\xB5s", {}};
+}
+
+}  // namespace orva_accelerator::tools

@@ -1,0 +1,53 @@
+#include "tools/doctor/security_differences.h"
+
+#include <sddl.h>
+
+#include <algorithm>
+
+#include "tools/doctor/access_list.h"
+#include "win32/unique_handle.h"
+
+namespace orva_accelerator::tools {
+namespace {
+
+constexpr std::uint32_t kRightsThatGiveThePc =
+    SERVICE_CHANGE_CONFIG | WRITE_DAC | WRITE_OWNER | GENERIC_WRITE | GENERIC_ALL;
+
+bool Contains(const std::vector<AccessClause>& list, const AccessClause& clause) {
+  return std::find(list.begin(), list.end(), clause) != list.end();
+}
+
+}  // namespace
+
+client::Result<SecurityDifferences> CompareServiceSecurity(PSECURITY_DESCRIPTOR actual,
+                                                           const wchar_t* expected) {
+  PSECURITY_DESCRIPTOR converted = nullptr;
+  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(expected, SDDL_REVISION_1, &converted,
+                                                            nullptr)) {
+    const DWORD code = GetLastError();
+    return client::Error{client::ErrorKind::System, "read the expected security", code,
+                         "the system does not understand it"};
+  }
+  const win32::UniqueLocalMemory owner(converted);
+  const auto ours = ReadAccessList(converted);
+  const auto found = ReadAccessList(actual);
+  SecurityDifferences differences;
+  // An empty list would let nobody even read it: whoever says so does not keep lists.
+  if (!ours || !found || found->empty()) {
+    differences.unreadable = true;
+    return differences;
+  }
+  for (const AccessClause& clause : *ours) {
+    if (!Contains(*found, clause)) differences.missing.push_back(Describe(clause));
+  }
+  std::vector<AccessClause> added;
+  for (const AccessClause& clause : *found) {
+    if (Contains(*ours, clause)) continue;
+    added.push_back(clause);
+    differences.added.push_back(Describe(clause));
+  }
+  differences.lettingUsersReconfigure = (RightsOfOrdinaryUsers(added) & kRightsThatGiveThePc) != 0;
+  return differences;
+}
+
+}  // namespace orva_accelerator::tools

@@ -1,0 +1,141 @@
+#include "tools/doctor/service_facts.h"
+
+#include "client/process_watch.h"
+#include "win32/unique_handle.h"
+
+namespace orva_accelerator::tools {
+namespace {
+
+using win32::UniqueServiceHandle;
+
+std::wstring TextOrEmpty(const wchar_t* text) {
+  return text == nullptr ? std::wstring() : std::wstring(text);
+}
+
+// 0 or why the record cannot be had. `query` takes a buffer, its size and where to put the needed
+// size.
+template <typename Query>
+DWORD QueryRecord(Query query, std::vector<std::uint8_t>& record) {
+  DWORD needed = 0;
+  if (!query(nullptr, 0, &needed)) {
+    const DWORD code = GetLastError();
+    if (code != ERROR_INSUFFICIENT_BUFFER) return code;
+  }
+  record.resize(needed);
+  if (!query(record.data(), needed, &needed)) {
+    const DWORD code = GetLastError();
+    record.clear();
+    return code;
+  }
+  return 0;
+}
+
+class Gatherer {
+ public:
+  Gatherer(const std::wstring& name, ServiceFacts& facts) : name_(name), facts_(facts) {}
+
+  void Gather() {
+    manager_.reset(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    if (!manager_) {
+      facts_.openError = GetLastError();
+      return;
+    }
+    UniqueServiceHandle service;
+    facts_.openError = Open(SERVICE_QUERY_STATUS, service);
+    if (facts_.openError == ERROR_ACCESS_DENIED) {
+      // It is there; this account may not ask about its state.
+      facts_.statusError = facts_.openError;
+      facts_.openError = 0;
+    } else if (facts_.openError == 0) {
+      ReadStatus(service.get());
+    }
+    if (!facts_.registered()) return;
+    ReadConfig();
+    ReadSecurity();
+    ReadDeleteFlag();
+  }
+
+ private:
+  DWORD Open(DWORD access, UniqueServiceHandle& service) const {
+    service.reset(OpenServiceW(manager_.get(), name_.c_str(), access));
+    return service ? 0 : GetLastError();
+  }
+
+  void ReadStatus(SC_HANDLE service) {
+    SERVICE_STATUS_PROCESS status{};
+    DWORD needed = 0;
+    if (!QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status),
+                              sizeof(status), &needed)) {
+      facts_.statusError = GetLastError();
+      return;
+    }
+    facts_.status = status;
+    facts_.processLives = !client::ProcessWatch(status.dwProcessId).hasEnded();
+  }
+
+  void ReadConfig() {
+    UniqueServiceHandle service;
+    facts_.configError = Open(SERVICE_QUERY_CONFIG, service);
+    if (facts_.configError != 0) return;
+    std::vector<std::uint8_t> record;
+    facts_.configError = QueryRecord(
+        [&](BYTE* room, DWORD size, DWORD* needed) {
+          return QueryServiceConfigW(service.get(), reinterpret_cast<QUERY_SERVICE_CONFIGW*>(room),
+                                     size, needed);
+        },
+        record);
+    if (facts_.configError != 0) return;
+    const auto& config = *reinterpret_cast<const QUERY_SERVICE_CONFIGW*>(record.data());
+    facts_.config =
+        ServiceConfig{TextOrEmpty(config.lpBinaryPathName), TextOrEmpty(config.lpServiceStartName),
+                      config.dwServiceType, config.dwStartType};
+  }
+
+  void ReadSecurity() {
+    UniqueServiceHandle service;
+    facts_.securityError = Open(READ_CONTROL, service);
+    if (facts_.securityError != 0) return;
+    facts_.securityError = QueryRecord(
+        [&](BYTE* room, DWORD size, DWORD* needed) {
+          // Some systems want a place even when they only tell the size.
+          BYTE nowhere = 0;
+          return QueryServiceObjectSecurity(service.get(), DACL_SECURITY_INFORMATION,
+                                            room == nullptr ? &nowhere : room, size, needed);
+        },
+        facts_.security);
+  }
+
+  void ReadDeleteFlag() {
+    const std::wstring key = L"SYSTEM\\CurrentControlSet\\Services\\" + name_;
+    DWORD flag = 0;
+    DWORD size = sizeof(flag);
+    const LSTATUS status = RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), L"DeleteFlag",
+                                        RRF_RT_REG_DWORD, nullptr, &flag, &size);
+    if (status == ERROR_SUCCESS) facts_.deletePending = flag != 0;
+    if (status != ERROR_FILE_NOT_FOUND) return;
+    // No such value, or no such key: the manager knows a service that is written down nowhere.
+    size = 0;
+    const LSTATUS path = RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), L"ImagePath",
+                                      RRF_RT_ANY | RRF_NOEXPAND, nullptr, nullptr, &size);
+    facts_.deletePending = path == ERROR_FILE_NOT_FOUND;
+  }
+
+  const std::wstring& name_;
+  ServiceFacts& facts_;
+  UniqueServiceHandle manager_;
+};
+
+}  // namespace
+
+ServiceFacts GatherServiceFacts(const std::wstring& serviceName) {
+  ServiceFacts facts;
+  Gatherer(serviceName, facts).Gather();
+  return facts;
+}
+
+bool RunsUnderWine() {
+  const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+  return ntdll != nullptr && GetProcAddress(ntdll, "wine_get_version") != nullptr;
+}
+
+}  // namespace orva_accelerator::tools
