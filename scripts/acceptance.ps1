@@ -260,10 +260,10 @@ function Test-EndOfService([int]$processId) {
     Write-Check 'The manager notices' $stopped "state $((Get-ServiceRecord).State)"
     $code = (Get-ServiceRecord).ExitCode
     Write-Check 'The manager says 1067, the process ended unexpectedly' ($code -eq 1067) "exit code $code"
-    $event = Get-WinEvent -FilterHashtable @{ LogName = 'System'; ProviderName = 'Service Control Manager'
+    $entry = Get-WinEvent -FilterHashtable @{ LogName = 'System'; ProviderName = 'Service Control Manager'
         StartTime = (Get-Date).AddMinutes(-2) } -ErrorAction SilentlyContinue |
         Where-Object { $_.Message -like '*Orva Accelerator Service*' } | Select-Object -First 1
-    if ($event) { Write-Report "NOTE  the system log says: $($event.Id) $($event.Message)" }
+    if ($entry) { Write-Report "NOTE  the system log says: $($entry.Id) $($entry.Message)" }
 }
 
 # The library that lacks a function: a message box on the service's own desktop, which nobody sees,

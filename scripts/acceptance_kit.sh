@@ -11,7 +11,7 @@ cd "$root"
 step "Build"
 configure release
 mapfile -t tests < <(cmake --build --preset release --target help |
-  sed -nE 's/^([a-z_]+_system_tests|installer_tests|resources_tests): phony$/\1/p' | sort)
+  sed -nE 's/^([a-z_]+_system_tests|installer_tests|resources_tests): phony$/\1/p' | sort -u)
 [[ ${#tests[@]} -ge 3 ]] || fail "no system tests found"
 build release OrvaAcceleratorService OpenKernel orvactl OpenKernelWithoutInit \
   OpenKernelWithoutLastName "${tests[@]}"

@@ -12,13 +12,15 @@ work=$root/build/reproducible
 export CCACHE_DISABLE=1
 rm -rf "$work"
 
-# build_copy FOLDER
-build_copy() {
-  step "Build in build/reproducible/$1"
+copy_sources() {
   mkdir -p "$work/$1"
   (cd "$root" && git ls-files -z --cached --others --exclude-standard |
     while IFS= read -r -d '' file; do [[ ! -e $file ]] || printf '%s\0' "$file"; done |
     tar -c --null -T -) | tar -x -C "$work/$1"
+}
+
+build_copy() {
+  step "Build in build/reproducible/$1"
   (
     cd "$work/$1"
     cmake --preset release --log-level=WARNING -DORVA_BUILD_TESTS=OFF >/dev/null
@@ -38,6 +40,8 @@ digests() (
     LC_ALL=C sort -z | xargs -0 sha256sum
 )
 
+copy_sources one
+copy_sources another-with-a-longer-name
 build_copy one
 build_copy another-with-a-longer-name
 step "Compare"
