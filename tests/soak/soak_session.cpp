@@ -1,0 +1,123 @@
+#include "tests/soak/soak_session.h"
+
+#include <windows.h>
+// Needs the one before.
+#include <psapi.h>
+
+#include <cstring>
+#include <string>
+
+#include "client/requests.h"
+#include "ipc/wire_headers.h"
+#include "tests/support/handle_count.h"
+
+namespace orva_accelerator::test {
+namespace {
+
+// More than any answer has; a header that announces more is broken.
+constexpr std::uint32_t kLongestAnswer = 16 * 1024 * 1024;
+constexpr std::size_t kLoginNotification = 28;
+
+PROCESS_MEMORY_COUNTERS memoryOf(HANDLE process) {
+  PROCESS_MEMORY_COUNTERS counters = {};
+  counters.cb = sizeof counters;
+  EXPECT_TRUE(K32GetProcessMemoryInfo(process, &counters, sizeof counters));
+  return counters;
+}
+
+}  // namespace
+
+client::Bytes frame(std::uint32_t type, const client::Bytes& payload, std::uint32_t clientId) {
+  return client::EncodeFrame(type, clientId, payload).value();
+}
+
+client::Bytes initFrame() {
+  return frame(ipc::MsgSdkInit, client::EncodeInit({3, 20250, "official"}).value());
+}
+
+client::Bytes loginFrame(std::uint32_t clientId) {
+  return frame(ipc::MsgUserLogin, client::EncodeLogin({"player@orva", "s3cret;="}).value(),
+               clientId);
+}
+
+bool readAnswer(RawPipeClient& pipe, std::chrono::milliseconds limit) {
+  const std::vector<std::uint8_t> bytes = pipe.readBytes(sizeof(ipc::ResponseHeader), limit);
+  ipc::ResponseHeader header = {};
+  if (bytes.size() != sizeof header) return false;
+  std::memcpy(&header, bytes.data(), sizeof header);
+  if (header.reserved != 0 || header.payloadLength > kLongestAnswer) return false;
+  return pipe.readBytes(header.payloadLength, limit).size() == header.payloadLength;
+}
+
+bool asksAndIsAnswered(RawPipeClient& pipe, const client::Bytes& message,
+                       std::chrono::milliseconds limit) {
+  if (!pipe.isOpen() && pipe.open(kRequestPipe, limit) != ERROR_SUCCESS) return false;
+  return pipe.write(message, limit).done() && readAnswer(pipe, limit);
+}
+
+bool registerPush(RawPipeClient& pipe, std::uint32_t clientId) {
+  return pipe.open(kPushPipe) == ERROR_SUCCESS &&
+         pipe.write(client::EncodePushRegistration(clientId)).done() &&
+         FlushFileBuffers(pipe.handle());
+}
+
+bool hearsOfLoginBy(RawPipeClient& pipe, std::uint32_t clientId) {
+  for (;;) {
+    const std::vector<std::uint8_t> bytes = pipe.readBytes(kLoginNotification);
+    if (bytes.size() != kLoginNotification) return false;
+    ipc::PushFrameHeader header = {};
+    std::memcpy(&header, bytes.data(), sizeof header);
+    if (header.magic != ipc::kPushMagic || header.type != ipc::NotifyUserLogin) return false;
+    if (header.clientId == clientId) return true;
+  }
+}
+
+void SoakSession::SetUp() {
+  ServiceSession::SetUp();
+  if (HasFatalFailure()) return;
+  scenario("{}");
+}
+
+void SoakSession::scenario(std::string_view functions) {
+  simulator().writeScenario(R"({"log": {"enabled": false}, "functions": )" +
+                            std::string(functions) + "}");
+}
+
+bool SoakSession::initialise() {
+  RawPipeClient pipe;
+  const bool answered = asksAndIsAnswered(pipe, initFrame());
+  EXPECT_TRUE(answered) << "the library is not initialised";
+  return answered;
+}
+
+std::size_t SoakSession::workingSet() const {
+  return memoryOf(process()).WorkingSetSize;
+}
+
+std::size_t SoakSession::peakWorkingSet() const {
+  return memoryOf(process()).PeakWorkingSetSize;
+}
+
+std::size_t SoakSession::handles() const {
+  const std::optional<std::size_t> count = handleCount(processId());
+  EXPECT_TRUE(count) << "handles cannot be counted";
+  return count.value_or(0);
+}
+
+bool SoakSession::startAgain() {
+  if (!start()) return false;
+  const testing::AssertionResult alive = isAliveAndAnswers();
+  EXPECT_TRUE(alive);
+  return static_cast<bool>(alive);
+}
+
+bool SoakSession::stopAndCheck() {
+  const std::optional<DWORD> code = stop();
+  EXPECT_TRUE(code) << "the service does not end";
+  if (code) {
+    EXPECT_EQ(*code, kDeliberateEnd);
+  }
+  return code == kDeliberateEnd;
+}
+
+}  // namespace orva_accelerator::test
