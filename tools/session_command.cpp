@@ -1,6 +1,7 @@
 // session: the whole life of a client, shown step by step.
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "ipc/message_types.h"
 #include "tools/commands.h"
@@ -96,7 +97,13 @@ class Session {
   }
 
   Result<Done> Leave() {
-    if (!listening_.service.usable()) return Done{};  // The error that closed it is the news.
+    if (!listening_.service.usable()) {
+      // An answer that did not come has closed the connection. Whoever cannot be reached again
+      // cannot be left either, and the error of the first failure is the news.
+      auto again = context_.Connect();
+      if (!again) return Done{};
+      listening_.service = std::move(again.value());
+    }
     context_.Say("\nLeaving");
     auto left = listening_.service.Leave();
     if (!left) return left.error();

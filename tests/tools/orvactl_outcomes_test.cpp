@@ -146,5 +146,13 @@ TEST_F(OrvactlOutcome, SessionLeavesEvenWhenAStepFails) {
   EXPECT_EQ(service_.countOf(0x700), 1u);
 }
 
+TEST_F(OrvactlOutcome, SessionLeavesOnAnotherConnectionWhenAStepIsNeverAnswered) {
+  answerEverything();
+  service_.answer(0x500, {});
+  EXPECT_EQ(run({"--timeout", "2s", "session"}).exitCode, 4u);
+  EXPECT_EQ(service_.countOf(0x500), 1u);
+  EXPECT_EQ(service_.countOf(0x700), 1u);
+}
+
 }  // namespace
 }  // namespace orva_accelerator::test
