@@ -31,7 +31,8 @@ class Utf8Text {
   std::string_view view() const { return view_; }
 
  private:
-  static constexpr std::size_t kUsualSize = 256 * 3;  // A unit takes at most three bytes.
+  static constexpr std::size_t kUsualSize =
+      std::size_t{256} * 3;  // A unit takes at most three bytes.
 
   std::array<char, kUsualSize> usual_;  // Written where it is used.
   std::unique_ptr<char[]> long_;

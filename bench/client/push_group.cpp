@@ -1,5 +1,6 @@
 #include "bench/client/push_group.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "ipc/message_types.h"
@@ -73,10 +74,7 @@ bool PushGroup::hasMessage(const Client& client) {
 }
 
 bool PushGroup::haveAllMessages() const {
-  for (const auto& client : clients_) {
-    if (!hasMessage(*client)) return false;
-  }
-  return true;
+  return std::ranges::all_of(clients_, [](const auto& client) { return hasMessage(*client); });
 }
 
 void PushGroup::readEverything() {

@@ -37,26 +37,26 @@ void** findSlot(const char* function) {
   return nullptr;
 }
 
-void* exchange(void** slot, void* value) {
+// False when the system does not let it be written to.
+bool write(void** slot, void* value) {
+  auto* const place = static_cast<void*>(slot);
   DWORD protection = 0;
-  if (!VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection)) {
-    throw std::runtime_error("VirtualProtect failed");
-  }
-  void* const old = *slot;
+  if (!VirtualProtect(place, sizeof(*slot), PAGE_READWRITE, &protection)) return false;
   *slot = value;
-  (void)VirtualProtect(slot, sizeof(*slot), protection, &protection);  // Writable does no harm.
-  return old;
+  (void)VirtualProtect(place, sizeof(*slot), protection, &protection);  // Writable does no harm.
+  return true;
 }
 
 }  // namespace
 
 ImportPatch::ImportPatch(const char* function, void* replacement) : slot_(findSlot(function)) {
   if (slot_ == nullptr) throw std::runtime_error(std::string("not imported: ") + function);
-  original_ = exchange(slot_, replacement);
+  original_ = *slot_;
+  if (!write(slot_, replacement)) throw std::runtime_error("VirtualProtect failed");
 }
 
 ImportPatch::~ImportPatch() {
-  exchange(slot_, original_);
+  (void)write(slot_, original_);  // It could be written before.
 }
 
 }  // namespace orva_accelerator::bench
