@@ -38,6 +38,7 @@ class ResponseWriter {
 
  private:
   void append(const void* bytes, std::size_t size) {
+    if (size == 0) return;  // An empty view may point to nothing, which memcpy must not be given.
     std::memcpy(next_, bytes, size);
     next_ += size;
   }

@@ -126,5 +126,16 @@ TEST(ResponseWriter, WritesAsManyBytesOfATextAsItsLengthFieldSays) {
   EXPECT_EQ(Bytes(owned.get(), owned.get() + responseLength), (Bytes{'a', 'b', 'c'}));
 }
 
+// A view of no text has no pointer either; the build that traps on undefined behaviour shows it.
+TEST(ResponseWriter, TakesATextThatPointsToNothing) {
+  void* response = nullptr;
+  std::uint32_t responseLength = 0;
+  ResponseWriter writer(response, responseLength, 1);
+  writer.writeText({});
+  writer.write(std::uint8_t{5});
+  const std::unique_ptr<std::uint8_t[]> owned(static_cast<std::uint8_t*>(response));
+  EXPECT_EQ(Bytes(owned.get(), owned.get() + responseLength), Bytes{5});
+}
+
 }  // namespace
 }  // namespace orva_accelerator::ipc
