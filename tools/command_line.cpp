@@ -63,6 +63,8 @@ std::unique_ptr<CLI::App> MakeParser(Context& context) {
   AddWatchCommand(*app, context);
   AddRawCommand(*app, context);
   AddSessionCommand(*app, context);
+  AddLoadCommand(*app, context);
+  AddCompletionCommand(*app, context);
   AddHelpTexts(*app);
   return app;
 }

@@ -19,5 +19,8 @@ void AddDataCommand(CLI::App& app, Context& context);
 void AddWatchCommand(CLI::App& app, Context& context);
 void AddRawCommand(CLI::App& app, Context& context);
 void AddSessionCommand(CLI::App& app, Context& context);
+void AddLoadCommand(CLI::App& app, Context& context);
+// Keeps a reference to `app`, whose commands and options it prints.
+void AddCompletionCommand(CLI::App& app, Context& context);
 
 }  // namespace orva_accelerator::tools

@@ -39,6 +39,8 @@ constexpr HelpText kHelpTexts[] = {
     {"nodes", kFigures, "nodes 1001"},
     {"raw", kOthers, "raw 0xffff\nraw 0x601 e9030000"},
     {"session", kOthers, "session\n--json session"},
+    {"load", kOthers, "load\nload --connections 16 --seconds 10\n--json load --type 0x604"},
+    {"completion", kOthers, "completion bash\ncompletion powershell"},
 };
 
 constexpr char kFirstSteps[] = R"(

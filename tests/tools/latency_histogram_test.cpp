@@ -1,0 +1,62 @@
+#include "tools/latency_histogram.h"
+
+#include <gtest/gtest.h>
+
+namespace orva_accelerator::test {
+namespace {
+
+using tools::LatencyHistogram;
+
+TEST(LatencyHistogram, IsZeroWhenEmpty) {
+  const LatencyHistogram empty;
+  EXPECT_EQ(empty.count(), 0u);
+  EXPECT_EQ(empty.Percentile(50), 0u);
+  EXPECT_EQ(empty.max(), 0u);
+}
+
+TEST(LatencyHistogram, IsExactForSmallValues) {
+  LatencyHistogram latencies;
+  for (std::uint64_t value = 1; value <= 100; ++value) latencies.Add(value);
+  EXPECT_EQ(latencies.count(), 100u);
+  EXPECT_EQ(latencies.Percentile(50), 50u);
+  EXPECT_EQ(latencies.Percentile(90), 90u);
+  EXPECT_EQ(latencies.Percentile(99), 99u);
+  EXPECT_EQ(latencies.Percentile(100), 100u);
+  EXPECT_EQ(latencies.Percentile(0), 1u);
+}
+
+TEST(LatencyHistogram, IsOffByASixtyFourthAtMost) {
+  for (std::uint64_t value = 127; value < (std::uint64_t{1} << 39); value = value * 5 / 3 + 1) {
+    LatencyHistogram latencies;
+    latencies.Add(value);
+    latencies.Add(std::uint64_t{1} << 39);  // So that the largest does not correct the first.
+    const std::uint64_t median = latencies.Percentile(50);
+    EXPECT_GE(median, value);
+    EXPECT_LE(median, value + value / 64);
+  }
+}
+
+TEST(LatencyHistogram, KeepsTheLargestAsItIs) {
+  LatencyHistogram latencies;
+  latencies.Add(1'000'001);
+  EXPECT_EQ(latencies.max(), 1'000'001u);
+  EXPECT_EQ(latencies.Percentile(99), 1'000'001u);
+  latencies.Add(~std::uint64_t{0});
+  EXPECT_EQ(latencies.max(), ~std::uint64_t{0});
+  EXPECT_EQ(latencies.count(), 2u);
+}
+
+TEST(LatencyHistogram, AddsUp) {
+  LatencyHistogram one;
+  LatencyHistogram other;
+  one.Add(10);
+  other.Add(20);
+  other.Add(30);
+  one.Add(other);
+  EXPECT_EQ(one.count(), 3u);
+  EXPECT_EQ(one.Percentile(50), 20u);
+  EXPECT_EQ(one.max(), 30u);
+}
+
+}  // namespace
+}  // namespace orva_accelerator::test
