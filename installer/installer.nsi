@@ -199,8 +199,15 @@ Section Uninstall
   Push "$INSTDIR\docs"
   Call un.RemoveFolder
   Delete "$INSTDIR\Uninstall.exe"
-  ; Not /r: what others have put here is theirs.
+  ; Not /r: what others have put here is theirs. A window that shows the folder may hold it for a moment.
   SetOutPath "$TEMP"
-  RMDir "$INSTDIR"
+  ${For} $1 1 10
+    ClearErrors
+    RMDir "$INSTDIR"
+    ${IfNot} ${Errors}
+      ${Break}
+    ${EndIf}
+    Sleep 100
+  ${Next}
   DeleteRegKey HKLM "${UNINSTALL_KEY}"
 SectionEnd

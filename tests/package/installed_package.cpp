@@ -125,6 +125,11 @@ FileTree InstalledPackage::installed() {
 }
 
 testing::AssertionResult InstalledPackage::nothingIsLeft() {
+  // The entry goes last. Before that, looking into the folder could keep it from being removed.
+  if (uninstallEntry(L"DisplayName")) {
+    return testing::AssertionFailure() << "still among the installed programs";
+  }
+  if (registration()) return testing::AssertionFailure() << "still registered";
   if (std::filesystem::exists(installFolder())) {
     // Not read: a file that is open cannot be removed.
     auto failure = testing::AssertionFailure() << "left in the folder:";
@@ -134,10 +139,6 @@ testing::AssertionResult InstalledPackage::nothingIsLeft() {
       failure << ' ' << entry->path().filename();
     }
     return failure;
-  }
-  if (registration()) return testing::AssertionFailure() << "still registered";
-  if (uninstallEntry(L"DisplayName")) {
-    return testing::AssertionFailure() << "still among the installed programs";
   }
   return testing::AssertionSuccess();
 }

@@ -152,7 +152,7 @@ TEST_F(Uninstaller, LeavesNothing) {
   ASSERT_EQ(setup(Package::kOrdinary), 0u);
   ASSERT_EQ(installed(), packaged(Package::kOrdinary));
   uninstall();
-  EXPECT_TRUE(waitUntil([] { return bool(nothingIsLeft()); }, std::chrono::seconds(60)));
+  EXPECT_TRUE(waitUntil([] { return bool(nothingIsLeft()); }, std::chrono::seconds(120)));
   EXPECT_TRUE(nothingIsLeft());
 }
 
@@ -163,8 +163,8 @@ TEST_F(Uninstaller, LeavesNothingOfAServiceThatRuns) {
   ASSERT_EQ(orvactl({L"init"}).exitCode, 0u);
   ASSERT_TRUE(std::filesystem::exists(libraryFolder() / "OpenKernel.calls.log"));
   uninstall();
-  EXPECT_EQ(waitForEnd(std::chrono::seconds(60)), kTerminated);
-  EXPECT_TRUE(waitUntil([] { return bool(nothingIsLeft()); }, std::chrono::seconds(60)));
+  EXPECT_EQ(waitForEnd(std::chrono::seconds(120)), kTerminated);
+  EXPECT_TRUE(waitUntil([] { return bool(nothingIsLeft()); }, std::chrono::seconds(120)));
   EXPECT_TRUE(nothingIsLeft());
 }
 
@@ -172,7 +172,7 @@ TEST_F(Uninstaller, SucceedsWithoutARegistration) {
   ASSERT_EQ(setup(Package::kOrdinary), 0u);
   ASSERT_EQ(runChild(installedService().wstring(), {L"uninstall"}).exitCode, 0u);
   uninstall();
-  EXPECT_TRUE(waitUntil([] { return bool(nothingIsLeft()); }, std::chrono::seconds(60)));
+  EXPECT_TRUE(waitUntil([] { return bool(nothingIsLeft()); }, std::chrono::seconds(120)));
   EXPECT_TRUE(nothingIsLeft());
 }
 
@@ -181,7 +181,7 @@ TEST_F(Uninstaller, LeavesTheFilesOfOthers) {
   ASSERT_EQ(installed(), packaged(Package::kOrdinary));
   writeFile(installFolder() / "others.txt", "of others");
   uninstall();
-  EXPECT_TRUE(waitUntil([] { return !uninstallEntry(L"DisplayName"); }, std::chrono::seconds(60)));
+  EXPECT_TRUE(waitUntil([] { return !uninstallEntry(L"DisplayName"); }, std::chrono::seconds(120)));
   EXPECT_EQ(filesBelow(installFolder()), (FileTree{{"others.txt", "of others"}}));
   EXPECT_FALSE(registration());
 }
