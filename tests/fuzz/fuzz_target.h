@@ -1,0 +1,20 @@
+// One thing that is fuzzed. Each target is a program: it defines these, and main is the loop's.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace orva_accelerator::fuzz {
+
+inline constexpr std::size_t kLongestInput = 4096;
+
+// Well-formed inputs to begin with.
+std::vector<std::vector<std::uint8_t>> targetSeeds();
+// Called once, before everything else.
+void prepareTarget();
+// Anything that must not happen ends the process: an access violation, std::abort, an exception.
+void runTarget(std::span<const std::uint8_t> input);
+
+}  // namespace orva_accelerator::fuzz
