@@ -110,6 +110,8 @@ void FakeService::serveOneClient(ServerEnd& end) {
     for (const Bytes& message : messages) {
       if (!end.write(message)) return;
     }
+    // Registration and requests come on different pipes, and are read by different threads.
+    if (!notifications.empty()) (void)waitForRegistration(header.clientId);  // It may never come.
     for (const char* notification : notifications) announceVector(notification, header.clientId);
   }
 }

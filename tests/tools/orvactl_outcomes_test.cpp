@@ -102,7 +102,8 @@ TEST_F(OrvactlOutcome, StartShowsProgressUntilItAccelerates) {
 TEST_F(OrvactlOutcome, IsFiveWhenTheAccelerationEndsInsteadOfRunning) {
   answerEverything();
   service_.announceAfter(0x500, {"start_accel_failed"});
-  EXPECT_EQ(run({"start", "--wait"}).exitCode, 5u);
+  const auto result = run({"start", "--wait"});
+  EXPECT_EQ(result.exitCode, 5u) << result.out << result.err;
 }
 
 TEST_F(OrvactlOutcome, IgnoresTheOutcomesOfOthers) {
@@ -110,6 +111,7 @@ TEST_F(OrvactlOutcome, IgnoresTheOutcomesOfOthers) {
   service_.announceAfter(0x502, {});
   OrvactlProcess stop(asClientOf(service_, {"stop", "--wait"}));
   ASSERT_TRUE(waitUntil([&] { return service_.countOf(0x502) == 1; }));
+  ASSERT_TRUE(service_.waitForRegistration(7));
   service_.announceVector("stop_accel_failed", 8);
   service_.announceVector("stop_accel_succeeded", 7);
   const auto result = stop.finish();
