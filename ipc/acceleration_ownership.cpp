@@ -1,6 +1,7 @@
 #include "ipc/acceleration_ownership.h"
 
 #include "sdk/accel_result.h"
+#include "win32/race_point.h"
 
 namespace orva_accelerator::ipc {
 
@@ -41,11 +42,13 @@ bool AccelerationOwnership::isReportedAsOwner(std::uint32_t clientId) const {
 
 void AccelerationOwnership::setRunning(bool running, std::uint32_t clientId) {
   accelerating.exchange(running);
+  win32::racePoint("race: owner of what runs");
   acceleratingClientId.store(clientId, std::memory_order_release);
 }
 
 void AccelerationOwnership::setPending(bool pending, std::uint32_t clientId) {
   startPending.exchange(pending);
+  win32::racePoint("race: owner of a start");
   startPendingClientId.store(clientId, std::memory_order_release);
 }
 

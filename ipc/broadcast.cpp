@@ -5,6 +5,7 @@
 
 #include "ipc/pipe_server.h"
 #include "ipc/write_watchdog.h"
+#include "win32/race_point.h"
 
 namespace orva_accelerator::ipc {
 
@@ -33,6 +34,7 @@ bool writeFrame(HANDLE pipe, const PushFrameHeader& header, const void* payload,
                 WatchedThread& watched) {
   if (!writeWhole(pipe, &header, sizeof(header), watched)) return false;
   if (payload == nullptr || header.payloadLength == 0) return true;
+  win32::racePoint("race: between header and payload");
   return writeWhole(pipe, payload, header.payloadLength, watched);
 }
 
@@ -43,6 +45,7 @@ bool PipeServer::BroadcastPush(std::uint32_t clientId, std::uint32_t type, const
   const PushFrameHeader header = {kPushMagic, clientId, type, payloadLength, pushTimestamp()};
   const std::vector<std::shared_ptr<PushPipe>> pipes = snapshotPushPipes();
   if (pipes.empty()) return false;
+  win32::racePoint("race: broadcast");
 
   WatchedThread watched;
   std::vector<std::shared_ptr<PushPipe>> failedPipes;
@@ -66,6 +69,7 @@ std::vector<std::shared_ptr<PushPipe>> PipeServer::snapshotPushPipes() {
 
 void PipeServer::dropPushPipes(const std::vector<std::shared_ptr<PushPipe>>& failedPipes) {
   if (failedPipes.empty()) return;
+  win32::racePoint("race: broadcast clean-up");
   const std::lock_guard lock(pushClientsMutex);
   std::erase_if(pushClients, [&failedPipes](const auto& entry) {
     const auto& pipe = entry.second.pipe;

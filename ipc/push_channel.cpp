@@ -4,6 +4,7 @@
 #include "ipc/pipe_listener.h"
 #include "ipc/pipe_security.h"
 #include "ipc/pipe_server.h"
+#include "win32/race_point.h"
 
 namespace orva_accelerator::ipc {
 
@@ -35,6 +36,7 @@ DWORD PipeServer::PushClientThread(HANDLE pipeHandle) {
 }
 
 bool PipeServer::RegisterPushClient(std::uint32_t id, std::shared_ptr<PushPipe> pipe) {
+  win32::racePoint("race: registration");
   const std::lock_guard lock(pushClientsMutex);
   const std::int64_t now = monotonicMs();
   PushClient& client = pushClients[id];
@@ -48,6 +50,7 @@ bool PipeServer::RegisterPushClient(std::uint32_t id, std::shared_ptr<PushPipe> 
 }
 
 void PipeServer::UnregisterPushClient(std::uint32_t id) {
+  win32::racePoint("race: unregistration");
   const std::lock_guard lock(pushClientsMutex);
   const auto found = pushClients.find(id);
   if (found == pushClients.end()) return;

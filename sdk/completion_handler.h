@@ -11,6 +11,8 @@
 #include <memory>
 #include <utility>
 
+#include "win32/race_point.h"
+
 namespace orva_accelerator::sdk {
 
 template <typename... Args>
@@ -27,12 +29,15 @@ class CompletionHandler {
 
   // Replaces the handler. Callable from any thread.
   void install(Function function) {
+    win32::racePoint("race: handler replacement");
     current_.store(function ? std::make_shared<const Function>(std::move(function)) : nullptr);
   }
 
   // Calls the handler installed last; does nothing when none is. Callable from any thread.
   void operator()(Args... args) const {
-    if (const std::shared_ptr<const Function> handler = current_.load()) (*handler)(args...);
+    const std::shared_ptr<const Function> handler = current_.load();
+    win32::racePoint("race: completion");
+    if (handler) (*handler)(args...);
   }
 
   explicit operator bool() const { return current_.load() != nullptr; }
