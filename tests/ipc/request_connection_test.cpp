@@ -145,10 +145,12 @@ TEST_F(RequestConnection, IsListedWhileItIsOpen) {
 
 TEST_F(RequestConnection, MayBeOpenedAndClosedAtOnceAgainAndAgain) {
   for (int i = 0; i < 50; ++i) (void)connect();
-  EXPECT_TRUE(waitUntil([this] { return inspector_.connectionThreadCount() == 50; }));
-  EXPECT_TRUE(waitUntil([this] { return inspector_.requestPipes().empty(); }));
   RawPipeClient client = connect();
   expectServed(client);
+  // Clients are accepted one after the other, so all others have had their turn. One that has gone
+  // before the wait for it began has cost no thread.
+  EXPECT_LE(inspector_.connectionThreadCount(), 51U);
+  EXPECT_TRUE(waitUntil([this] { return inspector_.requestPipes().size() == 1; }));
 }
 
 // A client's word costs it nothing, so it must not cost the service memory.
