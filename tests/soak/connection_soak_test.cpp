@@ -12,7 +12,9 @@ namespace orva_accelerator::test {
 namespace {
 
 constexpr std::size_t kKiB = 1024;
-// A request connection and the system's threads for timers, which come and go by themselves.
+// What does not grow with the number of clients: a request connection, the system's threads for
+// timers, which come and go by themselves, and what the runtime library makes for a mutex when two
+// threads first meet at it.
 constexpr std::size_t kOfOthers = 16;
 // Threads end some time after their client has left.
 constexpr std::chrono::seconds kSettling{60};
@@ -28,16 +30,16 @@ class ConnectionSoak : public SoakSession {
     report_.figure(name, static_cast<std::int64_t>(value));
   }
 
-  // Waits until so many handles are open; what there is in the end.
-  std::size_t handlesSettledAt(std::size_t expected) const {
-    (void)waitUntil(
+  // Waits until so many handles are open, and few others.
+  bool handlesSettleAt(std::size_t expected) const {
+    return waitUntil(
         [&] {
-          if (handles() == expected) return true;
+          const std::size_t now = handles();
+          if (now >= expected && now - expected <= kOfOthers) return true;
           Sleep(20);  // Counting is slow when there are many, and holds up everybody else.
           return false;
         },
         kSettling);
-    return handles();
   }
 
   // Once nothing comes and goes any more: threads of the library end when they were idle for 200
@@ -85,7 +87,8 @@ TEST_F(ConnectionSoak, KeepsOneThreadObjectARequestConnectionAndNothingElse) {
       progress.advance();
     }
     expected += perCycle;
-    EXPECT_EQ(handlesSettledAt(expected), expected) << "in cycle " << cycle;
+    EXPECT_TRUE(handlesSettleAt(expected))
+        << handles() << " instead of " << expected << " handles in cycle " << cycle;
     count("KiB in cycle " + std::to_string(cycle), workingSet() / kKiB);
   }
   const std::size_t grown = workingSet() - std::min(firstMemory, workingSet());
