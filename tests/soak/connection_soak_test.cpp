@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::size_t kKiB = 1024;
 // What does not grow with the number of clients: a request connection, the system's threads for
-// timers, which come and go by themselves, and what the runtime library makes for a mutex when two
-// threads first meet at it.
+// timers, which come and go by themselves, and one or two more that were seen and not explained:
+// perhaps what the runtime library makes for a mutex when two threads first meet at it.
 constexpr std::size_t kOfOthers = 16;
 // Threads end some time after their client has left.
 constexpr std::chrono::seconds kSettling{60};
