@@ -24,6 +24,8 @@ class ServiceClient {
 
   std::uint32_t clientId() const { return clientId_; }
   bool usable() const { return channel_.usable(); }
+  // For the calls from now on.
+  void setTimeout(std::chrono::milliseconds timeout) { timeout_ = timeout; }
 
   // 1: initialised (also when it already was); -1: the library could not be loaded; -2: it lacks a
   // function.

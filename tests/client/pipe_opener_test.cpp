@@ -4,6 +4,7 @@
 
 #include <future>
 
+#include "tests/client/deadlines.h"
 #include "tests/client/server_end.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/pipe_names.h"
@@ -14,13 +15,6 @@ namespace {
 using std::chrono::milliseconds;
 using test::ImportHook;
 using test::ServerEnd;
-
-Deadline soon() {
-  return Deadline::After(milliseconds(100));
-}
-Deadline patient() {
-  return Deadline::After(test::kPatience);
-}
 
 Endpoint endpoint(std::wstring name) {
   return Endpoint{std::move(name), false};

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <thread>
 
+#include "tests/client/deadlines.h"
 #include "tests/client/server_end.h"
 #include "tests/support/pipe_names.h"
 
@@ -14,13 +15,6 @@ namespace {
 using std::chrono::milliseconds;
 using test::GoldenVector;
 using test::ServerEnd;
-
-Deadline soon() {
-  return Deadline::After(milliseconds(50));
-}
-Deadline patient() {
-  return Deadline::After(test::kPatience);
-}
 
 const GoldenVector& golden(const char* name) {
   return test::goldenVector("notifications.json", name);

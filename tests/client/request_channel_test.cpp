@@ -5,6 +5,7 @@
 #include <functional>
 #include <thread>
 
+#include "tests/client/deadlines.h"
 #include "tests/client/server_end.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/pipe_names.h"
@@ -14,10 +15,6 @@ namespace {
 
 using std::chrono::milliseconds;
 using test::ServerEnd;
-
-Deadline patient() {
-  return Deadline::After(test::kPatience);
-}
 
 Bytes head(std::uint32_t length) {
   Bytes bytes(8, 0);

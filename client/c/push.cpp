@@ -1,0 +1,89 @@
+// Connections for notifications.
+#include <windows.h>
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "client/c/boundary.h"
+#include "client/c/endpoint.h"
+#include "client/c/notification.h"
+#include "client/push_channel.h"
+#include "win32/unique_handle.h"
+
+using namespace orva_accelerator::client;
+using orva_accelerator::win32::UniqueKernelHandle;
+
+struct orva_push {
+  std::optional<PushChannel> channel;  // Nothing after an exception, which may have lost messages.
+  UniqueKernelHandle interrupt;        // Stays set until a wait has ended for it.
+};
+
+namespace {
+
+Result<Notification> Next(orva_push& push, const Deadline& deadline) {
+  if (!push.channel) {
+    return Error{ErrorKind::Usage, "read a notification", 0,
+                 "the connection has been closed after an earlier error"};
+  }
+  try {
+    auto next = push.channel->Next(deadline, push.interrupt.get());
+    // Not sooner: when a notification comes in the same moment, it is given, and the interrupt is
+    // for the next wait. Resetting fails for no event of ours.
+    if (!next && next.error().kind == ErrorKind::Interrupted) {
+      (void)ResetEvent(push.interrupt.get());
+    }
+    return next;
+  } catch (...) {
+    push.channel.reset();
+    throw;
+  }
+}
+
+}  // namespace
+
+orva_code orva_push_register(const orva_endpoint* endpoint, uint32_t client_id, uint32_t timeout_ms,
+                             orva_push** push, orva_error* error) {
+  if (push != nullptr) *push = nullptr;
+  const char* const function = __func__;
+  return Guarded(function, error, {{push, "push"}}, [&]() -> Result<Done> {
+    if (client_id == 0) return Misuse(function, "0 is no client id");
+    auto where = EndpointOf(function, endpoint, PushChannel::DefaultEndpoint());
+    if (!where) return where.error();
+    UniqueKernelHandle interrupt(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!interrupt) {
+      const DWORD code = GetLastError();
+      return Error{ErrorKind::System, "create an event", code, "the system refused it"};
+    }
+    auto channel =
+        PushChannel::Register(where.value(), client_id, Deadline::After(TimeoutOf(timeout_ms)));
+    if (!channel) return channel.error();
+    *push = new orva_push{std::move(channel.value()), std::move(interrupt)};
+    return Done{};
+  });
+}
+
+orva_code orva_push_next(orva_push* push, uint32_t timeout_ms, orva_notification** notification,
+                         orva_error* error) {
+  if (notification != nullptr) *notification = nullptr;
+  return Guarded(__func__, error, {{push, "push"}, {notification, "notification"}}, [&] {
+    // Before anything is taken from the pipe, or a want of memory would lose it.
+    auto object = std::make_unique<orva_notification>();
+    return Deliver(Next(*push, Deadline::After(TimeoutOf(timeout_ms))), [&](Notification value) {
+      object->value = std::move(value);
+      *notification = object.release();
+    });
+  });
+}
+
+orva_code orva_push_interrupt(orva_push* push, orva_error* error) {
+  return Guarded(__func__, error, {{push, "push"}}, [&]() -> Result<Done> {
+    if (SetEvent(push->interrupt.get())) return Done{};
+    const DWORD code = GetLastError();
+    return Error{ErrorKind::System, "interrupt the wait", code, "the system refused it"};
+  });
+}
+
+void orva_push_close(orva_push* push) {
+  delete push;
+}
