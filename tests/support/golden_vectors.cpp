@@ -21,9 +21,13 @@ bool isRepetition(const json& value) {
   return value.is_object() && value.contains("repeat");
 }
 
-std::string writtenOut(const json& value) {
-  if (!isRepetition(value)) return value.get<std::string>();
-  return repeated(value.at("repeat").get<std::string>(), value.at("times").get<std::size_t>());
+// Repeated texts may stand in the items of a list too.
+void writeOut(json& value) {
+  if (isRepetition(value)) {
+    value = repeated(value.at("repeat").get<std::string>(), value.at("times").get<std::size_t>());
+  } else if (value.is_structured()) {
+    for (json& part : value) writeOut(part);
+  }
 }
 
 void appendField(const json& field, GoldenVector& vector) {
@@ -54,9 +58,7 @@ GoldenVector parseVector(const std::string& file, const json& source) {
   vector.message = source.at("message").get<std::string>();
   vector.type = source.at("type").is_null() ? 0 : source.at("type").get<std::uint32_t>();
   vector.values = source.at("values");
-  for (json& value : vector.values) {
-    if (isRepetition(value)) value = writtenOut(value);
-  }
+  writeOut(vector.values);
   for (const json& field : source.at("fields")) appendField(field, vector);
   vector.headerLength = headerLengthFor(file, vector.bytes.size());
   if (vector.bytes.size() < vector.headerLength) {

@@ -72,6 +72,9 @@ TEST(GoldenVectors, WriteOutRepetitions) {
   EXPECT_EQ(vector.payload().size(), 813U);
   EXPECT_EQ(vector.text("text3").size(), 765U);
   EXPECT_EQ(hexFromBytes(vector.payload().last(3)), "E6 B8 B8");
+  const GoldenVector& list =
+      goldenVector("responses.json", "get_game_used_node_list_longest_texts");
+  EXPECT_EQ(list.values.at("nodes").at(0).at("usedText1").get<std::string>().size(), 768U);
 }
 
 TEST(GoldenVectors, AreMatchedExceptWhereTheyVary) {

@@ -1,0 +1,185 @@
+// A whole session with the service in C, by OrvaClient.dll.
+//
+//   session ACCOUNT CREDENTIAL GAME AREA SERVER
+//
+// Initialises the library, logs in, accelerates until it is confirmed, shows some figures, stops
+// and leaves. Prints a line for each step in UTF-8; ends with 1 and a reason if a step fails.
+#include <orva_client.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <windows.h>
+
+// For connecting, for one answer, and for the outcome of something that was taken.
+#define CONNECT_MS 5000
+#define ANSWER_MS 10000
+#define OUTCOME_MS 10000
+
+typedef struct session {
+  uint32_t id;
+  orva_push* push;
+  orva_client* client;
+} session;
+
+// Ends the program when a call has failed. Everything is released by the system then.
+static void check(orva_code code, const orva_error* error) {
+  if (code == ORVA_OK) return;
+  fprintf(stderr, "%s\n", error->text_length != 0 ? error->text : orva_code_text(code));
+  exit(1);
+}
+
+static void fail(const char* reason) {
+  fprintf(stderr, "%s\n", reason);
+  exit(1);
+}
+
+static void open_session(session* s) {
+  orva_error error;
+  uint32_t clock_ms = 0;
+  s->id = (uint32_t)GetCurrentProcessId();
+  // First the push connection: notifications are not kept for later. The heartbeat gives the
+  // service the moment in which it notices the registration.
+  check(orva_push_register(NULL, s->id, CONNECT_MS, &s->push, &error), &error);
+  check(orva_client_connect(NULL, s->id, CONNECT_MS, ANSWER_MS, &s->client, &error), &error);
+  check(orva_client_heartbeat(s->client, &clock_ms, &error), &error);
+  printf("connected\n");
+}
+
+static void initialise(const session* s) {
+  static const char channel[] = "official";
+  orva_error error;
+  int32_t result = 0;
+  check(orva_client_init(s->client, 1, 0, channel, strlen(channel), &result, &error), &error);
+  if (result == -1) fail("the acceleration library could not be loaded");
+  if (result != 1) fail("the acceleration library lacks a function");
+  printf("initialised\n");
+}
+
+// The next notification that is about this client and of one of two types; to be freed. Others that
+// come first are thrown away.
+static orva_notification* await(const session* s, uint32_t type, uint32_t other_type) {
+  for (;;) {
+    orva_error error;
+    orva_notification_head head;
+    orva_notification* notification = NULL;
+    check(orva_push_next(s->push, OUTCOME_MS, &notification, &error), &error);
+    if (orva_notification_get_head(notification, &head) == ORVA_OK && head.client_id == s->id &&
+        (head.type == type || head.type == other_type)) {
+      return notification;
+    }
+    orva_notification_free(notification);
+  }
+}
+
+static void log_in(const session* s, const char* account, const char* credential) {
+  orva_error error;
+  int32_t code = -1;
+  orva_notification* notification;
+  check(orva_client_login(s->client, account, strlen(account), credential, strlen(credential),
+                          &error),
+        &error);
+  notification = await(s, ORVA_NOTIFY_LOGIN, ORVA_NOTIFY_LOGIN);
+  orva_notification_get_login_result(notification, &code);
+  orva_notification_free(notification);
+  if (code != 0) {
+    printf("the login was refused, code %d\n", (int)code);
+    exit(1);
+  }
+  printf("logged in\n");
+}
+
+static void accelerate(const session* s, uint32_t game, uint32_t area, const char* server) {
+  orva_error error;
+  int32_t accepted = 0;
+  orva_start_request request = {0};
+  request.arg1 = game;
+  request.arg2 = area;
+  request.text = server;
+  request.text_length = strlen(server);
+  request.node_selection = "auto";
+  request.node_selection_length = 4;
+  check(orva_client_start(s->client, &request, &accepted, &error), &error);
+  if (!accepted) fail("the start was refused");
+  for (;;) {
+    orva_accel_result result;
+    orva_notification* notification = await(s, ORVA_NOTIFY_START, ORVA_NOTIFY_START_EX);
+    orva_notification_get_accel_result(notification, &result);
+    printf("state %u: %s, %s\n", (unsigned)result.state,
+           orva_notification_get_text(notification, ORVA_TEXT_RESULT_TEXT1, NULL),
+           orva_notification_get_text(notification, ORVA_TEXT_RESULT_TEXT2, NULL));
+    orva_notification_free(notification);
+    if (result.ended) fail("the acceleration has ended");
+    if (result.accelerating) return;
+  }
+}
+
+static void show_figures(const session* s) {
+  orva_error error;
+  orva_owner owner;
+  orva_accel_data* data = NULL;
+  orva_accel_data_numbers numbers;
+  check(orva_client_query_owner(s->client, &owner, &error), &error);
+  printf("mine: %s\n", owner.owned_by_caller ? "yes" : "no");
+  check(orva_client_get_accel_data(s->client, &data, &error), &error);
+  orva_accel_data_get_numbers(data, &numbers);
+  printf("game %u, area %u, node %s\n", (unsigned)numbers.value2, (unsigned)numbers.value3,
+         orva_accel_data_get_text(data, ORVA_TEXT_TEXT3, NULL));
+  orva_accel_data_free(data);
+}
+
+static void show_used_nodes(const session* s, uint32_t game) {
+  orva_error error;
+  size_t i;
+  orva_used_nodes* nodes = NULL;
+  check(orva_client_get_used_nodes(s->client, game, &nodes, &error), &error);
+  for (i = 0; i < orva_used_nodes_get_count(nodes); ++i) {
+    orva_used_node_numbers numbers;
+    orva_used_nodes_get_numbers(nodes, i, &numbers);
+    printf("used node %u: %s\n", (unsigned)numbers.used1,
+           orva_used_nodes_get_text(nodes, i, ORVA_TEXT_USED_TEXT1, NULL));
+  }
+  orva_used_nodes_free(nodes);
+}
+
+static void stop(const session* s) {
+  orva_error error;
+  orva_stop_result result = {0, 0};
+  orva_notification* notification;
+  check(orva_client_stop(s->client, &error), &error);
+  notification = await(s, ORVA_NOTIFY_STOP, ORVA_NOTIFY_STOP);
+  orva_notification_get_stop_result(notification, &result);
+  printf("stopped, code %d\n", (int)result.code);
+  orva_notification_free(notification);
+}
+
+static void leave(session* s) {
+  orva_error error;
+  orva_leave_outcome outcome;
+  check(orva_client_leave(s->client, &outcome, &error), &error);
+  printf("left, %u remain\n", (unsigned)outcome.remaining_clients);
+  orva_client_close(s->client);
+  orva_push_close(s->push);
+}
+
+int main(int argc, char** argv) {
+  session s = {0, NULL, NULL};
+  uint32_t game;
+  uint32_t area;
+  if (argc != 6) {
+    fprintf(stderr, "usage: session ACCOUNT CREDENTIAL GAME AREA SERVER\n");
+    return 2;
+  }
+  // Of another major version nothing can be relied upon.
+  if (orva_api_version() >> 16 != ORVA_API_VERSION >> 16) fail("OrvaClient.dll does not fit");
+  game = (uint32_t)strtoul(argv[3], NULL, 10);
+  area = (uint32_t)strtoul(argv[4], NULL, 10);
+  open_session(&s);
+  initialise(&s);
+  log_in(&s, argv[1], argv[2]);
+  accelerate(&s, game, area, argv[5]);
+  show_figures(&s);
+  show_used_nodes(&s, game);
+  stop(&s);
+  leave(&s);
+  return 0;
+}
