@@ -4,6 +4,7 @@
 #include "ipc/pipe_listener.h"
 #include "ipc/pipe_security.h"
 #include "ipc/pipe_server.h"
+#include "win32/detached_thread.h"
 #include "win32/race_point.h"
 
 namespace orva_accelerator::ipc {
@@ -14,7 +15,7 @@ void PipeServer::PushAcceptLoop() {
   while (running) {
     const HANDLE pipe = acceptPipeClient(pushPipeName, security);
     if (pipe == INVALID_HANDLE_VALUE) continue;
-    std::thread(&PipeServer::PushClientThread, this, pipe).detach();
+    win32::startDetachedThread([this, pipe] { return PushClientThread(pipe); });
   }
 }
 

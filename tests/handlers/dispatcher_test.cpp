@@ -169,23 +169,39 @@ TEST_F(Dispatcher, AnswersEveryTypeWithTheLengthOfItsLayout) {
   }
 }
 
+std::string times(int count, const std::string& piece) {
+  std::string all;
+  for (int i = 0; i < count; ++i) all += piece;
+  return all;
+}
+
+// In the long texts of the golden vectors.
+const std::string kLongText = times(255, "\xE6\xB8\xB8");
+const std::string kLongNodes = times(84, "11;") + "11";
+
 // What the library is asked for each request of the golden vectors.
 const std::map<std::string, std::vector<std::string>> kCalls = {
     {"sdk_init", {}},  // Is initialised already.
     {"sdk_init_chinese_name", {}},
     {"sdk_init_empty_name", {}},
+    {"sdk_init_long_name", {}},
     {"user_login", {"Kernel_UserLoginFromAccount(\"player@orva\", \"s3cret;=\")"}},
     {"user_login_chinese_account",
      {"Kernel_UserLoginFromAccount(\"\xE7\x8E\xA9\xE5\xAE\xB6\xE4\xB8\x80\xE5\x8F\xB7\", "
       "\"\xE5\xAF\x86\xE7\xA0\x81"
       "123\")"}},
     {"user_login_empty_texts", {"Kernel_UserLoginFromAccount(\"\", \"\")"}},
+    {"user_login_long_texts",
+     {"Kernel_UserLoginFromAccount(\"" + times(255, "a") + "\", \"" + times(255, "\xE5\xAF\x86") +
+      "\")"}},
     {"sdk_release", {}},
     {"sdk_is_initialised", {}},
     {"start_accel_auto", {"Kernel_StartAccel(1001, 2, \"asia-1\", 1, \"\", 5)"}},
     {"start_accel_chinese_text",
      {"Kernel_StartAccel(1001, 2, \"\xE4\xBA\x9A\xE6\x9C\x8D\", 0, \"11;12;-3\", 5)"}},
     {"start_accel_empty_texts", {"Kernel_StartAccel(4294967295, 0, \"\", 1, \"\", 0)"}},
+    {"start_accel_long_texts",
+     {"Kernel_StartAccel(1001, 2, \"" + kLongText + "\", 0, \"" + kLongNodes + "\", 5)"}},
     {"start_accel_ex_auto",
      {"Kernel_StopAccel()", "Kernel_StartAccelEx(1001, 2, \"asia-1\", 1, \"\", 5, 77)"}},
     {"start_accel_ex_chinese_text",
@@ -195,6 +211,9 @@ const std::map<std::string, std::vector<std::string>> kCalls = {
       "\xE7\xA6\x8F\", 0, \"21;22\", 6, 4294967295)"}},
     {"start_accel_ex_empty_texts",
      {"Kernel_StopAccel()", "Kernel_StartAccelEx(1, 2, \"\", 1, \"\", 3, 4)"}},
+    {"start_accel_ex_long_texts",
+     {"Kernel_StopAccel()",
+      "Kernel_StartAccelEx(1001, 2, \"" + kLongText + "\", 0, \"" + kLongNodes + "\", 5, 77)"}},
     {"stop_accel", {"Kernel_StopAccel()"}},
     {"query_accel_owner", {}},
     {"get_accel_data", {"Kernel_GetAccelData()"}},
@@ -206,6 +225,8 @@ const std::map<std::string, std::vector<std::string>> kCalls = {
       "4294967295, "
       "null, 0)"}},
     {"get_test_speed_data_empty_key", {"Kernel_GetTestSpeedData_V2(1, 2, \"\", 3, null, 0)"}},
+    {"get_test_speed_data_long_key",
+     {"Kernel_GetTestSpeedData_V2(1001, 2, \"" + times(255, "k") + "\", 1, null, 0)"}},
     {"get_console_data", {"Kernel_GetConsoleData()"}},
     {"get_game_used_node_list", {"Kernel_GetGameUsedNodeDataList(1001, null, 0)"}},
     {"client_leaving", {}},

@@ -97,6 +97,7 @@ TEST_F(GetGameAccelInfo, CarriesFiveLongestTexts) {
   ASSERT_EQ(bytes.size(), 64U + 3 * 765 + 2 * 768);
   EXPECT_EQ(hexAt(bytes, 48, 16), "FD 02 FD 02 FD 02 00 03 00 03 00 00 00 00 00 00");
   EXPECT_EQ(hexAt(bytes, bytes.size() - 3, 3), "E6 B8 B8");
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info_longest_texts"), bytes));
 }
 
 TEST_F(GetGameAccelInfo, Is64ZerosWhenTheLastAccelerationIsUnknown) {

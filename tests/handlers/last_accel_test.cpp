@@ -56,6 +56,7 @@ TEST_F(GetGameLastAccelInfo, CutsTextsOf256UnitsTo255) {
   ASSERT_EQ(bytes.size(), 24U + 765U + 255U);
   EXPECT_EQ(hexAt(bytes, 20, 4), "FD 02 FF 00");
   EXPECT_EQ(hexAt(bytes, 24 + 762, 5), "E6 B8 B8 6B 6B");
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_last_accel_info_longest_texts"), bytes));
 }
 
 TEST_F(GetGameLastAccelInfo, Is24ZerosForAnUnknownGame) {

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <memory>
 #include <new>
 #include <span>
@@ -21,6 +20,7 @@
 #include "sdk/kernel_function_table.h"
 #include "tests/support/initialised_kernel.h"
 #include "tests/support/kernel_data.h"
+#include "tests/support/replaced_heap.h"
 
 namespace {
 
@@ -36,33 +36,13 @@ struct Allocations {
 };
 thread_local Allocations allocations;
 
-void* allocate(std::size_t size, bool isArray) {
-  void* const block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) throw std::bad_alloc();
+}  // namespace
+
+void* orva_accelerator::test::allocateBlock(std::size_t size, bool isArray) {
+  void* const block = allocateFromRuntime(size);
   Allocations& mine = allocations;
   if (mine.counting && mine.count < mine.blocks.size()) mine.blocks[mine.count++] = {size, isArray};
   return block;
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  return allocate(size, false);
-}
-void* operator new[](std::size_t size) {
-  return allocate(size, true);
-}
-void operator delete(void* block) noexcept {
-  std::free(block);
-}
-void operator delete[](void* block) noexcept {
-  std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-  std::free(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
-  std::free(block);
 }
 
 namespace orva_accelerator::ipc {

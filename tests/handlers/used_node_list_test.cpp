@@ -53,6 +53,7 @@ TEST_F(GetGameUsedNodeList, CarriesTheLongestTexts) {
             "01 00 00 00 02 00 00 00 FF FF FF FF 00 00 00 00 "
             "FF FF FF FF FF FF FF FF 00 03 00 03 00 00 00 00");
   EXPECT_EQ(test::hexFromBytes(std::span(bytes).last(3)), "E6 B8 B8");
+  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_longest_texts"), bytes));
 }
 
 TEST_F(GetGameUsedNodeList, Is8BytesWithoutNodes) {

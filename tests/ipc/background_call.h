@@ -4,10 +4,10 @@
 #include <chrono>
 #include <future>
 #include <memory>
-#include <thread>
 #include <utility>
 
 #include "tests/support/bounded_wait.h"
+#include "win32/detached_thread.h"
 
 namespace orva_accelerator::test {
 
@@ -19,10 +19,10 @@ class BackgroundCall {
   explicit BackgroundCall(Call call) {
     auto promise = std::make_shared<std::promise<void>>();
     ended_ = promise->get_future();
-    std::thread([promise, call = std::move(call)]() mutable {
+    win32::startDetachedThread([promise, call = std::move(call)]() mutable {
       call();
       promise->set_value();
-    }).detach();
+    });
   }
 
   [[nodiscard]] bool ends(std::chrono::milliseconds limit = kPatience) const {

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "tests/ipc/channel_test.h"
+#include "win32/detached_thread.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -16,12 +17,12 @@ class BusyServerDeathTest : public ChannelTest {
   // Client threads are never joined: this process only ends by the destruction.
   void keepBusy() {
     for (std::uint32_t id = 1; id <= 4; ++id) {
-      std::thread([this, id] { sendRequests(id); }).detach();
-      std::thread([this, id] { registerAgainAndAgain(id); }).detach();
-      std::thread([this] {
+      win32::startDetachedThread([this, id] { sendRequests(id); });
+      win32::startDetachedThread([this, id] { registerAgainAndAgain(id); });
+      win32::startDetachedThread([this] {
         const std::uint8_t payload[8] = {};
         for (;;) (void)server_.BroadcastPush(1, 2, payload, sizeof(payload));
-      }).detach();
+      });
     }
   }
 

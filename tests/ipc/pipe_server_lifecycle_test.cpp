@@ -1,15 +1,13 @@
 // Starting, stopping and destroying the server.
 #include <gtest/gtest.h>
-#include <process.h>
 
-#include <cerrno>
 #include <memory>
 #include <system_error>
 
 #include "ipc/monotonic_clock.h"
 #include "tests/ipc/channel_test.h"
 #include "tests/ipc/pipe_call_log.h"
-#include "tests/support/import_patch.h"
+#include "tests/support/thread_shortage.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -17,16 +15,6 @@ namespace {
 class PipeServerLifecycle : public ChannelTest {};
 using PipeServerStart = PipeServerLifecycle;
 using PipeServerStop = PipeServerLifecycle;
-using ThreadHook = ImportHook<decltype(_beginthreadex)>;
-
-// Lets `good` threads be made and then no more.
-void failThreadsAfter(ThreadHook& hook, std::size_t good) {
-  hook.replace([&hook, good](void* security, unsigned stackSize, auto... rest) -> std::uintptr_t {
-    if (hook.callCount() <= good) return hook.callOriginal(security, stackSize, rest...);
-    errno = EAGAIN;
-    return 0;
-  });
-}
 
 TEST_F(PipeServerLifecycle, BeginsWithNothing) {
   EXPECT_FALSE(server_.isRunning());
@@ -111,16 +99,15 @@ class FailingThread : public PipeServerLifecycle,
                       public testing::WithParamInterface<std::size_t> {};
 
 TEST_P(FailingThread, MakesStartThrow) {
-  ThreadHook hook("msvcrt.dll", "_beginthreadex");
-  failThreadsAfter(hook, GetParam());
+  const ThreadShortage shortage(GetParam());
   try {
     (void)server_.start(requestName_, pushName_);
     FAIL() << "nothing was thrown";
   } catch (const std::system_error& error) {
     EXPECT_EQ(error.code(), std::errc::resource_unavailable_try_again);
   }
-  EXPECT_EQ(hook.callCount(), GetParam() + 1);
-  EXPECT_EQ(std::get<1>(hook.calls().front()), 0U);  // The default stack size.
+  EXPECT_EQ(shortage.callCount(), GetParam() + 1);
+  EXPECT_EQ(std::get<1>(shortage.calls().front()), 0U);  // The default stack size.
 }
 
 INSTANTIATE_TEST_SUITE_P(AfterOthers, FailingThread, testing::Values(0, 1, 2));
@@ -249,8 +236,7 @@ TEST_F(PipeServerDeathTest, EndsTheProcessWhenAStoppedServerIsStartedAgain) {
 TEST_F(PipeServerDeathTest, EndsTheProcessWhenThereIsNoThreadForAConnection) {
   EXPECT_EXIT(
       {
-        ThreadHook hook("msvcrt.dll", "_beginthreadex");
-        failThreadsAfter(hook, 3);
+        const ThreadShortage shortage(3);
         start();
         RawPipeClient client = connect();
         (void)client.endsSilently();
@@ -261,8 +247,7 @@ TEST_F(PipeServerDeathTest, EndsTheProcessWhenThereIsNoThreadForAConnection) {
 TEST_F(PipeServerDeathTest, EndsTheProcessWhenThereIsNoThreadForAPushClient) {
   EXPECT_EXIT(
       {
-        ThreadHook hook("msvcrt.dll", "_beginthreadex");
-        failThreadsAfter(hook, 3);
+        const ThreadShortage shortage(3);
         start();
         RawPipeClient client;
         (void)client.open(pushName_);

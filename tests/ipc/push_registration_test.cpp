@@ -78,21 +78,29 @@ TEST_P(BadPushRegistration, ClosesTheConnectionAndEntersNothing) {
 
 INSTANTIATE_TEST_SUITE_P(Bytes, BadPushRegistration, testing::Values(0, 1, 2, 3, 5, 8, 24, 20'000));
 
-TEST_F(PushRegistration, OfAClientThatClosesItsEndInsteadEntersNothing) {
-  PipeCallLog log;
-  RawPipeClient marker = registerPushClient(1);
-  const HANDLE markerPipe = inspector_.pushPipe(1)->get();
-  // The instance after the marker's is in the log, that of the marker only if it came late enough.
-  ASSERT_TRUE(
-      waitUntil([&] { return !log.listeners().empty() && log.listeners().back() != markerPipe; }));
-  const HANDLE pipe = log.listeners().back();
+// With the log of its calls, which is made before the server is started.
+class LoggedPushRegistration : public PushRegistration {
+ protected:
+  void SetUp() override {
+    start();
+    ASSERT_TRUE(waitUntil([this] { return log_.listeners().size() == 2; }));
+  }
+
+  PipeCallLog log_;
+};
+
+TEST_F(LoggedPushRegistration, OfAClientThatClosesItsEndInsteadEntersNothing) {
+  const RawPipeClient marker = registerPushClient(1);
+  // Only the push pipe has had a client, so the third to wait is its next instance.
+  ASSERT_TRUE(waitUntil([this] { return log_.listeners().size() == 3; }));
+  const HANDLE pipe = log_.listeners()[2];
   RawPipeClient client = openPush();
   client.close();
   // A client that has gone before the wait for it begins is not even read from.
   const PipeCallLog::Lines read = {"ConnectNamedPipe", "ReadFile 4", "CloseHandle"};
   const PipeCallLog::Lines missed = {"ConnectNamedPipe", "CloseHandle"};
-  EXPECT_TRUE(waitUntil([&] { return log.of(pipe) == read || log.of(pipe) == missed; }))
-      << testing::PrintToString(log.of(pipe));
+  EXPECT_TRUE(waitUntil([&] { return log_.of(pipe) == read || log_.of(pipe) == missed; }))
+      << testing::PrintToString(log_.of(pipe));
   EXPECT_EQ(ids(), (std::vector<std::uint32_t>{1}));
 }
 

@@ -33,6 +33,12 @@ struct ClientProcess {
 
 class Supervisor : public testing::Test {
  protected:
+  // Fills a slot until the process ends, so that the slot can be emptied by detaching the thread:
+  // detaching one that is ending would not be safe, see win32/detached_thread.h.
+  static void waitForTheEnd() {
+    (void)WaitForSingleObject(GetCurrentProcess(), INFINITE);  // Never returns.
+  }
+
   Supervisor() {
     EXPECT_TRUE(sdk::ResolveKernelFunctions(kernel.module()));
     sleep_.replace([this](DWORD milliseconds) { onSleep(milliseconds); });
@@ -77,8 +83,8 @@ class Supervisor : public testing::Test {
     };
     inspector.startWithoutThreads(test::uniquePipeName(L"request"), test::uniquePipeName(L"push"));
     // Full slots, so that nothing is restarted unless a test empties them.
-    inspector.requestAcceptThread() = std::thread([] {});
-    inspector.pushAcceptThread() = std::thread([] {});
+    inspector.requestAcceptThread() = std::thread(waitForTheEnd);
+    inspector.pushAcceptThread() = std::thread(waitForTheEnd);
   }
 
   ~Supervisor() override {

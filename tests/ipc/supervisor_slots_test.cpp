@@ -1,15 +1,13 @@
 // The accept loops that the supervisor starts where there are none.
 
-#include <cerrno>
 #include <system_error>
 #include <thread>
 
 #include "tests/ipc/supervisor_fixture.h"
+#include "tests/support/thread_shortage.h"
 
 namespace orva_accelerator::ipc {
 namespace {
-
-using test::ImportHook;
 
 class SupervisorSlots : public Supervisor {
  protected:
@@ -62,14 +60,7 @@ TEST_F(SupervisorSlots, StayEmptyOnceTheServerHasBeenStopped) {
 }
 
 TEST_F(SupervisorSlots, FailWithASystemErrorWhenNoThreadCanBeMade) {
-  ImportHook<std::uintptr_t(void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned,
-                            unsigned*)>
-      begin("msvcrt.dll", "_beginthreadex");
-  begin.replace([](void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned,
-                   unsigned*) -> std::uintptr_t {
-    errno = EAGAIN;
-    return 0;
-  });
+  const test::ThreadShortage shortage;
   try {
     inspector.runSupervisorLoop();
     ADD_FAILURE() << "no error";
