@@ -1,6 +1,7 @@
 #include "tests/support/child_process.h"
 
 #include <atomic>
+#include <memory>
 
 namespace orva_accelerator::test {
 namespace {
@@ -153,12 +154,18 @@ void ChildProcess::kill() {
 
 ChildResult runChild(const std::wstring& program, const std::vector<std::wstring>& arguments,
                      std::chrono::milliseconds limit) {
-  ChildProcess child(program, arguments);
+  auto child = std::make_unique<ChildProcess>(program, arguments);
+  // Wine refuses one start in some thousands, and grants it the next time.
+  if (child->startError() != 0) child = std::make_unique<ChildProcess>(program, arguments);
   ChildResult result;
-  result.exitCode = child.wait(limit);
-  if (!result.exitCode) child.kill();
-  result.output = child.output();
-  result.errors = child.errors();
+  if (child->startError() != 0) {
+    result.errors = "cannot be started, error " + std::to_string(child->startError());
+    return result;
+  }
+  result.exitCode = child->wait(limit);
+  if (!result.exitCode) child->kill();
+  result.output = child->output();
+  result.errors = child->errors();
   return result;
 }
 

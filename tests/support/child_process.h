@@ -63,10 +63,10 @@ class ChildProcess {
 struct ChildResult {
   std::optional<DWORD> exitCode;  // Nothing if it could not be started or did not end in time.
   std::string output;
-  std::string errors;
+  std::string errors;  // Or why it could not be started.
 };
 
-// Starts a program and waits for its end.
+// Starts a program, if need be at the second attempt, and waits for its end.
 ChildResult runChild(const std::wstring& program, const std::vector<std::wstring>& arguments = {},
                      std::chrono::milliseconds limit = std::chrono::seconds(30));
 

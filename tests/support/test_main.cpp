@@ -12,28 +12,38 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <string>
 
-#ifdef ORVA_COVERAGE
-extern "C" void __gcov_dump();
-#endif
+#include "tests/support/another_run.h"
 
-// Tells scripts/wine.sh that Wine has begun the program: whatever fails from here on is ours.
-static void reportReached() {
-  const char* const path = std::getenv("ORVA_REACHED_FILE");
-  if (path == nullptr) return;
-  if (std::FILE* const file = std::fopen(path, "w")) (void)std::fclose(file);  // Empty either way.
+// Tells scripts/wine.sh how far the program has come. A file that is not there: Wine has not begun
+// the program. An empty one: what fails from here on is ours. The exit code, or why it means
+// nothing: all is over, and how Wine then ends the process is not ours any more.
+static void report(const std::string& path, const std::string& progress) {
+  if (path.empty()) return;
+  // Whoever waits for a report that cannot be written takes the exit code that there is.
+  std::ofstream(path, std::ios::trunc) << progress;
+}
+
+// Where to report; not to be found by the programs that this one starts, which are not asked for.
+static std::string takeReportPath() {
+  const char* const value = std::getenv("ORVA_REACHED_FILE");
+  const std::string path = value == nullptr ? "" : value;
+  (void)_putenv("ORVA_REACHED_FILE=");  // What is still there then only reports too much.
+  return path;
 }
 
 int main(int argc, char** argv) {
-  reportReached();
+  const std::string reportPath = takeReportPath();
+  report(reportPath, "");
   // Failed loads and crashes must end a test, not wait for somebody to press a button.
   (void)SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
   testing::InitGoogleMock(&argc, argv);
   const int result = RUN_ALL_TESTS();
-#ifdef ORVA_COVERAGE
-  __gcov_dump();
-#endif
   (void)std::fflush(nullptr);  // What cannot be written now cannot be written at all.
+  const std::string again = orva_accelerator::test::reasonForAnotherRun();
+  report(reportPath, again.empty() ? std::to_string(result) : "again: " + again);
   (void)TerminateProcess(GetCurrentProcess(), static_cast<UINT>(result));
   return result;
 }

@@ -1,7 +1,8 @@
-// A program that does nothing for longer than any test takes, under whatever name it is copied to.
+// A program that does nothing until somebody ends it, under whatever name it is copied to. The test
+// that starts it does, and so does the end of the Windows that it runs in.
 #include <windows.h>
 
 int main() {
-  Sleep(600'000);
+  Sleep(INFINITE);
   return 0;
 }

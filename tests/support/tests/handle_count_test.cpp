@@ -25,6 +25,28 @@ TEST(HandleCount, FollowsHandlesThatAreOpenedAndClosed) {
   EXPECT_EQ(handleCount(), before);
 }
 
+TEST(HandleCount, TellsThreadsFromTheRest) {
+  const auto before = handleCounts();
+  ASSERT_TRUE(before);
+  {
+    std::vector<win32::UniqueKernelHandle> threads;
+    for (int i = 0; i < 7; ++i) {
+      threads.emplace_back(
+          OpenThread(THREAD_QUERY_LIMITED_INFORMATION, FALSE, GetCurrentThreadId()));
+      ASSERT_TRUE(threads.back());
+    }
+    const win32::UniqueKernelHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const auto open = handleCounts();
+    ASSERT_TRUE(open);
+    EXPECT_EQ(open->threads, before->threads + 7);
+    EXPECT_EQ(open->others, before->others + 1);
+  }
+  const auto after = handleCounts();
+  ASSERT_TRUE(after);
+  EXPECT_EQ(after->threads, before->threads);
+  EXPECT_EQ(after->others, before->others);
+}
+
 TEST(HandleCount, IsZeroForAProcessThatDoesNotExist) {
   EXPECT_EQ(handleCount(0xFFF1), 0U);
 }
