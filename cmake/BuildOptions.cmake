@@ -27,7 +27,9 @@ else()
               -Wnon-virtual-dtor
               -Wold-style-cast
               -Wundef
-              -Werror)
+              -Werror
+              # Names that belong to the compiler and its library.
+              $<$<CXX_COMPILER_ID:Clang>:-Wreserved-identifier>)
   # -O2 rather than CMake's -O3: the service waits for pipes, and size is what a player sees.
   string(REPLACE "-O3" "-O2" CMAKE_CXX_FLAGS_RELEASE "${CMAKE_CXX_FLAGS_RELEASE}")
   string(REPLACE "-O3" "-O2" CMAKE_C_FLAGS_RELEASE "${CMAKE_C_FLAGS_RELEASE}")

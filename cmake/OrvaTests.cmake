@@ -1,5 +1,6 @@
 # orva_add_tests(NAME <target>
 #                SOURCES <file>...
+#                [ALONE <file>...]           of these, those that are not compiled with others
 #                [LIBRARIES <target>...]     linked besides orva_test_support
 #                [LABELS <label>...]         inprocess (default) or system, and any others
 #                [TIMEOUT <seconds>]         a test; default 60, and 120 for system tests
@@ -18,12 +19,12 @@
 # GUARDED links the same objects a second time with every heap block ending at an inaccessible page
 # (tests/support/guard_page_allocator.cpp). Its tests are called guarded.<name> and have the
 # label "guarded" too. The build that traps on undefined behaviour goes without: each of the two finds
-# what it finds.
+# what it finds. So does the one that counts lines: they are the same.
 include(GoogleTest)
 
 function(orva_add_tests)
   cmake_parse_arguments(PARSE_ARGV 0 arg "GUARDED" "NAME;TIMEOUT"
-                        "SOURCES;GUARDED_SOURCES;LIBRARIES;LABELS;RESOURCE_LOCK;ENVIRONMENT")
+                        "SOURCES;ALONE;GUARDED_SOURCES;LIBRARIES;LABELS;RESOURCE_LOCK;ENVIRONMENT")
   if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
     message(FATAL_ERROR "orva_add_tests: NAME and SOURCES are needed; "
                         "not understood: ${arg_UNPARSED_ARGUMENTS}")
@@ -44,8 +45,21 @@ function(orva_add_tests)
 
   add_library(${arg_NAME}_objects OBJECT ${arg_SOURCES})
   target_link_libraries(${arg_NAME}_objects PRIVATE ${arg_LIBRARIES} orva_test_support)
+  target_precompile_headers(${arg_NAME}_objects REUSE_FROM orva_test_precompiled)
+  # Several files at once: most of the time goes into what they have in common.
+  set_target_properties(${arg_NAME}_objects PROPERTIES UNITY_BUILD ${ORVA_UNITY_BUILD}
+                                                       UNITY_BUILD_BATCH_SIZE 8)
+  if(arg_ALONE)
+    set_source_files_properties(${arg_ALONE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+  endif()
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # GCC forgets of precompiled headers that they are the system's, and then warns of code of the
+    # standard library that it has inlined.
+    target_compile_options(${arg_NAME}_objects PRIVATE -Wno-array-bounds -Wno-stringop-overflow
+                                                       -Wno-stringop-overread)
+  endif()
   orva_add_test_executable(${arg_NAME} "" "${arg_LABELS}")
-  if(arg_GUARDED AND NOT ORVA_TRAP_UNDEFINED)
+  if(arg_GUARDED AND NOT ORVA_TRAP_UNDEFINED AND NOT ORVA_COVERAGE)
     orva_add_test_executable(${arg_NAME}_guarded "guarded." "${arg_LABELS};guarded"
                              ${arg_GUARDED_SOURCES})
     target_link_libraries(${arg_NAME}_guarded PRIVATE orva_guard_page_allocator)

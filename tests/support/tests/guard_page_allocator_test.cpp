@@ -58,7 +58,8 @@ TEST_P(GuardPageAllocatorDeathTest, CatchesUseAfterFree) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, GuardPageAllocatorDeathTest,
-                         testing::Values(1U, 7U, 16U, 60U, 4095U, 4096U, 4097U, 1'000'003U));
+                         testing::Values(1U, 7U, 16U, 60U, 4095U, 4096U, 4097U, 16'384U, 16'385U,
+                                         65'537U, 262'144U, 262'145U, 1'000'003U));
 
 TEST(GuardPageAllocatorDeathTest, CatchesAStringWithoutEnd) {
   wchar_t* const text = opaque(new wchar_t[4]{L'a', L'b', L'c', L'd'});
@@ -76,6 +77,30 @@ TEST(GuardPageAllocatorDeathTest, CatchesASecondFree) {
         delete[] same;
       },
       testing::ExitedWithCode(kAccessViolation), "");
+}
+
+TEST(GuardPageAllocatorDeathTest, CatchesAFreeInTheMiddleOfABlock) {
+  EXPECT_EXIT(::operator delete(opaque(opaque(new char[8]) + 1)),
+              testing::ExitedWithCode(kAccessViolation), "");
+}
+
+TEST(GuardPageAllocator, GivesAFreedAddressToNobodyForLong) {
+  for (const std::size_t size : {8U, 10'000U}) {
+    char* const freed = opaque(new char[size]);
+    const auto address = reinterpret_cast<std::uintptr_t>(freed);
+    delete[] freed;
+    for (int i = 0; i < 8000; ++i) {
+      const std::unique_ptr<char[]> next(opaque(new char[size]));
+      ASSERT_NE(reinterpret_cast<std::uintptr_t>(next.get()), address) << i;
+    }
+  }
+}
+
+TEST(GuardPageAllocator, ServesMoreBlocksAtATimeThanItHasSlots) {
+  std::vector<std::unique_ptr<int>> many;
+  for (int i = 0; i < 20'000; ++i) many.push_back(std::make_unique<int>(i));
+  EXPECT_EQ(*many.front(), 0);
+  EXPECT_EQ(*many.back(), 19'999);
 }
 
 TEST(GuardPageAllocator, AlignsWhatAsksForIt) {
