@@ -39,6 +39,28 @@ Result<bool> ReadExactly(MessagePipe& pipe, std::size_t wanted, Bytes& bytes,
   return more;
 }
 
+Result<Bytes> ReadResponse(MessagePipe& pipe, const Deadline& deadline) {
+  Bytes headerBytes;
+  auto more = ReadExactly(pipe, sizeof(ipc::ResponseHeader), headerBytes, deadline);
+  if (!more) return more.error();
+  ipc::ResponseHeader header{};
+  std::memcpy(&header, headerBytes.data(), sizeof(header));
+  if (header.payloadLength > RequestChannel::kLongestResponse) {
+    return Broken("an answer of " + std::to_string(header.payloadLength) + " bytes was announced");
+  }
+  Bytes payload;
+  if (header.payloadLength != 0) {
+    // In the header's own message or in the next one: "back to back" allows for both.
+    more = ReadExactly(pipe, header.payloadLength, payload, deadline);
+    if (!more) return more.error();
+  }
+  if (more.value()) {
+    return Broken("more than the announced " + std::to_string(header.payloadLength) +
+                  " bytes came");
+  }
+  return payload;
+}
+
 }  // namespace
 
 Result<RequestChannel> RequestChannel::Open(const Endpoint& endpoint, const Deadline& deadline) {
@@ -60,31 +82,9 @@ Result<Bytes> RequestChannel::Exchange(std::uint32_t type, std::uint32_t clientI
     pipe_.reset();
     return written.error();
   }
-  auto response = ReadResponse(deadline);
+  auto response = ReadResponse(*pipe_, deadline);
   if (!response) pipe_.reset();
   return response;
-}
-
-Result<Bytes> RequestChannel::ReadResponse(const Deadline& deadline) {
-  Bytes headerBytes;
-  auto more = ReadExactly(*pipe_, sizeof(ipc::ResponseHeader), headerBytes, deadline);
-  if (!more) return more.error();
-  ipc::ResponseHeader header{};
-  std::memcpy(&header, headerBytes.data(), sizeof(header));
-  if (header.payloadLength > kLongestResponse) {
-    return Broken("an answer of " + std::to_string(header.payloadLength) + " bytes was announced");
-  }
-  Bytes payload;
-  if (header.payloadLength != 0) {
-    // In the header's own message or in the next one: "back to back" allows for both.
-    more = ReadExactly(*pipe_, header.payloadLength, payload, deadline);
-    if (!more) return more.error();
-  }
-  if (more.value()) {
-    return Broken("more than the announced " + std::to_string(header.payloadLength) +
-                  " bytes came");
-  }
-  return payload;
 }
 
 }  // namespace orva_accelerator::client

@@ -38,8 +38,6 @@ class RequestChannel {
  private:
   explicit RequestChannel(MessagePipe pipe) : pipe_(std::move(pipe)) {}
 
-  Result<Bytes> ReadResponse(const Deadline& deadline);
-
   std::optional<MessagePipe> pipe_;
 };
 

@@ -110,7 +110,7 @@ Result<SpeedSummary> DecodeSpeedSummary(ByteView payload) {
   SpeedSummary speed;
   speed.status = wire.status;
   static_assert(sizeof(speed.summary) == sizeof(wire.summary));
-  std::copy(std::begin(wire.summary), std::end(wire.summary), speed.summary.begin());
+  std::ranges::copy(wire.summary, speed.summary.begin());
   return speed;
 }
 

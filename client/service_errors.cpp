@@ -48,8 +48,8 @@ constexpr Meaning kMeanings[] = {
 }  // namespace
 
 Error ServiceError(const char* step, std::uint32_t code) {
-  const auto* known = std::find_if(std::begin(kMeanings), std::end(kMeanings),
-                                   [code](const Meaning& meaning) { return meaning.code == code; });
+  const auto* known = std::ranges::find_if(
+      kMeanings, [code](const Meaning& meaning) { return meaning.code == code; });
   if (known != std::end(kMeanings)) return Error{known->kind, step, code, known->text};
   return Error{ErrorKind::System, step, code, "the service control manager refused"};
 }

@@ -34,7 +34,7 @@ int WINAPI wWinMain(HINSTANCE /*instance*/, HINSTANCE /*previous*/, PWSTR /*comm
   int count = 0;
   wchar_t** arguments = CommandLineToArgvW(GetCommandLineW(), &count);
   if (arguments == nullptr) return 2;
-  const orva_accelerator::win32::UniqueLocalMemory owner(arguments);
+  const orva_accelerator::win32::UniqueLocalMemory owner(static_cast<void*>(arguments));
   if (count != 2) return 2;
   return run(arguments[1]);
 }

@@ -31,7 +31,7 @@ std::wstring imagePath(DWORD processId) {
   if (!process) return {};
   // Longer than any path that the service is offered for.
   wchar_t path[1024];
-  DWORD length = static_cast<DWORD>(std::size(path));
+  auto length = static_cast<DWORD>(std::size(path));
   if (!QueryFullProcessImageNameW(process.get(), 0, path, &length)) return {};
   return {path, length};
 }

@@ -73,7 +73,7 @@ void PipeServer::dropPushPipes(const std::vector<std::shared_ptr<PushPipe>>& fai
   const std::lock_guard lock(pushClientsMutex);
   std::erase_if(pushClients, [&failedPipes](const auto& entry) {
     const auto& pipe = entry.second.pipe;
-    if (std::find(failedPipes.begin(), failedPipes.end(), pipe) == failedPipes.end()) return false;
+    if (std::ranges::find(failedPipes, pipe) == failedPipes.end()) return false;
     pipe->close();
     return true;
   });

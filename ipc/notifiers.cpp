@@ -81,6 +81,7 @@ void AccelResultNotifier::operator()(const sdk::SAccelResult& result) const {
   server->ownership.settle(result.state, clientId_);
   try {
     sendAccelResult(*server, clientId_, type_, result);
+    // NOLINTNEXTLINE(bugprone-empty-catch): nobody is left who could be told.
   } catch (const std::exception&) {
     // Out of memory or text that cannot be converted. The library's thread must not be unwound,
     // and the change of ownership stands.

@@ -15,7 +15,7 @@ namespace {
 // Far more than any real request. Up to here, room is made for what a header announces; beyond it,
 // room follows what has arrived, because a header costs its sender nothing and the system touches
 // every page of a buffer that it is given to read into.
-constexpr std::size_t kLargestTrustedPayload = 1024 * 1024;
+constexpr std::size_t kLargestTrustedPayload = std::size_t{1024} * 1024;
 
 // One read from the message at hand. True when it succeeded or left the rest of a longer message
 // in the pipe.

@@ -1,5 +1,7 @@
 // The thread that ends the service when nobody needs it any more.
 
+#include <algorithm>
+
 #include "ipc/notifiers.h"
 #include "ipc/pipe_server.h"
 #include "ipc/process_search.h"
@@ -55,10 +57,10 @@ void PipeServer::restartEmptySlots() {
 
 bool PipeServer::hasLivePushClient() {
   const std::lock_guard lock(pushClientsMutex);
-  for (const auto& [id, client] : pushClients) {
-    if (client.pipe && isClientProcessAlive(client.pipe->get())) return true;
-  }
-  return false;
+  return std::ranges::any_of(pushClients, [](const auto& registered) {
+    const auto& pipe = registered.second.pipe;
+    return pipe && isClientProcessAlive(pipe->get());
+  });
 }
 
 }  // namespace orva_accelerator::ipc

@@ -19,7 +19,7 @@ constexpr DWORD kLookEveryMs = 100;
 class WriteWatchdog {
  public:
   static WriteWatchdog& instance() {
-    static WriteWatchdog* const watchdog = new WriteWatchdog;
+    static auto* const watchdog = new WriteWatchdog;
     return *watchdog;
   }
 
@@ -51,7 +51,8 @@ class WriteWatchdog {
   }
 
  private:
-  static void CALLBACK onTimer(PTP_CALLBACK_INSTANCE, void* context, PTP_TIMER) {
+  static void CALLBACK onTimer(PTP_CALLBACK_INSTANCE /*instance*/, void* context,
+                               PTP_TIMER /*timer*/) {
     static_cast<WriteWatchdog*>(context)->cancelOverdueWrites();
   }
 

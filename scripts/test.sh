@@ -4,6 +4,7 @@
 # Builds everything with every preset and runs every test:
 #   formatting   clang-format changes nothing
 #   clang        all that is shipped builds with the second compiler
+#   clang-tidy   has no complaint about it; see scripts/tidy.sh
 #   debug        the in-process tests, trapping on undefined behaviour
 #   release      all tests
 # Goes on after a failure as long as that makes sense, and ends with a summary. Logs and JUnit
@@ -50,10 +51,21 @@ run_tests() {
     --output-junit "$results/$preset.xml" "$@" 2>&1 </dev/null | tee "$results/$preset.log"
 }
 
+# wine_faults PRESET: how often a test was begun again because of Wine; see wine.sh.
+wine_faults() {
+  local log=$root/build/$1/Testing/Temporary/LastTest.log
+  [[ -f $log ]] || return 0
+  # No line is a failure for grep, not for us.
+  printf 'Begun again because Wine held a program up: %s, because it never began it: %s\n' \
+    "$(grep -c '^wine.sh: Wine holds up' "$log" || true)" \
+    "$(grep -c '^wine.sh: Wine ended.* before it began' "$log" || true)"
+}
+
 # closing_lines PRESET: what ctest said in the end, failed tests included.
 closing_lines() {
   if [[ -f $results/$1.log ]]; then
     sed -n '/^[0-9]*% tests passed/,$p; /^No tests were found/p' "$results/$1.log"
+    wine_faults "$1"
   else
     echo "no test was run"
   fi
@@ -67,6 +79,7 @@ mkdir -p "$results"
 
 check "Formatting" check_formatting || true
 check "Build with clang" configure_and_build clang || true
+check "clang-tidy" scripts/tidy.sh || true
 # A selection of tests may hold none that run in this build.
 if check "Build debug" configure_and_build debug; then
   check "Tests of debug" run_tests debug --label-regex '^inprocess$' \

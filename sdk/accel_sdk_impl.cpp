@@ -17,7 +17,7 @@ std::wstring ownExecutablePath() {
   wchar_t path[kPathCapacity] = {};
   (void)GetModuleFileNameW(nullptr, path,
                            kPathCapacity);  // On failure the path is empty and loading fails.
-  return std::wstring(path, wcsnlen(path, std::size(path)));
+  return {path, wcsnlen(path, std::size(path))};
 }
 
 // Always a full path: the system's search order would let whoever plants an OpenKernel.dll in a

@@ -24,6 +24,8 @@ constexpr char kMissingFunctionCaption[] = "\xE6\x8F\x90\xE7\xA4\xBA";
   OutputDebugStringA(text.c_str());
   (void)MessageBoxA(nullptr, text.c_str(), kMissingFunctionCaption,
                     MB_OK);  // Whatever became of the box, the process ends.
+  // Initialisations wait for each other, so no second thread is here.
+  // NOLINTNEXTLINE(concurrency-mt-unsafe)
   std::exit(-1);
 }
 

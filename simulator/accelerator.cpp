@@ -37,15 +37,14 @@ void callOffResults(Accelerator& accelerator) {
 }
 
 Node chooseNode(const Server* server, const StartRequest& request) {
-  const Node unknown{0, request.isAuto ? L"自动 Auto" : request.nodeList, 50, 0, 0};
+  Node unknown{0, request.isAuto ? L"自动 Auto" : request.nodeList, 50, 0, 0};
   if (!request.isAuto) {
     const auto first =
         static_cast<std::uint32_t>(std::wcstol(request.nodeList.c_str(), nullptr, 10));
     const Node* chosen = server == nullptr ? nullptr : findNode(*server, first);
     if (chosen != nullptr) return *chosen;
-    Node node = unknown;
-    node.nodeId = first;
-    return node;
+    unknown.nodeId = first;
+    return unknown;
   }
   if (server == nullptr || server->nodes.empty()) return unknown;
   const Node* best = &server->nodes.front();

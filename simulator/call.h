@@ -27,7 +27,7 @@ class Call {
   const Scenario& scenario() const { return loaded_->scenario; }
   const CallBehaviour& behaviour() const { return behaviour_; }
   bool accepted() const { return behaviour_.result != 0; }
-  LogEntry log() const { return LogEntry("call", function_); }
+  LogEntry log() const { return {"call", function_}; }
 
   // Raises the exception that the scenario asks for, if any. After the call has been logged.
   void raiseIfAsked() const;

@@ -43,7 +43,7 @@ void scheduleStep(const std::shared_ptr<const Sequence>& sequence, std::size_t i
 void deliverSteps(const std::vector<CompletionStep>& steps,
                   std::function<void(const CompletionStep&)> deliver, CalledOff calledOff) {
   const auto start = CompletionClock::now();
-  Sequence now{{}, std::move(deliver), std::move(calledOff)};
+  const Sequence now{{}, std::move(deliver), std::move(calledOff)};
   const auto later = std::make_shared<Sequence>(now);
   for (const CompletionStep& step : steps) {
     if (!step.isInline) {

@@ -14,7 +14,7 @@ namespace {
 
 std::optional<LastAccel> lastAccelOf(const Game& game) {
   if (game.lastAccelFixed) return game.lastAccel;
-  std::optional<LastAccel> remembered = rememberedLastAccel(game.gameId);
+  const std::optional<LastAccel> remembered = rememberedLastAccel(game.gameId);
   return remembered ? remembered : game.lastAccel;
 }
 

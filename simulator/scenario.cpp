@@ -153,7 +153,7 @@ std::vector<CallBehaviour> readFunction(const Json& value, const std::string& pa
 void readFunctions(const Json& section, const std::string& path, Scenario& scenario) {
   if (!section.is_object()) failAt(path, "an object is expected");
   for (const auto& [name, value] : section.items()) {
-    const std::string functionPath = path + "." + name;
+    const std::string functionPath = std::string(path).append(".").append(name);
     const auto known =
         std::ranges::find(functionNames, std::string_view(name), &FunctionName::name);
     if (known == functionNames.end()) failAt(functionPath, "no such function has a behaviour");

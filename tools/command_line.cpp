@@ -71,7 +71,7 @@ std::unique_ptr<CLI::App> MakeParser(Context& context) {
 
 int RunCommandLine(Context& context, std::vector<std::string> arguments) {
   const auto app = MakeParser(context);
-  std::reverse(arguments.begin(), arguments.end());  // The parser takes them from the back.
+  std::ranges::reverse(arguments);  // The parser takes them from the back.
   try {
     app->parse(std::move(arguments));
   } catch (const CLI::ParseError& error) {

@@ -1,5 +1,6 @@
 #include "tools/display_width.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
@@ -20,10 +21,9 @@ constexpr Range kCombining[] = {{0x0300, 0x036F}, {0x200B, 0x200F}, {0xFE00, 0xF
 
 template <std::size_t N>
 bool In(const Range (&ranges)[N], std::uint32_t character) {
-  for (const Range& range : ranges) {
-    if (character >= range.first && character <= range.last) return true;
-  }
-  return false;
+  return std::ranges::any_of(ranges, [character](const Range& range) {
+    return character >= range.first && character <= range.last;
+  });
 }
 
 std::size_t WidthOf(std::uint32_t character) {
@@ -38,9 +38,9 @@ bool IsContinuation(char byte) {
 // The bits of a lead byte that belong to the character.
 std::uint32_t LeadBits(unsigned char lead) {
   if (lead < 0x80) return lead;
-  if (lead < 0xE0) return lead & 0x1Fu;
-  if (lead < 0xF0) return lead & 0x0Fu;
-  return lead & 0x07u;
+  if (lead < 0xE0) return lead & 0x1FU;
+  if (lead < 0xF0) return lead & 0x0FU;
+  return lead & 0x07U;
 }
 
 }  // namespace
@@ -50,7 +50,7 @@ std::size_t DisplayWidth(std::string_view utf8) {
   for (std::size_t i = 0; i < utf8.size();) {
     std::uint32_t character = LeadBits(static_cast<unsigned char>(utf8[i]));
     for (++i; i < utf8.size() && IsContinuation(utf8[i]); ++i) {
-      character = (character << 6) | (static_cast<unsigned char>(utf8[i]) & 0x3Fu);
+      character = (character << 6) | (static_cast<unsigned char>(utf8[i]) & 0x3FU);
     }
     width += WidthOf(character);
   }

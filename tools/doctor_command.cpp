@@ -81,8 +81,8 @@ int RunDoctor(Context& context) {
   for (const Finding& finding : findings) Print(context, finding);
   const Verdict worst = WorstOf(findings);
   const auto count = [&findings](Verdict verdict) {
-    return std::count_if(findings.begin(), findings.end(),
-                         [verdict](const Finding& finding) { return finding.verdict == verdict; });
+    return std::ranges::count_if(
+        findings, [verdict](const Finding& finding) { return finding.verdict == verdict; });
   };
   const auto problems = count(Verdict::Problem);
   const auto warnings = count(Verdict::Warning);

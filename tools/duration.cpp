@@ -7,7 +7,7 @@ namespace orva_accelerator::tools {
 
 std::optional<std::chrono::milliseconds> ParseDuration(std::string_view text,
                                                        std::chrono::milliseconds bareUnit) {
-  double factor = static_cast<double>(bareUnit.count());
+  auto factor = static_cast<double>(bareUnit.count());
   if (text.ends_with("ms")) {
     factor = 1;
     text.remove_suffix(2);
@@ -21,6 +21,8 @@ std::optional<std::chrono::milliseconds> ParseDuration(std::string_view text,
   if (error != std::errc() || stopped != end) return std::nullopt;
   const double milliseconds = std::round(number * factor);
   constexpr double kDay = 24.0 * 60 * 60 * 1000;
+  // What is not a number passes no comparison, so this must not be turned round.
+  // NOLINTNEXTLINE(readability-simplify-boolean-expr)
   if (!(milliseconds >= 1 && milliseconds <= kDay)) return std::nullopt;
   return std::chrono::milliseconds(static_cast<long long>(milliseconds));
 }

@@ -19,10 +19,11 @@ constexpr std::size_t kLargestPayload = std::size_t{1} << 20;
 double PerSecond(std::uint64_t count, std::chrono::milliseconds time) {
   const auto whole = std::max<std::int64_t>(time.count(), 1);
   // One digit behind the point is more than repeats.
-  return static_cast<double>(count * 10'000 / static_cast<std::uint64_t>(whole)) / 10;
+  const std::uint64_t tenths = count * 10'000 / static_cast<std::uint64_t>(whole);
+  return static_cast<double>(tenths) / 10;
 }
 
-Json ToJson(const LoadPlan& plan, const LoadOutcome& outcome) {
+Json LoadRecord(const LoadPlan& plan, const LoadOutcome& outcome) {
   const LatencyHistogram& latencies = outcome.latencies;
   return Json{{"connections", plan.connections},
               {"failedConnections", outcome.failedConnections},
@@ -49,7 +50,7 @@ int RunLoadCommand(Context& context, const LoadPlan& plan) {
   const LoadOutcome outcome =
       RunLoad(context, plan, InterruptEvent(),
               [&context](auto elapsed, auto answers) { ShowProgress(context, elapsed, answers); });
-  if (outcome.latencies.count() != 0) context.Print("load", ToJson(plan, outcome));
+  if (outcome.latencies.count() != 0) context.Print("load", LoadRecord(plan, outcome));
   return outcome.firstError ? context.Fail(*outcome.firstError) : kExitOk;
 }
 

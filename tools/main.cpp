@@ -5,7 +5,7 @@
 #include "tools/command_line.h"
 #include "tools/utf8.h"
 
-int wmain(int argc, wchar_t** argv) {
+extern "C" int wmain(int argc, wchar_t** argv) {
   using namespace orva_accelerator::tools;
   std::vector<std::string> arguments;
   for (int i = 1; i < argc; ++i) arguments.push_back(Utf8FromWide(argv[i]));

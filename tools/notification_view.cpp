@@ -60,7 +60,7 @@ struct Word {
   std::string operator()(const client::LoginResult& result) const {
     return result.code == 0 ? "logged in" : "failed";
   }
-  std::string operator()(const client::UnknownResult&) const { return "not understood"; }
+  std::string operator()(const client::UnknownResult& /*result*/) const { return "not understood"; }
 };
 
 constexpr std::size_t kTypeWidth = 8;
@@ -94,6 +94,7 @@ std::string NotificationText(const client::Notification& notification, std::uint
   const Json fields = std::visit(Fields{}, notification.body);
   for (const auto& [name, value] : fields.items()) {
     // Said in the word already; empty texts say nothing.
+    // NOLINTNEXTLINE(readability-container-size-empty): a text in JSON is no container.
     if (name == "stateName" || name == "success" || value == "") continue;
     line += separator + name + " " + ValueText(value);
     separator = ", ";

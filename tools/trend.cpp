@@ -1,6 +1,7 @@
 #include "tools/trend.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace orva_accelerator::tools {
 namespace {
@@ -16,19 +17,19 @@ void Trend::Add(std::uint64_t value) {
 }
 
 bool Trend::moves() const {
-  return std::any_of(values_.begin(), values_.end(),
-                     [this](std::uint64_t value) { return value != values_.front(); });
+  return std::ranges::any_of(values_,
+                             [this](std::uint64_t value) { return value != values_.front(); });
 }
 
 std::string Trend::Line() const {
   if (!moves()) return {};
-  const auto [lowest, highest] = std::minmax_element(values_.begin(), values_.end());
+  const auto [lowest, highest] = std::ranges::minmax_element(values_);
   // In floating point: the figures use all 64 bits, so that a multiplication could wrap.
   const auto range = static_cast<double>(*highest - *lowest);
   std::string line;
   for (const std::uint64_t value : values_) {
     const double share = static_cast<double>(value - *lowest) / range;
-    line += kLevels[static_cast<std::size_t>(share * static_cast<double>(kTop) + 0.5)];
+    line += kLevels[std::lround(share * static_cast<double>(kTop))];
   }
   return line;
 }

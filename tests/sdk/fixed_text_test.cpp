@@ -45,6 +45,18 @@ TEST(FixedText, EndsWithAnArrayThatIsNotTerminated) {
   EXPECT_EQ(fixedText(arrays[0]), std::wstring(8, L'\u6E38'));
 }
 
+// Longer than what is looked at in one go, and no multiple of it.
+TEST(FixedText, EndsAtAFirstNulInAnyPlace) {
+  for (std::size_t length = 0; length <= 41; ++length) {
+    char16_t units[41];
+    std::fill_n(units, 41, u'x');
+    std::fill_n(units, length, u'\u6E38');
+    if (length < 41) units[length] = 0;
+    EXPECT_EQ(fixedText(units), std::wstring(length, L'\u6E38')) << length;
+    EXPECT_EQ(fixedTextLength(units), length);
+  }
+}
+
 TEST(FixedText, TakesUnitsAsTheyAre) {
   const char16_t units[4] = {0xD800, 0xFFFF, 0x0001, 0};
   EXPECT_EQ(fixedText(units), (std::wstring{wchar_t{0xD800}, wchar_t{0xFFFF}, wchar_t{1}}));

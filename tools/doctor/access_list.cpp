@@ -29,9 +29,8 @@ constexpr KnownAccount kKnownAccounts[] = {
 };
 
 const KnownAccount* Known(const std::wstring& who) {
-  const auto* found =
-      std::find_if(std::begin(kKnownAccounts), std::end(kKnownAccounts),
-                   [&who](const KnownAccount& account) { return who == account.who; });
+  const auto* found = std::ranges::find_if(
+      kKnownAccounts, [&who](const KnownAccount& account) { return who == account.who; });
   return found == std::end(kKnownAccounts) ? nullptr : found;
 }
 

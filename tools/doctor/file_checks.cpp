@@ -47,9 +47,7 @@ DWORD ReadWhole(const std::wstring& path, std::vector<std::uint8_t>& bytes) {
 
 bool HoldsThePipeName(std::span<const std::uint8_t> file) {
   const auto name = std::as_bytes(std::span(ipc::kRequestPipeName));
-  const auto found = std::search(file.begin(), file.end(), name.begin(), name.end(),
-                                 [](std::uint8_t a, std::byte b) { return std::byte{a} == b; });
-  return found != file.end();
+  return !std::ranges::search(std::as_bytes(file), name).empty();
 }
 
 bool IsMissing(DWORD code) {
@@ -64,8 +62,7 @@ std::string CannotBeRead(const std::string& path, DWORD code) {
 std::vector<std::string> MissingExports(const PeImage& image) {
   std::vector<std::string> missing;
   for (const char* name : kRequiredExports) {
-    const bool there =
-        std::find(image.exports.begin(), image.exports.end(), name) != image.exports.end();
+    const bool there = std::ranges::find(image.exports, name) != image.exports.end();
     if (!there) missing.emplace_back(name);
   }
   return missing;

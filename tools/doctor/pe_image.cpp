@@ -37,7 +37,7 @@ class PeFile {
     if (offset >= bytes_.size()) throw kCutOff;
     const auto rest = bytes_.subspan(static_cast<std::size_t>(offset));
     const auto scanned = rest.first(std::min(rest.size(), kLongestName));
-    const auto end = std::find(scanned.begin(), scanned.end(), std::uint8_t{0});
+    const auto end = std::ranges::find(scanned, std::uint8_t{0});
     if (end == scanned.end()) throw Damage{"an export's name does not end"};
     return std::string(scanned.begin(), end);
   }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "tools/doctor/equal_ignoring_case.h"
 #include "tools/utf8.h"
 
 namespace orva_accelerator::tools {
@@ -14,11 +15,6 @@ constexpr std::wstring_view kExtension = L".exe";
 // The service cuts its own path there, and then looks for its library in the wrong place.
 constexpr std::size_t kPathCapacity = 260;
 constexpr std::size_t kLibraryTail = std::size("\\accel_sdk\\sdk_x64\\OpenKernel.dll") - 1;
-
-bool EqualIgnoringCase(std::wstring_view a, std::wstring_view b) {
-  return CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
-                              static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
-}
 
 std::size_t EndOfUnquotedPath(std::wstring_view text) {
   for (std::size_t at = 0; at + kExtension.size() <= text.size(); ++at) {
@@ -65,8 +61,8 @@ Finding CheckSpelling(const RegisteredPath& path, const std::vector<std::wstring
     finding.advice = "install it into a folder with a shorter path";
     return finding;
   }
-  const bool safe = std::any_of(programFiles.begin(), programFiles.end(),
-                                [&](const auto& folder) { return IsBelow(path.file, folder); });
+  const bool safe = std::ranges::any_of(
+      programFiles, [&](const auto& folder) { return IsBelow(path.file, folder); });
   if (!path.quoted && !safe && path.file.find(L' ') != std::wstring::npos) {
     finding.verdict = Verdict::Warning;
     finding.text +=

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "client/service_client.h"
+#include "tools/doctor/equal_ignoring_case.h"
 #include "tools/utf8.h"
 #include "win32/unique_handle.h"
 
@@ -16,11 +17,6 @@ namespace {
 
 constexpr wchar_t kHostApplication[] = L"Zandor.exe";
 constexpr DWORD kLongestPath = 32'768;
-
-bool EqualIgnoringCase(const std::wstring& a, const std::wstring& b) {
-  return CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
-                              static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
-}
 
 // Empty when this account may not know.
 std::wstring ImageOf(DWORD processId) {

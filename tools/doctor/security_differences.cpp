@@ -14,7 +14,7 @@ constexpr std::uint32_t kRightsThatGiveThePc =
     SERVICE_CHANGE_CONFIG | WRITE_DAC | WRITE_OWNER | GENERIC_WRITE | GENERIC_ALL;
 
 bool Contains(const std::vector<AccessClause>& list, const AccessClause& clause) {
-  return std::find(list.begin(), list.end(), clause) != list.end();
+  return std::ranges::find(list, clause) != list.end();
 }
 
 }  // namespace
