@@ -69,6 +69,10 @@ std::size_t edgesReached() {
   return edges;
 }
 
+std::span<const std::uint32_t> edgesOfLastRun() {
+  return std::span(touched).first(touchedCount);
+}
+
 const std::vector<std::uint64_t>& comparedValues() {
   return values;
 }

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace orva_accelerator::fuzz {
@@ -15,7 +16,10 @@ void beginRun();
 // Takes over what the run has reached; true if that includes an edge, or a number of passes over an
 // edge, that no run before had.
 bool endRun();
+// All edges that any run has reached.
 std::size_t edgesReached();
+// Those that the last one has, in no order; valid until the next one begins.
+std::span<const std::uint32_t> edgesOfLastRun();
 
 // Values that the code compared its input with lately, four or eight bytes wide: the best guesses
 // at what it wants to see.

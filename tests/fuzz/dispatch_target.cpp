@@ -1,8 +1,11 @@
 // The dispatcher and all handlers with any header and payload, over a library that misbehaves.
 //
-// An input is 8 bytes that decide what the library does, a request's header (of which the handlers
-// look at type and client id), and its payload. Behind the payload lie just the readable bytes that
-// a connection promises, then memory ends.
+// An input is 8 bytes that decide what the library does, then up to 16 requests: a header, and as
+// much payload as it announces or the input still has. Behind a payload lie just the readable bytes
+// that a connection promises, then memory ends.
+//
+// All runs share one server, which is put back to one of three beginnings ahead of each: a library
+// that was never initialised, one that is, and one that has been released.
 
 #include <windows.h>
 
@@ -17,7 +20,10 @@
 #include "ipc/payload_buffer.h"
 #include "ipc/pipe_server.h"
 #include "sdk/accel_sdk.h"
+#include "sdk/completions.h"
+#include "sdk/kernel_function_table.h"
 #include "tests/fuzz/fuzz_target.h"
+#include "tests/fuzz/guarded_bytes.h"
 #include "tests/fuzz/misbehaving_library.h"
 #include "tests/support/golden_vectors.h"
 #include "tests/support/import_patch.h"
@@ -30,6 +36,10 @@ using Input = std::span<const std::uint8_t>;
 
 constexpr std::uint32_t kRegisteredClient = 7;
 constexpr std::size_t kSeedSize = 8;
+constexpr std::size_t kMostRequests = 16;
+
+// What the first bytes of an input, taken for a number, leave over when divided by three.
+enum class Beginning { NeverInitialised, Initialised, Released };
 
 // Nobody looks into either; their addresses are the handles.
 char libraryAnchor;
@@ -80,31 +90,8 @@ struct System {
                                                    createNoTimer};
 };
 
-// A payload as a connection's buffer holds it.
-class PayloadPages {
- public:
-  PayloadPages() {
-    constexpr std::size_t kPage = 4096;
-    const std::size_t size =
-        (kLongestInput + ipc::PayloadBuffer::kReadMargin + kPage - 1) / kPage * kPage;
-    auto* base =
-        static_cast<std::uint8_t*>(VirtualAlloc(nullptr, size + kPage, MEM_RESERVE, PAGE_NOACCESS));
-    if (base == nullptr || VirtualAlloc(base, size, MEM_COMMIT, PAGE_READWRITE) == nullptr) {
-      std::abort();
-    }
-    marginStart_ = base + size - ipc::PayloadBuffer::kReadMargin;
-  }
-  const void* hold(Input payload) {
-    return std::copy(payload.begin(), payload.end(), marginStart_ - payload.size()) -
-           payload.size();
-  }
-
- private:
-  std::uint8_t* marginStart_ = nullptr;
-};
-
 ipc::PipeServer* server = nullptr;
-PayloadPages* pages = nullptr;
+GuardedBytes* payloads = nullptr;
 
 void registerClient() {
   ipc::PushClient client;
@@ -114,11 +101,26 @@ void registerClient() {
   ipc::PipeServerInspector(*server).putPushClient(kRegisteredClient, std::move(client));
 }
 
+void putBack(Beginning beginning) {
+  server->ownership.clear();
+  server->ownership.acceleratingClientId = 0;
+  server->ownership.startPendingClientId = 0;
+  if (server->PushClientCount() == 0) registerClient();
+  sdk::loginResultHandler.install(nullptr);
+  sdk::stopResultHandler.install(nullptr);
+  sdk::accelResultHandler.install(nullptr);
+  sdk::AccelSdk& accelSdk = sdk::AccelSdk::Instance();
+  accelSdk.Release();
+  if (beginning == Beginning::NeverInitialised) return sdk::kernelFunctions.clear();
+  (void)accelSdk.Init({});  // The library is there, with all its functions.
+  if (beginning == Beginning::Released) accelSdk.Release();
+}
+
 void dispatch(const ipc::MessageHeader& header, Input payload) {
   void* response = nullptr;
   std::uint32_t length = 0;
   try {
-    ipc::DispatchRequest(*server, header, pages->hold(payload), response, length);
+    ipc::DispatchRequest(*server, header, payloads->hold(payload).data(), response, length);
   } catch (const std::invalid_argument&) {
     // The documented end of a node selection with a piece that is no number.
   } catch (const std::out_of_range&) {
@@ -139,6 +141,7 @@ std::vector<std::vector<std::uint8_t>> targetSeeds() {
   for (const auto& vector : test::goldenVectors("requests.json")) {
     if (vector.bytes.size() + kSeedSize > kLongestInput) continue;
     auto& seed = seeds.emplace_back(kSeedSize);
+    seed[0] = static_cast<std::uint8_t>(Beginning::Initialised);
     seed.insert(seed.end(), vector.bytes.begin(), vector.bytes.end());
   }
   return seeds;
@@ -148,22 +151,28 @@ void prepareTarget() {
   (void)test::goldenVectors("requests.json");  // Read while files can still be closed.
   new System;                                  // For ever.
   server = new ipc::PipeServer;
-  pages = new PayloadPages;
+  payloads = new GuardedBytes(kLongestInput, ipc::PayloadBuffer::kReadMargin);
   ipc::currentPipeServer = server;
-  registerClient();
+  // Loads the library, which stays.
+  (void)sdk::AccelSdk::Instance().Init({});
 }
 
 void runTarget(Input input) {
-  if (input.size() < kSeedSize + sizeof(ipc::MessageHeader)) return;
+  if (input.size() < kSeedSize) return;
   std::uint64_t seed = 0;
   std::memcpy(&seed, input.data(), sizeof seed);
-  ipc::MessageHeader header;
-  std::memcpy(&header, input.data() + kSeedSize, sizeof header);
+  input = input.subspan(kSeedSize);
+  putBack(static_cast<Beginning>(seed % 3));
   seedLibrary(seed);
-  dispatch(header, input.subspan(kSeedSize + sizeof header));
-  if (server->PushClientCount() == 0) registerClient();
-  // A start that never reports would keep all others from being made.
-  if ((seed & 1) == 0) server->ownership.clear();
+  ipc::MessageHeader header;
+  for (std::size_t i = 0; i < kMostRequests && input.size() >= sizeof header; ++i) {
+    std::memcpy(&header, input.data(), sizeof header);
+    input = input.subspan(sizeof header);
+    const std::size_t size = std::min<std::size_t>(header.payloadLength, input.size());
+    dispatch(header, input.first(size));
+    input = input.subspan(size);
+    completeLate();
+  }
 }
 
 }  // namespace orva_accelerator::fuzz

@@ -1,190 +1,134 @@
-// usage: fuzz_TARGET [--seconds N] [--seed N] [--corpus DIR] [--crash FILE]
-//        fuzz_TARGET FILE
+// usage: fuzz_TARGET [--seconds N] [--seed N] [--seeds DIR] [--corpus DIR] [--dictionary FILE]
+//                    [--crash FILE]
+//        fuzz_TARGET [--seeds DIR] [--corpus DIR] --minimise DIR
+//        fuzz_TARGET [--crash FILE] FILE
 //
-// Runs mutated inputs and keeps those that reach new code, for 20 seconds, or runs the one input of
-// a file. Inputs that reached new code are read from and written to the corpus folder, if one is
-// given. An input that ends the process in any other way than it should is written to the crash
-// file ("crash-TARGET.bin" in the working folder) on the way, and the exit code is 77; an input
-// that runs for a minute is written there too, and the exit code is 78.
+// Runs mutated inputs, for 20 seconds, and keeps those that reach new code. Begins with the inputs
+// of the two folders, and writes those that reach new code to the corpus folder. The second form
+// writes the least inputs that reach what all inputs of the folders do, the third runs the one
+// input of a file. An input that ends the process in any other way than it should is written to the
+// crash file ("crash-TARGET.bin" in the working folder) on the way, and the exit code is 77; an
+// input that runs for a minute is written there too, and the exit code is 78.
 
 #include <windows.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
-#include <filesystem>
+#include <map>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
+#include "tests/fuzz/corpus.h"
 #include "tests/fuzz/coverage.h"
+#include "tests/fuzz/dictionary.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/mutator.h"
+#include "tests/fuzz/run_input.h"
 
 namespace orva_accelerator::fuzz {
+
+const char* targetName() {
+  return ORVA_FUZZ_TARGET;
+}
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr UINT kCrashed = 77;
-constexpr UINT kHung = 78;
-constexpr int kHangSeconds = 60;
 constexpr std::size_t kRunsBetweenLooks = 64;
 
 struct Options {
-  int seconds = 20;
-  std::uint64_t seed = 1;
+  std::string seconds = "20";
+  std::string seed = "1";
+  std::string seeds;
   std::string corpus;
+  std::string dictionary;
   std::string crash = "crash-" ORVA_FUZZ_TARGET ".bin";
+  std::string minimise;
   std::string replay;
 };
 
-// Looked at when the process is about to end, so neither may be on the heap.
-std::uint8_t currentInput[kLongestInput];
-std::atomic<std::size_t> currentSize{0};
-std::atomic<std::uint64_t> runs{0};
-char crashFile[MAX_PATH];
-
-void writeCurrentInput() {
-  std::FILE* const file = std::fopen(crashFile, "wb");
-  if (file == nullptr) return;
-  (void)std::fwrite(currentInput, 1, currentSize, file);  // Said below, whether or not it is there.
-  (void)std::fclose(file);
-  std::printf("the input of %zu bytes is in %s\n", currentSize.load(), crashFile);
-}
-
-[[noreturn]] void endAs(UINT code, const char* what) {
-  std::printf("%s: %s after %llu runs\n", ORVA_FUZZ_TARGET, what,
-              static_cast<unsigned long long>(runs.load()));
-  writeCurrentInput();
-  (void)std::fflush(nullptr);  // What cannot be written now cannot be written at all.
-  (void)TerminateProcess(GetCurrentProcess(), code);
-  std::abort();  // Not reached.
-}
-
-LONG WINAPI onFault(EXCEPTION_POINTERS* fault) {
-  char what[64];
-  (void)std::snprintf(what, sizeof what, "exception 0x%08lX",
-                      fault->ExceptionRecord->ExceptionCode);
-  endAs(kCrashed, what);
-}
-
-void onTerminate() {
-  endAs(kCrashed, "an uncaught exception or an abort");
-}
-
-void endHungRuns() {
-  std::uint64_t before = ~std::uint64_t{0};
-  for (;;) {
-    std::this_thread::sleep_for(std::chrono::seconds(kHangSeconds));
-    if (runs == before) endAs(kHung, "no end");
-    before = runs;
+std::vector<Bytes> firstInputs(const Options& options) {
+  std::vector<Bytes> inputs = targetSeeds();
+  for (const std::string& folder : {options.seeds, options.corpus}) {
+    if (folder.empty()) continue;
+    for (Bytes& input : readInputs(folder)) inputs.push_back(std::move(input));
   }
+  return inputs;
 }
-
-bool runInput(const Bytes& input) {
-  const std::size_t size = std::min(input.size(), kLongestInput);
-  if (size != 0) std::memcpy(currentInput, input.data(), size);
-  currentSize = size;
-  ++runs;
-  // A block of its own, which ends where the input does.
-  const std::vector<std::uint8_t> own(currentInput, currentInput + size);
-  beginRun();
-  runTarget(own);
-  return endRun();
-}
-
-Bytes readFile(const std::filesystem::path& path) {
-  Bytes bytes;
-  std::FILE* const file = _wfopen(path.c_str(), L"rb");
-  if (file == nullptr) return bytes;
-  bytes.resize(kLongestInput);
-  bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
-  (void)std::fclose(file);  // Only read.
-  return bytes;
-}
-
-class Corpus {
- public:
-  Corpus(std::string folder, std::uint64_t seed) : folder_(std::move(folder)), mutator_(seed) {
-    for (const Bytes& input : targetSeeds()) consider(input);
-    if (!folder_.empty()) {
-      std::vector<Bytes> stored;
-      for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
-        stored.push_back(readFile(entry.path()));
-      }
-      for (const Bytes& input : stored) consider(input);
-      stores_ = true;
-    }
-    if (inputs_.empty()) inputs_.emplace_back();
-  }
-
-  void runNext() {
-    Bytes input = inputs_[mutator_.below(inputs_.size())];
-    mutator_.mutate(input, inputs_[mutator_.below(inputs_.size())], kLongestInput);
-    consider(input);
-  }
-  std::size_t size() const { return inputs_.size(); }
-
- private:
-  void consider(const Bytes& input) {
-    if (!runInput(input)) return;
-    inputs_.push_back(input);
-    if (stores_) store(input);
-  }
-  void store(const Bytes& input) const {
-    const std::string name = folder_ + "\\" + std::to_string(GetCurrentProcessId()) + "-" +
-                             std::to_string(inputs_.size()) + ".bin";
-    std::FILE* const file = std::fopen(name.c_str(), "wb");
-    if (file == nullptr) return;
-    (void)std::fwrite(input.data(), 1, input.size(), file);  // Lost inputs are found again.
-    (void)std::fclose(file);
-  }
-
-  std::string folder_;
-  bool stores_ = false;
-  Mutator mutator_;
-  std::vector<Bytes> inputs_;
-};
 
 void fuzz(const Options& options) {
+  std::vector<std::string> dictionary;
+  if (!options.dictionary.empty()) dictionary = readDictionary(options.dictionary);
+  const std::vector<Bytes> first = firstInputs(options);
+  std::printf("%s: %zu inputs and %zu words to begin with\n", ORVA_FUZZ_TARGET, first.size(),
+              dictionary.size());
+  const std::uint64_t seed = std::strtoull(options.seed.c_str(), nullptr, 10);
+  Mutator mutator(seed, std::move(dictionary));
+
   const auto start = Clock::now();
-  const auto end = start + std::chrono::seconds(options.seconds);
-  Corpus corpus(options.corpus, options.seed);
+  const auto end = start + std::chrono::seconds(std::atoi(options.seconds.c_str()));
+  Corpus corpus(options.corpus);
+  for (const Bytes& input : first) corpus.consider(input);
+  const std::size_t firstEdges = edgesReached();
   while (Clock::now() < end) {
-    for (std::size_t i = 0; i < kRunsBetweenLooks; ++i) corpus.runNext();
+    for (std::size_t i = 0; i < kRunsBetweenLooks; ++i) corpus.runNext(mutator);
   }
   const std::chrono::duration<double> taken = Clock::now() - start;
-  const double count = static_cast<double>(runs.load());
-  std::printf("%s: %.0f runs in %.0f s (%.0f a second), %zu edges, %zu inputs, seed %llu\n",
-              ORVA_FUZZ_TARGET, count, taken.count(), count / taken.count(), edgesReached(),
-              corpus.size(), static_cast<unsigned long long>(options.seed));
+  const auto count = static_cast<double>(runCount());
+  std::printf(
+      "%s: %.0f runs in %.0f s (%.0f a second), %zu edges (%zu of them new), %zu inputs, "
+      "seed %llu\n",
+      ORVA_FUZZ_TARGET, count, taken.count(), count / taken.count(), edgesReached(),
+      edgesReached() - firstEdges, corpus.size(), static_cast<unsigned long long>(seed));
+}
+
+bool minimise(const Options& options) {
+  const std::vector<Bytes> inputs = firstInputs(options);
+  const std::vector<Bytes> least = minimised(inputs);
+  std::size_t size = 0;
+  for (const Bytes& input : least) {
+    size += input.size();
+    if (!writeInput(options.minimise, input)) return false;
+  }
+  std::printf("%s: %zu of %zu inputs, %zu bytes, for %zu edges\n", ORVA_FUZZ_TARGET, least.size(),
+              inputs.size(), size, edgesReached());
+  return true;
 }
 
 bool parse(int argc, char** argv, Options& options) {
+  const std::map<std::string_view, std::string*> known = {
+      {"--seconds", &options.seconds},       {"--seed", &options.seed},
+      {"--seeds", &options.seeds},           {"--corpus", &options.corpus},
+      {"--dictionary", &options.dictionary}, {"--crash", &options.crash},
+      {"--minimise", &options.minimise}};
   for (int i = 1; i < argc; ++i) {
     const std::string_view name = argv[i];
     if (!name.starts_with("--")) {
       options.replay = name;
       continue;
     }
-    if (++i == argc) return false;
-    if (name == "--seconds") {
-      options.seconds = std::atoi(argv[i]);
-    } else if (name == "--seed") {
-      options.seed = std::strtoull(argv[i], nullptr, 10);
-    } else if (name == "--corpus") {
-      options.corpus = argv[i];
-    } else if (name == "--crash") {
-      options.crash = argv[i];
-    } else {
-      return false;
-    }
+    const auto option = known.find(name);
+    if (option == known.end() || ++i == argc) return false;
+    *option->second = argv[i];
   }
-  return options.crash.size() < sizeof crashFile;
+  return true;
+}
+
+// The exit code.
+int run(const Options& options) {
+  prepareTarget();
+  if (!options.minimise.empty()) return minimise(options) ? 0 : 1;
+  if (options.replay.empty()) {
+    fuzz(options);
+    return 0;
+  }
+  (void)runInput(readInput(options.replay));  // Coverage is nobody's concern here.
+  std::printf("%s: the input runs to its end\n", ORVA_FUZZ_TARGET);
+  return 0;
 }
 
 }  // namespace
@@ -193,22 +137,17 @@ bool parse(int argc, char** argv, Options& options) {
 int main(int argc, char** argv) {
   using namespace orva_accelerator::fuzz;
   Options options;
-  if (!parse(argc, argv, options)) {
-    (void)std::fputs("usage: [--seconds N] [--seed N] [--corpus DIR] [--crash FILE] [FILE]\n",
+  if (!parse(argc, argv, options) || !watchRuns(options.crash)) {
+    (void)std::fputs("usage: see the first lines of tests/fuzz/fuzz_loop.cpp\n",
                      stderr);  // The exit code says it too.
     return 2;
   }
-  std::memcpy(crashFile, options.crash.c_str(), options.crash.size() + 1);
-  (void)SetUnhandledExceptionFilter(onFault);  // Whoever was there before is not asked.
-  std::set_terminate(onTerminate);
-  std::thread(endHungRuns).detach();
-  prepareTarget();
-  if (!options.replay.empty()) {
-    (void)runInput(readFile(options.replay));  // Coverage is nobody's concern here.
-    std::printf("%s: the input runs to its end\n", ORVA_FUZZ_TARGET);
-  } else {
-    fuzz(options);
+  int code = 2;
+  try {
+    code = run(options);
+  } catch (const std::runtime_error& error) {
+    std::printf("%s: %s\n", ORVA_FUZZ_TARGET, error.what());
   }
   (void)std::fflush(nullptr);  // What cannot be written now cannot be written at all.
-  (void)TerminateProcess(GetCurrentProcess(), 0);
+  (void)TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code));
 }

@@ -1,11 +1,11 @@
 #include "tests/fuzz/misbehaving_library.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <cwchar>
 #include <iterator>
 #include <string_view>
+#include <unordered_map>
 
 #include "sdk/kernel_api.h"
 #include "sdk/kernel_function_table.h"
@@ -16,6 +16,8 @@ namespace {
 using namespace sdk;
 
 std::uint64_t state = 0;
+KernelCodeCompletion lastCodeCompletion = nullptr;
+KernelAccelCompletion lastAccelCompletion = nullptr;
 
 std::uint64_t next() {
   state += 0x9E3779B97F4A7C15ULL;
@@ -58,11 +60,13 @@ KernelBool giveList(Record* records, std::uint32_t* count) {
 }
 
 void complete(KernelCodeCompletion completion) {
+  lastCodeCompletion = completion;
   for (std::uint64_t times = next() % 3; times > 0; --times) {
     completion(nullptr, oneIn(2) ? 0 : static_cast<int>(word32()), nullptr);
   }
 }
 void complete(KernelAccelCompletion completion) {
+  lastAccelCompletion = completion;
   static const std::wstring_view kTexts[] = {L"", L"text", L"\xD800\xDC00\xDFFF"};
   for (std::uint64_t times = next() % 3; times > 0; --times) {
     if (oneIn(8)) completion(nullptr, nullptr, nullptr);
@@ -152,17 +156,9 @@ FARPROC entry(Function* function) {
   return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
 }
 
-}  // namespace
-
-void seedLibrary(std::uint64_t seed) {
-  state = seed;
-}
-
-FARPROC libraryFunction(const char* name) {
-  const struct {
-    std::string_view name;
-    FARPROC function;
-  } called[] = {
+// By name, all that the library has.
+std::unordered_map<std::string_view, FARPROC> allFunctions() {
+  std::unordered_map<std::string_view, FARPROC> functions = {
       {"Kernel_Init", entry(init)},
       {"Kernel_SetSdkChannelNumber", entry(setSdkChannelNumber)},
       {"Kernel_UserLoginFromAccount", entry(userLogin)},
@@ -178,13 +174,27 @@ FARPROC libraryFunction(const char* name) {
       {"Kernel_GetGameUsedNodeDataList", entry(usedNodeList)},
       {"Kernel_GetTestSpeedData_V2", entry(testSpeed)},
   };
-  for (const auto& known : called) {
-    if (known.name == name) return known.function;
-  }
-  const bool isListed =
-      std::any_of(kKernelFunctionNames.begin(), kKernelFunctionNames.end(),
-                  [name](const char* listed) { return std::string_view(listed) == name; });
-  return isListed ? entry(uncalled) : nullptr;
+  for (const char* const name : kKernelFunctionNames) functions.try_emplace(name, entry(uncalled));
+  return functions;
+}
+
+}  // namespace
+
+FARPROC libraryFunction(const char* name) {
+  static const auto functions = allFunctions();
+  const auto found = functions.find(name);
+  return found == functions.end() ? nullptr : found->second;
+}
+
+void seedLibrary(std::uint64_t seed) {
+  state = seed;
+  lastCodeCompletion = nullptr;
+  lastAccelCompletion = nullptr;
+}
+
+void completeLate() {
+  if (lastCodeCompletion != nullptr && oneIn(4)) complete(lastCodeCompletion);
+  if (lastAccelCompletion != nullptr && oneIn(4)) complete(lastAccelCompletion);
 }
 
 }  // namespace orva_accelerator::fuzz

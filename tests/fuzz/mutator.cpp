@@ -8,61 +8,11 @@
 namespace orva_accelerator::fuzz {
 namespace {
 
-using namespace std::string_view_literals;
-
-constexpr std::string_view kDictionary[] = {
-    "PLXR"sv,
-    "PKXR"sv,
-    "auto"sv,
-    ";"sv,
-    ";;"sv,
-    "-1;"sv,
-    "2147483647"sv,
-    "2147483648"sv,
-    "-2147483648"sv,
-    " 7x"sv,
-    "a\0u\0t\0o\0"sv,
-    ";\0"sv,
-    "\0\1\0\0"sv,
-    "\1\1\0\0"sv,
-    "\2\1\0\0"sv,
-    "\0\2\0\0"sv,
-    "\0\5\0\0"sv,
-    "\1\5\0\0"sv,
-    "\2\5\0\0"sv,
-    "\3\5\0\0"sv,
-    "\0\6\0\0"sv,
-    "\1\6\0\0"sv,
-    "\2\6\0\0"sv,
-    "\3\6\0\0"sv,
-    "\4\6\0\0"sv,
-    "\5\6\0\0"sv,
-    "\0\7\0\0"sv,
-    "\xFF\xFF\0\0"sv,
-    "\0\x10\0\0"sv,
-    "\1\x10\0\0"sv,
-    "\2\x10\0\0"sv,
-    "\3\x10\0\0"sv,
-    "\xFF\xFF"sv,
-    "\xFF\xFF\xFF\xFF"sv,
-    "\0\0\0\x80"sv,
-    "\xC3\x28"sv,
-    "\xE6\xB8"sv,
-    "\xED\xA0\x80"sv,
-    "\xF4\x90\x80\x80"sv,
-    "\0\xD8"sv,
-    "\0\xDC"sv,
-};
-
 std::span<const std::uint8_t> bytesOf(const void* data, std::size_t size) {
   return {static_cast<const std::uint8_t*>(data), size};
 }
 
 }  // namespace
-
-std::span<const std::string_view> dictionary() {
-  return kDictionary;
-}
 
 void Mutator::mutate(Bytes& input, const Bytes& other, std::size_t longest) {
   for (std::size_t changes = 1 + below(8); changes > 0; --changes) {
@@ -118,7 +68,8 @@ void Mutator::insert(Bytes& input, std::span<const std::uint8_t> bytes, std::siz
 }
 
 void Mutator::useDictionary(Bytes& input, std::size_t longest) {
-  const std::string_view word = kDictionary[below(std::size(kDictionary))];
+  if (dictionary_.empty()) return;
+  const std::string& word = dictionary_[below(dictionary_.size())];
   const auto bytes = bytesOf(word.data(), word.size());
   below(2) == 0 ? overwrite(input, bytes) : insert(input, bytes, longest);
 }

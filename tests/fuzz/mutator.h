@@ -5,23 +5,22 @@
 #include <cstdint>
 #include <random>
 #include <span>
-#include <string_view>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace orva_accelerator::fuzz {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// Everything that the targets' formats know by heart: magics, message types, separators, numbers at
-// the edges of their ranges, and UTF-8 that is none.
-std::span<const std::string_view> dictionary();
-
 class Mutator {
  public:
-  // The same seed makes the same inputs of the same coverage.
-  explicit Mutator(std::uint64_t seed) : random_(seed) {}
+  // The same seed makes the same inputs of the same coverage and the same dictionary.
+  Mutator(std::uint64_t seed, std::vector<std::string> dictionary)
+      : random_(seed), dictionary_(std::move(dictionary)) {}
 
-  // One to eight changes; never longer than `longest`. `other` lends some of its bytes.
+  // One to eight changes; never longer than `longest`, which `input` may have reserved. `other`
+  // lends some of its bytes.
   void mutate(Bytes& input, const Bytes& other, std::size_t longest);
   std::size_t below(std::size_t limit) { return limit == 0 ? 0 : random_() % limit; }
 
@@ -33,6 +32,7 @@ class Mutator {
   void useDictionary(Bytes& input, std::size_t longest);
 
   std::mt19937_64 random_;
+  std::vector<std::string> dictionary_;
 };
 
 }  // namespace orva_accelerator::fuzz
