@@ -64,6 +64,10 @@ FaultRun runOnce(const char* function, std::size_t call) {
 FaultRun runWithFault(const char* function, std::size_t call) {
   FaultRun run = runOnce(function, call);
   for (int again = 0; again < 2 && run.figure("begun") == 0; ++again) {
+    const std::string code =
+        run.result.exitCode ? "exit code " + std::to_string(*run.result.exitCode) : "no exit code";
+    std::printf("call %zu of %s: the program was not begun, %s\n%s", call, function, code.c_str(),
+                run.result.errors.c_str());
     run = runOnce(function, call);
   }
   return run;
@@ -153,7 +157,10 @@ TEST_P(FailingCall, EndsAsDocumented) {
     expectOutcome(run, struck || !hasClients ? expected.outcome : Outcome::Unnoticed);
     EXPECT_TRUE(struck || call > 1) << "the function is never called";
     if (HasFailure()) std::printf("%s%s", run.result.output.c_str(), run.result.errors.c_str());
-    if (HasFailure() || !struck) return;
+    if (HasFailure() || !struck) {
+      std::printf("%zu runs, %zu of them with a call that failed\n", call, call - (struck ? 0 : 1));
+      return;
+    }
   }
 }
 

@@ -19,6 +19,7 @@
 #include "tests/faults/fault_stage.h"
 #include "tests/faults/persistent_client.h"
 #include "tests/support/running_server.h"
+#include "win32/detached_thread.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -197,10 +198,10 @@ void runSession(FaultStage& stage) {
   FaultStage& stage = *new FaultStage(function, call);  // For ever: threads go on using it.
   scriptLibrary(stage.kernel());
   std::atomic<bool> returned{false};
-  std::thread([&returned] {
+  win32::startDetachedThread([&returned] {
     service::serviceMain(0, nullptr);
     returned = true;
-  }).detach();
+  });
   if (!waitUntil([&] { return returned || stage.reportedState() == SERVICE_RUNNING; })) {
     endBroken("the service neither runs nor gives up");
   }
@@ -213,7 +214,7 @@ void runSession(FaultStage& stage) {
   say("finished", 1);
   (void)std::fflush(stdout);  // A report that is missing fails the test.
   if (returned) end(kServiceNeverRan);
-  std::thread([] { service::serviceControlHandler(SERVICE_CONTROL_STOP); }).detach();
+  win32::startDetachedThread([] { service::serviceControlHandler(SERVICE_CONTROL_STOP); });
   (void)waitUntil([] { return false; }, std::chrono::seconds(20));  // The process ends meanwhile.
   end(kStopDidNotEnd);
 }

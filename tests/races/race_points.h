@@ -25,7 +25,8 @@ class RacingThread {
   std::mt19937_64 random_;
 };
 
-// The names of all places that any thread has passed so far.
+// The names of all places of the service that any thread has passed so far: those that begin with
+// "race: ".
 std::vector<std::string> passedRacePoints();
 
 }  // namespace orva_accelerator::test

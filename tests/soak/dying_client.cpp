@@ -1,4 +1,5 @@
-// A client for tests that kill it: goes as far as its argument says, prints "there" and waits.
+// A client for tests that kill it: prints "begun", goes as far as its argument says, prints "there"
+// and waits.
 //   connected   has connected
 //   header      has sent the header of a request whose payload does not come
 //   unread      has sent a request and does not read the answer
@@ -40,6 +41,8 @@ client::Bytes messageFor(std::string_view moment, std::uint32_t clientId) {
 
 int main(int argc, char** argv) {
   if (argc != 3) return 2;
+  (void)std::puts("begun");
+  (void)std::fflush(stdout);  // Who waits for the line misses it if it cannot be written.
   const std::string_view moment = argv[1];
   const auto clientId = static_cast<std::uint32_t>(std::strtoul(argv[2], nullptr, 10));
   const client::Deadline deadline = client::Deadline::After(std::chrono::seconds(30));
@@ -51,7 +54,7 @@ int main(int argc, char** argv) {
     if (!pipe.value().Write(messageFor(moment, clientId), deadline, "write")) return 1;
   }
   (void)std::puts("there");
-  (void)std::fflush(stdout);  // Who waits for the line misses it if it cannot be written.
+  (void)std::fflush(stdout);  // As above.
   Sleep(60'000);
   return 0;
 }

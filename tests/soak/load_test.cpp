@@ -137,20 +137,37 @@ TEST_F(Load, AnswersOthersBesideClientsThatNeverRead) {
   EXPECT_TRUE(isAliveAndAnswers());
 }
 
+// Nothing, with the test failed, when the program does not begin. Wine swallows one start in some
+// thousands: the process ends before main, without a word. That is tried again.
+std::unique_ptr<ChildProcess> startDyingClient(const std::wstring& moment, std::size_t clientId) {
+  const std::wstring program = testFolder() + L"\\dying_client.exe";
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    auto client = std::make_unique<ChildProcess>(
+        program, std::vector<std::wstring>{moment, std::to_wstring(clientId)});
+    constexpr std::chrono::milliseconds kNow{0};
+    const bool decided = waitUntil(
+        [&] { return client->waitForOutput("begun", kNow) || client->wait(kNow); }, kLoadPatience);
+    if (client->waitForOutput("begun", kNow)) return client;
+    if (!decided) break;
+  }
+  ADD_FAILURE() << "the client does not begin";
+  return nullptr;
+}
+
 TEST_F(Load, OutlivesClientsThatAreKilledInTheMiddleOfARequest) {
   const std::size_t kills = amount(50, 1'000);
   constexpr std::array<const wchar_t*, 5> kMoments = {L"connected", L"header", L"unread", L"asking",
                                                       L"registered"};
-  const std::wstring program = testFolder() + L"\\dying_client.exe";
   ASSERT_TRUE(initialise());
   scenario(R"({"Kernel_GetAccelData": {"blockMs": 500}})");
   Witness witness;
   Progress progress("clients killed", kills);
   std::size_t killed = 0;
   for (; killed < kills && !HasFailure(); ++killed) {
-    ChildProcess client(program, {kMoments[killed % kMoments.size()], std::to_wstring(killed + 1)});
-    EXPECT_TRUE(client.waitForOutput("there", kLoadPatience)) << client.errors();
-    client.kill();
+    const auto client = startDyingClient(kMoments[killed % kMoments.size()], killed + 1);
+    if (!client) break;
+    EXPECT_TRUE(client->waitForOutput("there", kLoadPatience)) << client->errors();
+    client->kill();
     // Finds out about the ones that had registered.
     if (killed % 50 == 49) {
       RawPipeClient pipe;

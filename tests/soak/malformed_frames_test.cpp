@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -115,6 +116,10 @@ TEST_F(MalformedFrames, NeverKeepTheServiceFromAnsweringAGoodClient) {
   for (std::thread& thread : threads) thread.join();
   const bool stillWitnessed = witness.seesAnswers(2);
   witness.stop();
+  if (const std::optional<DWORD> code = waitForEnd(std::chrono::milliseconds(0))) {
+    ADD_FAILURE() << "the service has ended with code " << *code;
+    report_.figure("service ended with code", *code);
+  }
 
   std::size_t connections = witness.asked() / 2;
   std::size_t badRegistrations = 0;

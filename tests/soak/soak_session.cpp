@@ -9,7 +9,6 @@
 
 #include "client/requests.h"
 #include "ipc/wire_headers.h"
-#include "tests/support/handle_count.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -98,10 +97,10 @@ std::size_t SoakSession::peakWorkingSet() const {
   return memoryOf(process()).PeakWorkingSetSize;
 }
 
-std::size_t SoakSession::handles() const {
-  const std::optional<std::size_t> count = handleCount(processId());
-  EXPECT_TRUE(count) << "handles cannot be counted";
-  return count.value_or(0);
+HandleCounts SoakSession::handles() const {
+  const std::optional<HandleCounts> counts = handleCounts(processId());
+  EXPECT_TRUE(counts) << "handles cannot be counted";
+  return counts.value_or(HandleCounts());
 }
 
 bool SoakSession::startAgain() {
@@ -111,13 +110,18 @@ bool SoakSession::startAgain() {
   return static_cast<bool>(alive);
 }
 
-bool SoakSession::stopAndCheck() {
-  const std::optional<DWORD> code = stop();
+SoakSession::Stopped SoakSession::stopAndCheck() {
+  (void)sendControl(SERVICE_CONTROL_STOP);  // The end of the process is what tells.
+  const std::optional<DWORD> code = waitForEnd();
+  if (!code && isHeldUpByWine()) {
+    killService();
+    return Stopped::HeldUpByWine;
+  }
   EXPECT_TRUE(code) << "the service does not end";
   if (code) {
     EXPECT_EQ(*code, kDeliberateEnd);
   }
-  return code == kDeliberateEnd;
+  return code == kDeliberateEnd ? Stopped::AsMeant : Stopped::Wrongly;
 }
 
 }  // namespace orva_accelerator::test

@@ -93,7 +93,8 @@ TEST_F(StopUnderFire, EndsTheProcessAsItIsMeantAndLetsItStartAgain) {
   std::int64_t slowestMs = 0;
   std::size_t asked = 0;
   std::size_t overThreeSeconds = 0;
-  std::size_t stopped = 0;
+  std::size_t asMeant = 0;
+  std::size_t heldUpByWine = 0;
   for (std::size_t cycle = 0; cycle < cycles && !HasFailure(); ++cycle) {
     SCOPED_TRACE(testing::Message() << "cycle " << cycle << ", seed " << soakSeed());
     scenario(kScenarios[cycle % kScenarios.size()]);
@@ -101,21 +102,32 @@ TEST_F(StopUnderFire, EndsTheProcessAsItIsMeantAndLetsItStartAgain) {
     Fire fire;
     Sleep(static_cast<DWORD>(random() % 150));
     const auto begun = std::chrono::steady_clock::now();
-    if (stopAndCheck()) ++stopped;
+    const Stopped outcome = stopAndCheck();
     const auto taken = std::chrono::duration_cast<std::chrono::milliseconds>(
                            std::chrono::steady_clock::now() - begun)
                            .count();
-    slowestMs = std::max(slowestMs, taken);
-    if (taken > 3'000) ++overThreeSeconds;
+    if (outcome == Stopped::HeldUpByWine) {
+      ++heldUpByWine;
+    } else {
+      slowestMs = std::max(slowestMs, taken);
+      if (taken > 3'000) ++overThreeSeconds;
+    }
+    if (outcome == Stopped::AsMeant) ++asMeant;
     asked += fire.asked();
     if (!HasFailure()) (void)startAgain();
     progress.advance();
   }
   report_.figure("stops", static_cast<std::int64_t>(cycles));
-  report_.figure("with exit code 3", static_cast<std::int64_t>(stopped));
+  report_.figure("with exit code 3", static_cast<std::int64_t>(asMeant));
+  report_.figure("held up by Wine", static_cast<std::int64_t>(heldUpByWine));
   report_.figure("slowest end ms", slowestMs);
   report_.figure("slower than 3 s", static_cast<std::int64_t>(overThreeSeconds));
   report_.figure("requests answered under fire", static_cast<std::int64_t>(asked));
+  // What the service promises its manager. An ordinary test run shares its processors with other
+  // tests, and has a test's patience only.
+  if (isLongRun()) {
+    EXPECT_EQ(overThreeSeconds, 0U);
+  }
 }
 
 }  // namespace
