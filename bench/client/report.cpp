@@ -1,10 +1,6 @@
 #include "bench/client/report.h"
 
-#include <windows.h>
-
-#include <cstdio>
-#include <fstream>
-#include <stdexcept>
+#include <utility>
 
 #include "bench/client/svg_plot.h"
 
@@ -38,30 +34,11 @@ std::string judge(const Comparison& comparison, bool isMet) {
   return isMet ? "met" : "missed";
 }
 
-void writeFile(const std::string& path, const std::string& text) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file << text;
-  file.flush();
-  if (!file) throw std::runtime_error("cannot write " + path);
-}
-
 }  // namespace
-
-std::string number(double value, int digits) {
-  char text[64];
-  (void)std::snprintf(text, sizeof(text), "%.*f", digits, value);  // A cut number is seen.
-  return text;
-}
 
 void Report::beginTable(const std::string& title, const std::string& text,
                         const std::vector<std::string>& columns) {
-  std::printf("\n%s\n", title.c_str());
-  markdown_ += "\n### " + title + "\n\n" + text + "\n\n|";
-  for (const std::string& column : columns) markdown_ += " " + column + " |";
-  markdown_ += "\n|";
-  for (std::size_t i = 0; i < columns.size(); ++i) markdown_ += i == 0 ? "---|" : "---:|";
-  markdown_ += "\n";
-  json_.push_back({{"table", title}, {"rows", Json::array()}});
+  tables_.begin(title, text, columns);
 }
 
 void Report::beginComparison(const std::string& title, const std::string& text) {
@@ -109,13 +86,7 @@ void Report::addComparison(const std::string& label, const Rounds& rounds,
 }
 
 void Report::addRow(const std::vector<std::string>& cells, Json data) {
-  static const ULONGLONG start = GetTickCount64();
-  std::string line = "|";
-  for (const std::string& cell : cells) line += " " + cell + " |";
-  markdown_ += line + "\n";
-  json_.back()["rows"].push_back(std::move(data));
-  std::printf("%4llu s %s\n", (GetTickCount64() - start) / 1000, line.c_str());
-  (void)std::fflush(stdout);  // Whoever watches sees the row now, or nobody does.
+  tables_.add(cells, std::move(data));
   write();
 }
 
@@ -129,8 +100,7 @@ void Report::addPoint(int connections, const Rounds& rounds) {
 }
 
 void Report::write() const {
-  writeFile(folder_ + "/pipes.md", markdown_);
-  writeFile(folder_ + "/pipes.json", json_.dump(2) + "\n");
+  tables_.write(folder_ + "/pipes");
   if (points_.empty()) return;
   SvgPlot plot({"floor A", "floor B", "service"});
   for (const Point& point : points_) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "bench/client/rounds.h"
+#include "bench/common/tables.h"
 
 namespace orva_accelerator::bench {
 
@@ -47,12 +48,8 @@ class Report {
     std::vector<double> p99Us;
   };
   std::string folder_;
-  std::string markdown_;
-  nlohmann::ordered_json json_ = nlohmann::ordered_json::array();
+  Tables tables_;
   std::vector<Point> points_;
 };
-
-// A number with the given digits behind the point.
-std::string number(double value, int digits);
 
 }  // namespace orva_accelerator::bench

@@ -19,6 +19,7 @@
 
 #include "ipc/message_types.h"
 #include "ipc/wire_headers.h"
+#include "win32/detached_thread.h"
 
 namespace orva_accelerator::bench {
 namespace {
@@ -106,6 +107,7 @@ void servePushClient(HANDLE pipe, HANDLE never) {
 
 int main(int argc, char* argv[]) {
   using namespace orva_accelerator::bench;
+  namespace win32 = orva_accelerator::win32;
   if (argc != 2) {
     std::fputs("usage: orva_bench_floor NAME\n", stderr);
     return 2;
@@ -115,16 +117,18 @@ int main(int argc, char* argv[]) {
   (void)SetPriorityClass(GetCurrentProcess(), HIGH_PRIORITY_CLASS);  // As the service does.
   const HANDLE never = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   if (never == nullptr) return 1;
-  std::thread([pushName = name + L"_Push", never] {
+  win32::startDetachedThread([pushName = name + L"_Push", never] {
     for (;;) {
       if (const HANDLE pipe = acceptClient(pushName)) {
-        std::thread(servePushClient, pipe, never).detach();
+        win32::startDetachedThread([pipe, never] { servePushClient(pipe, never); });
       }
     }
-  }).detach();
+  });
+  // Kept, not detached, for the same reason for which win32/detached_thread.h exists.
+  std::vector<std::thread> connections;
   for (;;) {
     if (const HANDLE pipe = acceptClient(name + L"_Request")) {
-      std::thread(serveRequests, pipe).detach();
+      connections.emplace_back(serveRequests, pipe);
     }
   }
 }

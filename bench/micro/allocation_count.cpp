@@ -1,22 +1,13 @@
 #include "bench/micro/allocation_count.h"
 
-#include <cstdlib>
-#include <new>
+#include "tests/support/replaced_heap.h"
 
-namespace orva_accelerator::bench {
-
+namespace orva_accelerator {
+namespace bench {
 namespace {
 
 // Measurements allocate on one thread alone; a thread-local would cost more than it counts here.
 Allocations allocations;
-
-void* allocate(std::size_t size) {
-  void* const block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) throw std::bad_alloc();
-  ++allocations.blocks;
-  allocations.bytes += size;
-  return block;
-}
 
 }  // namespace
 
@@ -24,23 +15,13 @@ Allocations allocationsSoFar() {
   return allocations;
 }
 
-}  // namespace orva_accelerator::bench
+}  // namespace bench
 
-void* operator new(std::size_t size) {
-  return orva_accelerator::bench::allocate(size);
+void* test::allocateBlock(std::size_t size, bool /*isArray*/) {
+  void* const block = allocateFromRuntime(size);
+  ++bench::allocations.blocks;
+  bench::allocations.bytes += size;
+  return block;
 }
-void* operator new[](std::size_t size) {
-  return orva_accelerator::bench::allocate(size);
-}
-void operator delete(void* block) noexcept {
-  std::free(block);
-}
-void operator delete[](void* block) noexcept {
-  std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-  std::free(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
-  std::free(block);
-}
+
+}  // namespace orva_accelerator

@@ -1,7 +1,7 @@
 // The groups of measurements; each adds a table to the report.
 #pragma once
 
-#include "bench/micro/table.h"
+#include "bench/common/tables.h"
 
 namespace orva_accelerator::bench {
 

@@ -19,7 +19,7 @@ int main(int argc, char* argv[]) {
     measureConversions(tables);
     measureDispatchAfterManyConnections(tables);
     measureBroadcast(tables);
-    tables.write();
+    tables.write("micro");
     return 0;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "orva_bench_micro: %s\n", error.what());

@@ -1,4 +1,6 @@
-#include "bench/micro/table.h"
+#include "bench/common/tables.h"
+
+#include <windows.h>
 
 #include <cstdio>
 #include <fstream>
@@ -6,16 +8,12 @@
 
 namespace orva_accelerator::bench {
 
-namespace {
-
-void writeFile(const char* name, const std::string& text) {
-  std::ofstream file(name, std::ios::binary | std::ios::trunc);
+void writeFile(const std::string& path, const std::string& text) {
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
   file << text;
   file.close();
-  if (!file) throw std::runtime_error(std::string("cannot write ") + name);
+  if (!file) throw std::runtime_error("cannot write " + path);
 }
-
-}  // namespace
 
 std::string number(double value, int digits) {
   char text[64];
@@ -35,17 +33,18 @@ void Tables::begin(const std::string& title, const std::string& text,
 }
 
 void Tables::add(const std::vector<std::string>& cells, nlohmann::ordered_json data) {
+  static const ULONGLONG start = GetTickCount64();
   std::string line = "|";
   for (const std::string& cell : cells) line += " " + cell + " |";
   markdown_ += line + "\n";
   json_.back()["rows"].push_back(std::move(data));
-  std::printf("%s\n", line.c_str());
+  std::printf("%4llu s %s\n", (GetTickCount64() - start) / 1000, line.c_str());
   (void)std::fflush(stdout);  // Whoever watches sees the row now, or nobody does.
 }
 
-void Tables::write() const {
-  writeFile("micro.md", markdown_);
-  writeFile("micro.json", json_.dump(2) + "\n");
+void Tables::write(const std::string& name) const {
+  writeFile(name + ".md", markdown_);
+  writeFile(name + ".json", json_.dump(2) + "\n");
 }
 
 }  // namespace orva_accelerator::bench
