@@ -13,8 +13,8 @@ configure release
 mapfile -t tests < <(cmake --build --preset release --target help |
   sed -nE 's/^([a-z_]+_system_tests|installer_tests|resources_tests): phony$/\1/p' | sort -u)
 [[ ${#tests[@]} -ge 3 ]] || fail "no system tests found"
-build release OrvaAcceleratorService OpenKernel orvactl OpenKernelWithoutInit \
-  OpenKernelWithoutLastName "${tests[@]}"
+build release OrvaAcceleratorService OpenKernel orvactl OrvaClient orva_c_sample \
+  OpenKernelWithoutInit OpenKernelWithoutLastName "${tests[@]}"
 
 step "Collect the files"
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' build/release/CMakeCache.txt)
@@ -24,7 +24,8 @@ rm -rf "$kit" "$kit.zip"
 mkdir -p "$kit/bin/tests"
 cp scripts/acceptance.ps1 "$kit/"
 cp -r tests/vectors "$kit/"
-cp -r build/release/bin/{OrvaAcceleratorService.exe,orvactl.exe,accel_sdk,variants} "$kit/bin/"
+cp -r build/release/bin/{OrvaAcceleratorService.exe,orvactl.exe,OrvaClient.dll} "$kit/bin/"
+cp -r build/release/bin/{accel_sdk,samples,variants} "$kit/bin/"
 # With the programs that the tests start themselves.
 for file in build/release/bin/tests/*.exe; do
   program=$(basename "$file" .exe)

@@ -25,7 +25,7 @@ flags=(
   # What the headers, which are not Microsoft's, need to know.
   -fgnuc-version=12.2.0 -D__STRICT_ANSI__
   -DUNICODE -D_UNICODE -DWIN32_LEAN_AND_MEAN -DNOMINMAX -D_WIN32_WINNT=0x0A00
-  -DORVA_VERSION='"0.0.0"'
+  -DORVA_VERSION='"0.0.0"' -DORVA_CLIENT_STATIC
   -Wall -Wextra -Wpedantic -Werror
   # What GCC and clang take and Microsoft's compiler does not.
   -Wgnu -Wc99-extensions -Wc11-extensions -Wc++23-extensions -Wvla -Wreorder-init-list

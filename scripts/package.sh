@@ -29,7 +29,7 @@ if [[ -z $from ]]; then
   cd "$root"
   step "Build"
   configure release
-  build release OrvaAcceleratorService OpenKernel orvactl OrvaSetupHelper
+  build release OrvaAcceleratorService OpenKernel orvactl OrvaSetupHelper OrvaClient
   from=$root/build/release
 fi
 
@@ -47,6 +47,24 @@ add_program() {
   cp "$from/bin/${2:+$2/}$1" "$symbols/${2:-}"
   # -p keeps the time stamp in the file, which is none; otherwise it becomes the current time.
   x86_64-w64-mingw32-strip -p -o "$stage/${2:+$2/}$1" "$symbols/${2:+$2/}$1"
+}
+
+# What clients are written with: in the zip alone, since nobody plays with it.
+add_client_files() {
+  local client=$stage/client
+  mkdir -p "$client/include" "$client/lib" "$client/samples" "$symbols/client"
+  cp "$from/bin/OrvaClient.dll" "$symbols/client"
+  x86_64-w64-mingw32-strip -p -o "$client/OrvaClient.dll" "$symbols/client/OrvaClient.dll"
+  cp "$root/client/c/orva_client.h" "$client/include/"
+  cp "$from/client/c/libOrvaClient.dll.a" "$client/lib/"
+  # Microsoft's linker wants one of its own form.
+  lld-link-19 /lib /machine:x64 "/def:$from/client/c/OrvaClient.def" "/out:$client/lib/OrvaClient.lib"
+  cp "$root/samples/README.md" "$client/samples/"
+  local sample
+  for sample in c/session.c csharp/{OrvaSession.csproj,Program.cs,Protocol.cs,ServicePipe.cs} \
+    python/{orva_pipes.py,orva_protocol.py,session.py}; do
+    install -D "$root/samples/$sample" "$client/samples/$sample"
+  done
 }
 
 # deterministic_zip FILE FOLDER: of the folder itself with all that is in it.
@@ -73,11 +91,11 @@ else
   install -D "$root/installer/PUT-OpenKernel.dll-HERE.txt" \
     "$stage/$library/PUT-OpenKernel.dll-HERE.txt"
 fi
-for page in protocol orvactl security; do
+add_client_files
+for page in protocol c-interface orvactl security; do
   install -D "$root/docs/$page.md" "$stage/docs/$page.md"
 done
-mkdir -p "$stage/docs/vectors"
-cp "$root"/tests/vectors/* "$stage/docs/vectors/"
+cp "$root/docs/protocol-vectors.json" "$stage/docs/"
 normalise "$stage" "$symbols"
 
 step "Pack $name.zip"
@@ -89,7 +107,7 @@ step "Pack $name-setup.exe"
 files=$to/$name-files.nsh
 (
   cd "$stage"
-  find . -type d | LC_ALL=C sort | while read -r folder; do
+  find . -path ./client -prune -o -type d -print | LC_ALL=C sort | while read -r folder; do
     windows_folder=${folder#.}
     printf 'SetOutPath "$INSTDIR%s"\n' "${windows_folder//\//\\}"
     find "$folder" -maxdepth 1 -type f | LC_ALL=C sort | while read -r file; do
@@ -100,7 +118,7 @@ files=$to/$name-files.nsh
 helper=$to/OrvaSetupHelper-$name.exe
 x86_64-w64-mingw32-strip -p -o "$helper" "$from/installer/OrvaSetupHelper.exe"
 normalise "$helper"
-size_kb=$(find "$stage" -type f -printf '%s\n' | awk '{ bytes += $1 } END { print int(bytes / 1024) + 1 }')
+size_kb=$(find "$stage" -path "$stage/client" -prune -o -type f -printf '%s\n' | awk '{ bytes += $1 } END { print int(bytes / 1024) + 1 }')
 makensis -V2 -WX -NOCD -INPUTCHARSET UTF8 \
   -DVERSION="$version" -DFILES="$files" -DHELPER="$helper" \
   -DSIZE_KB="$size_kb" -DOUTPUT="$to/$name-setup.exe" \

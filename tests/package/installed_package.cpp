@@ -115,7 +115,13 @@ std::filesystem::path InstalledPackage::installFolder() {
 }
 
 FileTree InstalledPackage::packaged(Package package) {
-  return filesBelow(packageFolder() / packageName(package));
+  FileTree files = filesBelow(packageFolder() / packageName(package));
+  std::erase_if(files, [](const auto& file) { return file.first.starts_with("client/"); });
+  return files;
+}
+
+FileTree InstalledPackage::clientFiles(Package package) {
+  return filesBelow(packageFolder() / packageName(package) / "client");
 }
 
 FileTree InstalledPackage::installed() {

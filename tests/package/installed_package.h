@@ -37,8 +37,10 @@ class InstalledPackage : public ServiceFixture {
   }
   static std::filesystem::path libraryFolder() { return installFolder() / "accel_sdk" / "sdk_x64"; }
 
-  // What a package consists of, without the uninstaller.
+  // What a package consists of, without what only the zip has.
   static FileTree packaged(Package package);
+  // What only the zip has, in its folder "client".
+  static FileTree clientFiles(Package package);
   // What is installed, without the uninstaller.
   static FileTree installed();
 

@@ -35,9 +35,26 @@ TEST_F(Installer, PutsEveryFileOfThePackageInPlace) {
   EXPECT_EQ(installed(), packaged(Package::kOrdinary));
   EXPECT_TRUE(std::filesystem::exists(installFolder() / "Uninstall.exe"));
   EXPECT_THAT(installed(), Contains(Key("docs/protocol.md")));
-  EXPECT_THAT(installed(), Contains(Key("docs/vectors/requests.json")));
+  EXPECT_THAT(installed(), Contains(Key("docs/protocol-vectors.json")));
   EXPECT_THAT(installed(), Contains(Key(kNote)));
   EXPECT_THAT(installed(), Not(Contains(Key(kLibrary))));
+}
+
+TEST_F(Installer, LeavesWhatClientsAreWrittenWithToTheZip) {
+  for (const Package package : {Package::kOrdinary, Package::kDeveloper}) {
+    const FileTree files = clientFiles(package);
+    for (const char* file : {"OrvaClient.dll", "include/orva_client.h", "lib/OrvaClient.lib",
+                             "lib/libOrvaClient.dll.a", "samples/README.md", "samples/c/session.c",
+                             "samples/csharp/OrvaSession.csproj", "samples/csharp/Program.cs",
+                             "samples/csharp/Protocol.cs", "samples/csharp/ServicePipe.cs",
+                             "samples/python/orva_pipes.py", "samples/python/orva_protocol.py",
+                             "samples/python/session.py"}) {
+      EXPECT_THAT(files, Contains(Key(file)));
+    }
+    EXPECT_EQ(files.size(), 13u);
+  }
+  ASSERT_EQ(setup(Package::kOrdinary), 0u);
+  EXPECT_FALSE(std::filesystem::exists(installFolder() / "client"));
 }
 
 TEST_F(Installer, RegistersTheService) {
