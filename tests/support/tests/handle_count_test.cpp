@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "tests/support/child_process.h"
 #include "win32/unique_handle.h"
 
 namespace orva_accelerator::test {
@@ -44,6 +45,24 @@ TEST(HandleCount, TellsThreadsFromTheRest) {
   const auto after = handleCounts();
   ASSERT_TRUE(after);
   EXPECT_EQ(after->threads, before->threads);
+  EXPECT_EQ(after->others, before->others);
+}
+
+TEST(HandleCount, CountsThoseOfAnotherProcess) {
+  ChildProcess child(testFolder() + L"\\test_support_child.exe", {L"hang"});
+  ASSERT_EQ(child.startError(), 0U);
+  ASSERT_TRUE(child.waitForOutput("hanging"));
+  const auto before = handleCounts(child.id());
+  ASSERT_TRUE(before);
+  EXPECT_GT(before->threads + before->others, 0U);
+  for (int i = 0; i < 3; ++i) {
+    HANDLE given = nullptr;  // Goes with the child.
+    ASSERT_TRUE(DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), child.handle(), &given, 0,
+                                FALSE, DUPLICATE_SAME_ACCESS));
+  }
+  const auto after = handleCounts(child.id());
+  ASSERT_TRUE(after);
+  EXPECT_EQ(after->threads, before->threads + 3);
   EXPECT_EQ(after->others, before->others);
 }
 
