@@ -1,4 +1,5 @@
 #include <string>
+#include <vector>
 
 #include "bench/client/pipe_client.h"
 #include "bench/client/process_figures.h"
@@ -42,6 +43,28 @@ Slot askOften(RequestPipe& pipe, int requests) {
   return slot;
 }
 
+// What connections that are over have left behind.
+struct Remains {
+  int finished;
+  double serviceKiB;
+  double wineServerKiB;
+};
+
+void tellRemains(const std::vector<Remains>& remains, Report& report) {
+  report.beginTable(
+      "Connections that are over",
+      "The service keeps a thread object and a handle for every connection that it ever had. What "
+      "the process and the Wine server, which keeps the handles, have grown by.",
+      {"finished", "service KiB", "Wine server KiB", "service bytes a connection"});
+  for (const auto& [finished, serviceKiB, wineServerKiB] : remains) {
+    const double bytes = finished == 0 ? 0 : serviceKiB * 1024 / finished;
+    report.addRow(
+        {std::to_string(finished), number(serviceKiB, 0), number(wineServerKiB, 0),
+         number(bytes, 0)},
+        {{"finished", finished}, {"serviceKiB", serviceKiB}, {"wineServerKiB", wineServerKiB}});
+  }
+}
+
 }  // namespace
 
 void measureConnecting(const Plan& plan, Report& report) {
@@ -57,37 +80,30 @@ void measureConnecting(const Plan& plan, Report& report) {
 }
 
 void measureFinishedConnections(const Plan& plan, Report& report) {
-  report.beginTable(
-      "Connections that are over",
-      "The service keeps a thread object and a handle for every connection that it ever had. "
-      "Round trips without payload on one connection made afterwards, and what the process and "
-      "the Wine server, which keeps the handles, have grown by.",
-      {"finished since", "service /s", "p50 µs", "service KiB", "Wine server KiB",
-       "service bytes a connection"});
+  report.beginComparison(
+      "Requests after many connections",
+      "Round trips without payload on one connection, after so many connections to the service "
+      "have "
+      "come and gone. The floors had none of them, but are served by the same Wine server.");
   const Server& product = plan.servers[Product];
   const double residentBefore = residentKiB(product.processId);
   const double wineBefore = residentKiB(plan.wineServerProcessId);
+  std::vector<Remains> remains;
   int finished = 0;
   for (const int target : {0, plan.finishedConnections / 10, plan.finishedConnections}) {
     (void)connectAndAsk(product, target - finished);  // Only its remains count.
     finished = target;
-    RequestPipe pipe(product.requestPipe);
-    (void)askOften(pipe, plan.requests);  // Warms up.
-    const Rounds rounds =
-        runRounds(plan.rounds, 1, [&](std::size_t) { return askOften(pipe, plan.requests); });
-    const double perSecond = median(figures(rounds[0], operationsPerSecond));
-    const double p50 = median(figures(rounds[0], p50Us));
-    const double grown = residentKiB(product.processId) - residentBefore;
-    const double wineGrown = residentKiB(plan.wineServerProcessId) - wineBefore;
-    const double bytes = finished == 0 ? 0 : grown * 1024 / finished;
-    report.addRow({std::to_string(finished), number(perSecond, 0), number(p50, 0), number(grown, 0),
-                   number(wineGrown, 0), number(bytes, 0)},
-                  {{"finished", finished},
-                   {"perSecond", perSecond},
-                   {"p50Us", p50},
-                   {"serviceKiB", grown},
-                   {"wineServerKiB", wineGrown}});
+    remains.push_back({finished, residentKiB(product.processId) - residentBefore,
+                       residentKiB(plan.wineServerProcessId) - wineBefore});
+    std::vector<RequestPipe> pipes;
+    for (const Server& server : plan.servers) pipes.emplace_back(server.requestPipe);
+    const auto measure = [&](std::size_t server) { return askOften(pipes[server], plan.requests); };
+    for (std::size_t server = 0; server < pipes.size(); ++server)
+      (void)measure(server);  // Warms up.
+    report.addComparison(std::to_string(finished) + " finished",
+                         runRounds(plan.rounds, pipes.size(), measure), std::nullopt);
   }
+  tellRemains(remains, report);
 }
 
 }  // namespace orva_accelerator::bench

@@ -58,8 +58,8 @@ int run(int argc, char** argv) {
     measureRequests(plan, report);
     measureConnecting(plan, report);
     measureQueries(plan, report);
-    measureFinishedConnections(plan, report);
     measurePushes(plan, report);
+    measureFinishedConnections(plan, report);
     report.write();
   }
   return 0;

@@ -18,7 +18,7 @@ struct Plan {
   int window = 1;                    // Requests under way at a time; 0 for all connections.
   std::vector<int> connections = {1, 2, 8, 64, 255, 1000};
   std::vector<int> pushClients = {1, 10, 100, 500};
-  int finishedConnections = 10'000;
+  int finishedConnections = 100'000;
 };
 
 }  // namespace orva_accelerator::bench
