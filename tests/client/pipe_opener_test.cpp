@@ -85,6 +85,26 @@ TEST(PipeOpener, DoesNotTryAgainAfterAnyOtherError) {
   EXPECT_EQ(hook.callCount(), 1u);
 }
 
+TEST(PipeOpener, KeepsTheCodeOfAnErrorThatNobodyKnows) {
+  ImportHook<decltype(CreateFileW)> hook("kernel32.dll", "CreateFileW");
+  hook.failAllCalls(ERROR_NOT_ENOUGH_MEMORY, INVALID_HANDLE_VALUE);
+  const auto pipe = open(test::uniquePipeName(L"unknown"), patient());
+  ASSERT_FALSE(pipe.ok());
+  EXPECT_EQ(Describe(pipe.error()),
+            "Could not open the test pipe: the pipe cannot be opened (Win32 error 8)");
+}
+
+TEST(PipeOpener, FailsWhenThereIsNoEventToWaitFor) {
+  const auto name = test::uniquePipeName(L"no_event");
+  ServerEnd end(name);
+  ImportHook<decltype(CreateEventW)> hook("kernel32.dll", "CreateEventW");
+  hook.failAllCalls(ERROR_NOT_ENOUGH_MEMORY, nullptr);
+  const auto pipe = open(name, patient());
+  ASSERT_FALSE(pipe.ok());
+  EXPECT_EQ(pipe.error().kind, ErrorKind::System);
+  EXPECT_EQ(pipe.error().win32Code, DWORD{ERROR_NOT_ENOUGH_MEMORY});
+}
+
 TEST(PipeOpener, OpensAtTheAnonymousLevelForOverlappedUse) {
   const auto name = test::uniquePipeName(L"anonymous");
   ServerEnd end(name);

@@ -1,8 +1,11 @@
 #include "client/process_watch.h"
 
 #include <gtest/gtest.h>
+#include <tlhelp32.h>
 
+#include "tests/support/bounded_wait.h"
 #include "tests/support/child_process.h"
+#include "tests/support/import_patch.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -37,6 +40,42 @@ TEST(ProcessWatch, FindsNoProcessUnderAnIdThatIsNotGivenOut) {
   // Ids are multiples of four.
   EXPECT_FALSE(IsListed(0x7FFFFFFD));
   EXPECT_TRUE(ProcessWatch(0x7FFFFFFD).hasEnded());
+}
+
+// What an ordinary user meets with a process of LocalSystem.
+class UnopenedProcess : public testing::Test {
+ protected:
+  UnopenedProcess() { open_.failAllCalls(ERROR_ACCESS_DENIED, nullptr); }
+
+  ImportHook<decltype(OpenProcess)> open_{"kernel32.dll", "OpenProcess"};
+};
+
+TEST_F(UnopenedProcess, IsLookedForInTheList) {
+  ChildProcess child(testFolder() + L"\\test_support_child.exe", {L"hang"});
+  ASSERT_EQ(child.startError(), 0u);
+  const ProcessWatch watch(child.id());
+  EXPECT_EQ(open_.callCount(), 2u);
+  EXPECT_FALSE(watch.hasEnded());
+  EXPECT_FALSE(watch.EndedWithin(10));
+  child.kill();
+  // It stays in the list for a moment.
+  EXPECT_TRUE(waitUntil([&] { return watch.EndedWithin(1); }));
+  EXPECT_TRUE(watch.hasEnded());
+  EXPECT_FALSE(watch.ExitCode());
+}
+
+TEST_F(UnopenedProcess, CountsAsAliveWhenTheListCannotBeHad) {
+  const ProcessWatch watch(GetCurrentProcessId());
+  ImportHook<decltype(CreateToolhelp32Snapshot)> list("kernel32.dll", "CreateToolhelp32Snapshot");
+  list.failAllCalls(ERROR_NOT_ENOUGH_MEMORY, INVALID_HANDLE_VALUE);
+  EXPECT_FALSE(watch.EndedWithin(1));
+}
+
+TEST_F(UnopenedProcess, CountsAsAliveWhenTheListBreaksOff) {
+  const ProcessWatch watch(0x7FFFFFFD);
+  ImportHook<decltype(Process32FirstW)> first("kernel32.dll", "Process32FirstW");
+  first.failAllCalls(ERROR_NOT_ENOUGH_MEMORY, FALSE);
+  EXPECT_FALSE(watch.hasEnded());
 }
 
 }  // namespace

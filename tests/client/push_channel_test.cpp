@@ -110,6 +110,19 @@ TEST_F(PushChannelTest, DropsAMessageThatFitsNowhereAndGoesOn) {
   EXPECT_TRUE(channel_->Next(patient()).ok());
 }
 
+TEST_F(PushChannelTest, ThrowsAwayAMessageThatIsLongerThanAnyAndGoesOn) {
+  std::thread writer([&] { EXPECT_TRUE(end_.write(Bytes(PushChannel::kLongestMessage + 1))); });
+  const auto tooLong = channel_->Next(patient());
+  writer.join();
+  ASSERT_FALSE(tooLong.ok());
+  EXPECT_EQ(tooLong.error().kind, ErrorKind::Protocol);
+  EXPECT_EQ(tooLong.error().text, "a message of more than 67108864 bytes came");
+  EXPECT_EQ(tooLong.error().win32Code, 0u);
+  ASSERT_TRUE(end_.write(golden("user_login_succeeded").header()));
+  ASSERT_TRUE(end_.write(golden("user_login_succeeded").payload()));
+  EXPECT_TRUE(channel_->Next(patient()).ok());
+}
+
 TEST_F(PushChannelTest, SaysThatTheServiceEndedTheConnection) {
   end_.disconnect();
   const auto next = channel_->Next(patient());
