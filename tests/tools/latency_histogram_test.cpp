@@ -46,6 +46,12 @@ TEST(LatencyHistogram, KeepsTheLargestAsItIs) {
   EXPECT_EQ(latencies.count(), 2u);
 }
 
+TEST(LatencyHistogram, GivesTheLargestForMoreThanAll) {
+  LatencyHistogram latencies;
+  latencies.Add(5);
+  EXPECT_EQ(latencies.Percentile(101), 5u);
+}
+
 TEST(LatencyHistogram, AddsUp) {
   LatencyHistogram one;
   LatencyHistogram other;

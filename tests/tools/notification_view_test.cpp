@@ -33,6 +33,23 @@ TEST(NotificationView, ShowsStopsAndLoginsInOneLine) {
             "login     client 9  failed        code -1");
 }
 
+TEST(NotificationView, ShowsWhatItDoesNotKnowInOneLine) {
+  EXPECT_EQ(NotificationText({9, 0x2000, 1, client::UnknownResult{{0xAB, 2}}}, 7),
+            "unknown   client 9  not understood  payload ab02");
+  EXPECT_EQ(NotificationText({7, 0x1002, 0, client::StopResult{false, 5, ""}}, 7),
+            "stop      client 7 (own)  failed        code 5");
+}
+
+TEST(NotificationView, SaysThatLengthsOfTextsHaveWrapped) {
+  client::Notification notification = start(4);
+  notification.type = 0x1001;
+  EXPECT_FALSE(ToJson(notification, 7).contains("textLengthsWrapped"));
+  std::get<client::AccelResult>(notification.body).textLengthsWrapped = true;
+  const Json json = ToJson(notification, 7);
+  EXPECT_EQ(json.at("notification"), "start-ex");
+  EXPECT_EQ(json.at("textLengthsWrapped"), true);
+}
+
 TEST(NotificationView, GivesProgramsEveryField) {
   EXPECT_EQ(
       OneLine(ToJson(start(5), 7)),

@@ -67,6 +67,10 @@ TEST_F(OrvactlFailure, IsFiveWhenTheAnswerIsNo) {
   const auto init = run({"init"});
   EXPECT_EQ(init.exitCode, 5u);
   EXPECT_NE(init.err.find("-1, the library could not be loaded"), std::string::npos) << init.err;
+  service_.answerWith("sdk_init_not_resolved");
+  const auto lacking = run({"init"});
+  EXPECT_EQ(lacking.exitCode, 5u);
+  EXPECT_NE(lacking.err.find("-2, the library lacks a function"), std::string::npos);
   service_.answerWith("start_accel_refused");
   EXPECT_EQ(run({"start"}).exitCode, 5u);
   service_.answerWith("get_game_last_accel_info_failed");
@@ -75,6 +79,25 @@ TEST_F(OrvactlFailure, IsFiveWhenTheAnswerIsNo) {
   EXPECT_EQ(run({"speed", "1", "2", "key"}).exitCode, 5u);
   service_.answerWith("get_game_accel_info_failed");
   EXPECT_EQ(run({"game", "1"}).exitCode, 5u);
+}
+
+TEST_F(OrvactlFailure, ShowsAnAnswerToInitThatNobodyKnows) {
+  const auto header = goldenVector("responses.json", "sdk_init_initialised").header();
+  service_.answer(0x100, {Bytes(header.begin(), header.end()), Bytes{7, 0, 0, 0}});
+  const auto result = run({"init"});
+  EXPECT_EQ(result.exitCode, 5u);
+  EXPECT_NE(result.err.find("7, not understood"), std::string::npos) << result.err;
+}
+
+TEST_F(OrvactlFailure, IsFourWhenAStepBeforeTheWaitIsNeverAnswered) {
+  service_.answer(0xFFFF, {});
+  EXPECT_EQ(run({"stop", "--wait", "--timeout", "50ms"}).exitCode, 4u);
+  service_.answerWith("heartbeat");
+  service_.answer(0x502, {});
+  EXPECT_EQ(run({"stop", "--wait", "--timeout", "50ms"}).exitCode, 4u);
+  EXPECT_EQ(run({"stop", "--timeout", "50ms"}).exitCode, 4u);
+  service_.answer(0x102, {});
+  EXPECT_EQ(run({"release", "--timeout", "50ms"}).exitCode, 4u);
 }
 
 TEST_F(OrvactlFailure, IsFiveWhenTheServiceDoesNotKnowTheRequest) {

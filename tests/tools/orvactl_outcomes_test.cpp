@@ -84,6 +84,15 @@ TEST_F(OrvactlOutcome, IsFiveWhenTheLoginFails) {
   EXPECT_NE(result.err.find("20001"), std::string::npos) << result.err;
 }
 
+TEST_F(OrvactlOutcome, IsFiveWhenTheStopFails) {
+  answerEverything();
+  service_.announceAfter(0x502, {"stop_accel_negative_code"});
+  const auto result = run({"stop", "--wait"});
+  EXPECT_EQ(result.exitCode, 5u);
+  EXPECT_NE(result.err.find("the library could not stop: code -7"), std::string::npos)
+      << result.err;
+}
+
 TEST_F(OrvactlOutcome, IsFourWhenNothingIsAnnounced) {
   answerEverything();
   service_.announceAfter(0x101, {});
