@@ -5,6 +5,8 @@
 #include <sstream>
 #include <system_error>
 
+#include "tests/support/process_start.h"
+
 namespace orva_accelerator::test {
 namespace {
 
@@ -25,13 +27,12 @@ std::string packageName(Package package) {
 // The programs look for /S without quotation marks. Nor may what they start end with them, as what
 // a ChildProcess starts does: the uninstaller goes on as a copy of itself.
 std::optional<DWORD> runSilently(const std::filesystem::path& program) {
-  std::wstring line = L"\"" + program.wstring() + L"\" /S";
+  const std::wstring line = L"\"" + program.wstring() + L"\" /S";
   STARTUPINFOW startup = {};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION started = {};
-  if (!CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                      &startup, &started)) {
-    ADD_FAILURE() << program << " cannot be started, error " << GetLastError();
+  if (const DWORD error = startProcess(program.wstring(), line, 0, {}, startup, started)) {
+    ADD_FAILURE() << program << " cannot be started, error " << error;
     return std::nullopt;
   }
   const win32::UniqueKernelHandle thread(started.hThread);

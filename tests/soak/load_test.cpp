@@ -144,6 +144,8 @@ std::unique_ptr<ChildProcess> startDyingClient(const std::wstring& moment, std::
   for (int attempt = 0; attempt < 3; ++attempt) {
     auto client = std::make_unique<ChildProcess>(
         program, std::vector<std::wstring>{moment, std::to_wstring(clientId)});
+    EXPECT_EQ(client->startError(), 0U);
+    if (client->startError() != 0) return nullptr;
     constexpr std::chrono::milliseconds kNow{0};
     const bool decided = waitUntil(
         [&] { return client->waitForOutput("begun", kNow) || client->wait(kNow); }, kLoadPatience);

@@ -1,7 +1,8 @@
 #include "tests/support/child_process.h"
 
 #include <atomic>
-#include <memory>
+
+#include "tests/support/process_start.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -96,11 +97,8 @@ ChildProcess::ChildProcess(const std::wstring& program, const std::vector<std::w
 
   PROCESS_INFORMATION information{};
   // Suspended until it belongs to the job, so that whatever it starts belongs to it too.
-  if (!CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED,
-                      nullptr, folder.empty() ? nullptr : folder.c_str(), &startup, &information)) {
-    startError_ = GetLastError();
-    return;
-  }
+  startError_ = startProcess(program, line, CREATE_SUSPENDED, folder, startup, information);
+  if (startError_ != 0) return;
   process_.reset(information.hProcess);
   id_ = information.dwProcessId;
   const win32::UniqueKernelHandle thread(information.hThread);
@@ -154,18 +152,16 @@ void ChildProcess::kill() {
 
 ChildResult runChild(const std::wstring& program, const std::vector<std::wstring>& arguments,
                      std::chrono::milliseconds limit) {
-  auto child = std::make_unique<ChildProcess>(program, arguments);
-  // Wine refuses one start in some thousands, and grants it the next time.
-  if (child->startError() != 0) child = std::make_unique<ChildProcess>(program, arguments);
+  ChildProcess child(program, arguments);
   ChildResult result;
-  if (child->startError() != 0) {
-    result.errors = "cannot be started, error " + std::to_string(child->startError());
+  if (child.startError() != 0) {
+    result.errors = "cannot be started, error " + std::to_string(child.startError());
     return result;
   }
-  result.exitCode = child->wait(limit);
-  if (!result.exitCode) child->kill();
-  result.output = child->output();
-  result.errors = child->errors();
+  result.exitCode = child.wait(limit);
+  if (!result.exitCode) child.kill();
+  result.output = child.output();
+  result.errors = child.errors();
   return result;
 }
 

@@ -66,7 +66,7 @@ struct ChildResult {
   std::string errors;  // Or why it could not be started.
 };
 
-// Starts a program, if need be at the second attempt, and waits for its end.
+// Starts a program and waits for its end.
 ChildResult runChild(const std::wstring& program, const std::vector<std::wstring>& arguments = {},
                      std::chrono::milliseconds limit = std::chrono::seconds(30));
 

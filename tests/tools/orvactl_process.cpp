@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <fstream>
-#include <iterator>
+#include <optional>
 #include <sstream>
 
 namespace orva_accelerator::test {
@@ -23,44 +21,10 @@ std::string narrow(const std::wstring& text) {
   return std::string(text.begin(), text.end());
 }
 
-// Tests run from bin/tests, orvactl from bin.
-std::wstring orvactlPath() {
-  wchar_t path[1024];
-  const DWORD length = GetModuleFileNameW(nullptr, path, 1024);
-  EXPECT_TRUE(length > 0 && length < 1024);
-  std::wstring folder(path, length);
-  for (int up = 0; up < 2; ++up) folder.resize(folder.find_last_of(L'\\'));
-  return folder + L"\\orvactl.exe";
-}
-
-// No argument of these tests contains quotes or ends with a backslash.
-std::wstring commandLine(const std::vector<std::string>& arguments) {
-  std::wstring line = L"\"" + orvactlPath() + L"\"";
-  for (const std::string& argument : arguments) line += L" \"" + wide(argument) + L"\"";
-  return line;
-}
-
-std::wstring temporaryPath() {
-  static std::atomic<unsigned> count{0};
-  wchar_t folder[MAX_PATH + 1];
-  const DWORD length = GetTempPathW(MAX_PATH + 1, folder);
-  EXPECT_NE(length, 0u) << GetLastError();
-  return std::wstring(folder, length) + L"orvactl_" + std::to_wstring(GetCurrentProcessId()) +
-         L"_" + std::to_wstring(++count) + L".txt";
-}
-
-win32::UniqueFileHandle createInherited(const std::wstring& path) {
-  SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-  win32::UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_WRITE,
-                                           FILE_SHARE_READ | FILE_SHARE_DELETE, &inherited,
-                                           CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-  EXPECT_TRUE(file) << GetLastError();
-  return file;
-}
-
-std::string contents(const std::wstring& path) {
-  std::ifstream file(narrow(path), std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), {});
+std::vector<std::wstring> wide(const std::vector<std::string>& arguments) {
+  std::vector<std::wstring> texts;
+  for (const std::string& argument : arguments) texts.push_back(wide(argument));
+  return texts;
 }
 
 }  // namespace
@@ -73,38 +37,14 @@ std::vector<nlohmann::json> OrvactlResult::jsonLines() const {
 }
 
 OrvactlProcess::OrvactlProcess(const std::vector<std::string>& arguments)
-    : outPath_(temporaryPath()), errPath_(temporaryPath()) {
-  const win32::UniqueFileHandle out = createInherited(outPath_);
-  const win32::UniqueFileHandle err = createInherited(errPath_);
-  STARTUPINFOW startup{};
-  startup.cb = sizeof(startup);
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdOutput = out.get();
-  startup.hStdError = err.get();
-  PROCESS_INFORMATION created{};
-  std::wstring line = commandLine(arguments);
-  const BOOL started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                      nullptr, &startup, &created);
-  const DWORD error = GetLastError();
-  EXPECT_TRUE(started) << error;
-  const win32::UniqueKernelHandle thread(created.hThread);
-  process_.reset(created.hProcess);
-}
-
-OrvactlProcess::~OrvactlProcess() {
-  (void)TerminateProcess(process_.get(), 99);  // Fails for one that has ended, as it should have.
-  (void)DeleteFileW(outPath_.c_str());         // What stays behind is in the temporary folder.
-  (void)DeleteFileW(errPath_.c_str());
+    : process_(shippedFile(L"orvactl.exe"), wide(arguments)) {
+  EXPECT_EQ(process_.startError(), 0U);
 }
 
 OrvactlResult OrvactlProcess::finish() {
-  const DWORD limit = static_cast<DWORD>(3 * kPatience.count());
-  EXPECT_EQ(WaitForSingleObject(process_.get(), limit), WAIT_OBJECT_0) << "orvactl does not end";
-  OrvactlResult result;
-  EXPECT_TRUE(GetExitCodeProcess(process_.get(), &result.exitCode));
-  result.out = contents(outPath_);
-  result.err = contents(errPath_);
-  return result;
+  const std::optional<DWORD> exitCode = process_.wait(3 * kPatience);
+  EXPECT_TRUE(exitCode) << "orvactl does not end";
+  return {exitCode.value_or(0), process_.output(), process_.errors()};
 }
 
 OrvactlResult runOrvactl(const std::vector<std::string>& arguments) {

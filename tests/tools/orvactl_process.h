@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "tests/client/fake_service.h"
-#include "win32/unique_handle.h"
+#include "tests/support/child_process.h"
 
 namespace orva_accelerator::test {
 
@@ -21,19 +21,16 @@ struct OrvactlResult {
   std::vector<nlohmann::json> jsonLines() const;
 };
 
-// One run; its outputs go to files of their own. Arguments are UTF-8.
+// One run. Arguments are UTF-8.
 class OrvactlProcess {
  public:
   explicit OrvactlProcess(const std::vector<std::string>& arguments);
-  ~OrvactlProcess();
 
   // Waits for the end, at most three times kPatience: a run may have to time out by itself.
   OrvactlResult finish();
 
  private:
-  std::wstring outPath_;
-  std::wstring errPath_;
-  win32::UniqueKernelHandle process_;
+  ChildProcess process_;
 };
 
 OrvactlResult runOrvactl(const std::vector<std::string>& arguments);

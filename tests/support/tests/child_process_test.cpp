@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include "tests/support/import_patch.h"
+
 namespace orva_accelerator::test {
 namespace {
 
@@ -55,6 +57,25 @@ TEST(ChildProcess, ReportsAProgramThatDoesNotExist) {
   EXPECT_EQ(child.startError(), static_cast<DWORD>(ERROR_FILE_NOT_FOUND));
   EXPECT_EQ(child.wait(), std::nullopt);
   EXPECT_EQ(runChild(L"C:\\no_such_program.exe").exitCode, std::nullopt);
+}
+
+using CreateHook = ImportHook<decltype(CreateProcessW)>;
+
+TEST(ChildProcess, IsStartedAgainAfterAnInternalErrorOfTheSystem) {
+  CreateHook create("kernel32.dll", "CreateProcessW");
+  create.failCalls(1, 2, ERROR_INTERNAL_ERROR, FALSE);
+  ChildProcess child(helper(), {L"exit", L"5"});
+  EXPECT_EQ(child.startError(), 0U);
+  EXPECT_EQ(child.wait(), 5U);
+}
+
+TEST(ChildProcess, IsNotStartedForEverNorAfterAnotherError) {
+  CreateHook create("kernel32.dll", "CreateProcessW");
+  create.failCalls(1, 3, ERROR_INTERNAL_ERROR, FALSE);
+  EXPECT_EQ(ChildProcess(helper(), {L"exit", L"5"}).startError(), DWORD{ERROR_INTERNAL_ERROR});
+  create.failCall(4, ERROR_ACCESS_DENIED, FALSE);
+  EXPECT_EQ(ChildProcess(helper(), {L"exit", L"5"}).startError(), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(create.callCount(), 4U);
 }
 
 TEST(ShippedFile, LiesAboveTheTests) {
