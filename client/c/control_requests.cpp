@@ -1,4 +1,6 @@
 // The requests that change something, and those about who has changed it.
+#include <utility>
+
 #include "client/c/boundary.h"
 #include "client/c/connection.h"
 #include "client/node_selection.h"
@@ -28,6 +30,22 @@ Result<StartRequest> StartOf(const char* function, const orva_start_request& req
     return Misuse(function, "node_selection has something in it that is no number of 32 bits");
   }
   return start;
+}
+
+// The whole of a function that starts an acceleration; `ask` sends the request that it makes.
+template <typename Ask>
+orva_code AskToStart(const char* function, orva_client* client, const orva_start_request* request,
+                     int32_t* accepted, orva_error* error, Ask ask) {
+  return Guarded(function, error,
+                 {{client, "client"}, {request, "request"}, {accepted, "accepted"}},
+                 [&]() -> Result<Done> {
+                   auto start = StartOf(function, *request);
+                   if (!start) return start.error();
+                   auto answer = client->Ask([&](ServiceClient& service) {
+                     return ask(service, std::move(start.value()));
+                   });
+                   return DeliverFlag(std::move(answer), accepted);
+                 });
 }
 
 }  // namespace
@@ -77,31 +95,17 @@ orva_code orva_client_release(orva_client* client, orva_error* error) {
 
 orva_code orva_client_start(orva_client* client, const orva_start_request* request,
                             int32_t* accepted, orva_error* error) {
-  const char* const function = __func__;
-  return Guarded(
-      function, error, {{client, "client"}, {request, "request"}, {accepted, "accepted"}},
-      [&]() -> Result<Done> {
-        auto start = StartOf(function, *request);
-        if (!start) return start.error();
-        return DeliverFlag(
-            client->Ask([&](ServiceClient& service) { return service.Start(start.value()); }),
-            accepted);
-      });
+  return AskToStart(
+      __func__, client, request, accepted, error,
+      [](ServiceClient& service, const StartRequest& start) { return service.Start(start); });
 }
 
 orva_code orva_client_start_ex(orva_client* client, const orva_start_request* request,
                                uint32_t arg4, int32_t* accepted, orva_error* error) {
-  const char* const function = __func__;
-  return Guarded(
-      function, error, {{client, "client"}, {request, "request"}, {accepted, "accepted"}},
-      [&]() -> Result<Done> {
-        auto start = StartOf(function, *request);
-        if (!start) return start.error();
-        const StartExRequest extended{std::move(start.value()), arg4};
-        return DeliverFlag(
-            client->Ask([&](ServiceClient& service) { return service.StartEx(extended); }),
-            accepted);
-      });
+  return AskToStart(__func__, client, request, accepted, error,
+                    [arg4](ServiceClient& service, StartRequest start) {
+                      return service.StartEx(StartExRequest{std::move(start), arg4});
+                    });
 }
 
 orva_code orva_client_stop(orva_client* client, orva_error* error) {
