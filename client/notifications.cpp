@@ -1,8 +1,8 @@
 #include "client/notifications.h"
 
 #include "client/byte_reader.h"
-#include "ipc/message_types.h"
-#include "ipc/notification_payloads.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/notifications.h"
 
 namespace orva_accelerator::client {
 namespace {

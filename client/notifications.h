@@ -7,7 +7,7 @@
 
 #include "client/bytes.h"
 #include "client/result.h"
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
 
 namespace orva_accelerator::client {
 

@@ -13,7 +13,7 @@
 #include "client/notifications.h"
 #include "client/pipe_opener.h"
 #include "client/result.h"
-#include "ipc/pipe_names.h"
+#include "ipc/wire/pipe_names.h"
 
 namespace orva_accelerator::client {
 

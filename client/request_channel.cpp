@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "client/requests.h"
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
 
 namespace orva_accelerator::client {
 namespace {

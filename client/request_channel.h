@@ -10,7 +10,7 @@
 #include "client/message_pipe.h"
 #include "client/pipe_opener.h"
 #include "client/result.h"
-#include "ipc/pipe_names.h"
+#include "ipc/wire/pipe_names.h"
 
 namespace orva_accelerator::client {
 

@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include "client/byte_writer.h"
-#include "ipc/request_payloads.h"
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
+#include "ipc/wire/requests.h"
 
 namespace orva_accelerator::client {
 namespace {

@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "client/byte_reader.h"
-#include "ipc/response_payloads.h"
+#include "ipc/wire/responses.h"
 
 namespace orva_accelerator::client {
 namespace {

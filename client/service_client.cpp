@@ -1,6 +1,6 @@
 #include "client/service_client.h"
 
-#include "ipc/message_types.h"
+#include "ipc/wire/message_types.h"
 
 namespace orva_accelerator::client {
 namespace {

@@ -6,8 +6,8 @@
 #include "handlers/text_conversion.h"
 #include "ipc/notifiers.h"
 #include "ipc/pipe_server.h"
-#include "ipc/request_payloads.h"
-#include "ipc/response_payloads.h"
+#include "ipc/wire/requests.h"
+#include "ipc/wire/responses.h"
 #include "sdk/accel_sdk.h"
 
 namespace orva_accelerator::ipc {

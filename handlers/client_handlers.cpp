@@ -7,7 +7,7 @@
 #include "ipc/monotonic_clock.h"
 #include "ipc/notifiers.h"
 #include "ipc/pipe_server.h"
-#include "ipc/response_payloads.h"
+#include "ipc/wire/responses.h"
 #include "sdk/accel_sdk.h"
 
 namespace orva_accelerator::ipc {

@@ -6,8 +6,8 @@
 #include "handlers/request_handlers.h"
 #include "handlers/response_writer.h"
 #include "handlers/text_conversion.h"
-#include "ipc/request_payloads.h"
-#include "ipc/response_payloads.h"
+#include "ipc/wire/requests.h"
+#include "ipc/wire/responses.h"
 #include "sdk/accel_sdk.h"
 
 namespace orva_accelerator::ipc {

@@ -1,8 +1,8 @@
 // From message type to handler.
 
 #include "handlers/request_handlers.h"
-#include "ipc/message_types.h"
 #include "ipc/pipe_server.h"
+#include "ipc/wire/message_types.h"
 
 namespace orva_accelerator::ipc {
 

@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #include "ipc/message_handler.h"
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
 
 namespace orva_accelerator::ipc {
 

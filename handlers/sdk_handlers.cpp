@@ -5,7 +5,7 @@
 #include "handlers/response_writer.h"
 #include "handlers/text_conversion.h"
 #include "ipc/notifiers.h"
-#include "ipc/request_payloads.h"
+#include "ipc/wire/requests.h"
 #include "sdk/accel_sdk.h"
 
 namespace orva_accelerator::ipc {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
 
 namespace orva_accelerator::ipc {
 

@@ -5,14 +5,14 @@
 #include <vector>
 
 #include "handlers/text_conversion.h"
-#include "ipc/notification_payloads.h"
 #include "ipc/pipe_server.h"
+#include "ipc/wire/messages.h"
+#include "ipc/wire/notifications.h"
 
 namespace orva_accelerator::ipc {
 
 namespace {
 
-constexpr std::size_t kLongestText = 65'535;
 constexpr char kStopSucceeded[] = "Acceleration stopped successfully";
 
 std::uint16_t lengthField(const std::string& text) {

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string>
 
-#include "ipc/message_types.h"
+#include "ipc/wire/message_types.h"
 #include "sdk/accel_result.h"
 
 namespace orva_accelerator::ipc {

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "ipc/wire/messages.h"
+
 namespace orva_accelerator::ipc {
 
 // Handlers take the lengths that a client sends as they stand; nothing compares them with the
@@ -16,8 +18,8 @@ namespace orva_accelerator::ipc {
 // and nothing else. Used by one thread.
 class PayloadBuffer {
  public:
-  // The longest fixed part of a request and two texts of the longest announcable length.
-  static constexpr std::size_t kReadMargin = 24 + 2 * 65'535;
+  // The furthest that a handler may read: a fixed part, and its texts at their longest.
+  static constexpr std::size_t kReadMargin = longestRequest();
 
   PayloadBuffer() = default;
   PayloadBuffer(const PayloadBuffer&) = delete;

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "ipc/pipe_names.h"
+#include "ipc/wire/pipe_names.h"
 #include "service/service_identity.h"
 
 namespace orva_accelerator::service {

@@ -2,7 +2,7 @@
 
 #include <variant>
 
-#include "ipc/message_types.h"
+#include "ipc/wire/message_types.h"
 #include "tools/display_width.h"
 #include "tools/hex.h"
 #include "tools/record_text.h"

@@ -1,7 +1,7 @@
 // init, login, release: the library's life as clients see it.
 #include <memory>
 
-#include "ipc/message_types.h"
+#include "ipc/wire/message_types.h"
 #include "tools/commands.h"
 #include "tools/options_parsing.h"
 #include "tools/outcome.h"

@@ -3,7 +3,7 @@
 #include <optional>
 #include <utility>
 
-#include "ipc/message_types.h"
+#include "ipc/wire/message_types.h"
 #include "tools/commands.h"
 #include "tools/interrupt.h"
 #include "tools/options_parsing.h"

@@ -6,7 +6,7 @@
 
 #include "bench/client/rows.h"
 #include "bench/client/service_start.h"
-#include "ipc/pipe_names.h"
+#include "ipc/wire/pipe_names.h"
 
 namespace orva_accelerator::bench {
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
 #include "win32/unique_handle.h"
 
 namespace orva_accelerator::bench {

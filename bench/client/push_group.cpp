@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "ipc/message_types.h"
+#include "ipc/wire/message_types.h"
 
 namespace orva_accelerator::bench {
 

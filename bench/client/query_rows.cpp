@@ -4,8 +4,8 @@
 
 #include "bench/client/pipe_client.h"
 #include "bench/client/rows.h"
-#include "ipc/message_types.h"
-#include "ipc/request_payloads.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/requests.h"
 
 namespace orva_accelerator::bench {
 

@@ -8,8 +8,8 @@
 
 #include "bench/client/pipe_client.h"
 #include "bench/client/rounds.h"
-#include "ipc/message_types.h"
-#include "ipc/pipe_names.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/pipe_names.h"
 #include "win32/unique_handle.h"
 
 namespace orva_accelerator::bench {

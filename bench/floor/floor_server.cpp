@@ -17,8 +17,8 @@
 #include <thread>
 #include <vector>
 
-#include "ipc/message_types.h"
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
+#include "ipc/wire/message_types.h"
 #include "win32/detached_thread.h"
 
 namespace orva_accelerator::bench {

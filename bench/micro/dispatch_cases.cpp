@@ -9,9 +9,9 @@
 #include "bench/micro/instant_library.h"
 #include "bench/micro/pipe_server_inspector.h"
 #include "bench/micro/timing.h"
-#include "ipc/message_types.h"
 #include "ipc/payload_buffer.h"
-#include "ipc/request_payloads.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/requests.h"
 #include "sdk/accel_sdk.h"
 
 namespace orva_accelerator::bench {

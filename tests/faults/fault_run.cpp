@@ -13,8 +13,8 @@
 #include <string_view>
 #include <thread>
 
-#include "ipc/message_types.h"
-#include "ipc/request_payloads.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/requests.h"
 #include "service/service_host.h"
 #include "tests/faults/fault_stage.h"
 #include "tests/faults/persistent_client.h"

@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <string_view>
 
-#include "ipc/pipe_names.h"
+#include "ipc/wire/pipe_names.h"
 #include "tests/support/bounded_wait.h"
 #include "tests/support/pipe_names.h"
 

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <utility>
 
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
 #include "tests/support/running_server.h"
 
 namespace orva_accelerator::test {

@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "ipc/message_types.h"
-#include "ipc/request_payloads.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/requests.h"
 #include "sdk/kernel_function_table.h"
 #include "tests/handlers/acceleration_bench.h"
 

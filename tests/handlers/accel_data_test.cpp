@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "ipc/message_types.h"
+#include "ipc/wire/message_types.h"
 #include "tests/handlers/query_fixture.h"
 #include "tests/support/kernel_data.h"
 

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <thread>
 
-#include "ipc/message_types.h"
-#include "ipc/notification_payloads.h"
-#include "ipc/request_payloads.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/notifications.h"
+#include "ipc/wire/requests.h"
 #include "sdk/kernel_function_table.h"
 
 namespace orva_accelerator::test {

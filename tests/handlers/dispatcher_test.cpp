@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "ipc/message_handler.h"
-#include "ipc/message_types.h"
 #include "ipc/monotonic_clock.h"
 #include "ipc/pipe_server.h"
+#include "ipc/wire/message_types.h"
 #include "tests/handlers/dispatched_request.h"
 #include "tests/handlers/payload_with_margin.h"
 #include "tests/support/golden_vectors.h"

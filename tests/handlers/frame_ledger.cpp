@@ -4,8 +4,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "ipc/message_types.h"
-#include "ipc/notification_payloads.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/notifications.h"
 
 namespace orva_accelerator::test {
 namespace {

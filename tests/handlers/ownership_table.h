@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "ipc/message_types.h"
+#include "ipc/wire/message_types.h"
 #include "tests/handlers/acceleration_bench.h"
 
 namespace orva_accelerator::test {

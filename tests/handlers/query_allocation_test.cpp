@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "ipc/message_handler.h"
-#include "ipc/message_types.h"
 #include "ipc/payload_buffer.h"
 #include "ipc/pipe_server.h"
+#include "ipc/wire/message_types.h"
 #include "sdk/accel_sdk.h"
 #include "sdk/kernel_function_table.h"
 #include "tests/support/initialised_kernel.h"

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "ipc/message_types.h"
 #include "ipc/pipe_server.h"
+#include "ipc/wire/message_types.h"
 #include "sdk/accel_sdk.h"
 #include "sdk/completions.h"
 #include "sdk/kernel_function_table.h"

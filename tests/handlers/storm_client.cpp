@@ -1,7 +1,7 @@
 #include "tests/handlers/storm_client.h"
 
-#include "ipc/message_types.h"
-#include "ipc/request_payloads.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/requests.h"
 
 namespace orva_accelerator::test {
 namespace {

@@ -4,7 +4,7 @@
 #include <new>
 
 #include "handlers/response_writer.h"
-#include "ipc/message_types.h"
+#include "ipc/wire/message_types.h"
 #include "tests/handlers/query_fixture.h"
 
 namespace orva_accelerator::ipc {

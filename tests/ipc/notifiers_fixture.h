@@ -9,8 +9,8 @@
 #include <string>
 #include <thread>
 
-#include "ipc/notification_payloads.h"
 #include "ipc/notifiers.h"
+#include "ipc/wire/notifications.h"
 #include "tests/support/running_server.h"
 
 namespace orva_accelerator::ipc {

@@ -1,4 +1,4 @@
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
 
 #include <gtest/gtest.h>
 

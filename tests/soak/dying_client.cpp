@@ -14,9 +14,9 @@
 #include "client/message_pipe.h"
 #include "client/pipe_opener.h"
 #include "client/requests.h"
-#include "ipc/message_types.h"
-#include "ipc/pipe_names.h"
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/pipe_names.h"
 
 namespace client = orva_accelerator::client;
 namespace ipc = orva_accelerator::ipc;

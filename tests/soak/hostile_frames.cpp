@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstring>
 
-#include "ipc/message_types.h"
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
+#include "ipc/wire/message_types.h"
 #include "tests/soak/soak_session.h"
 
 namespace orva_accelerator::test {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "client/requests.h"
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
 #include "tests/soak/soak_scale.h"
 #include "tests/soak/soak_session.h"
 #include "tests/soak/witness.h"

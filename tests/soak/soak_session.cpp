@@ -8,7 +8,7 @@
 #include <string>
 
 #include "client/requests.h"
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
 
 namespace orva_accelerator::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "ipc/wire_headers.h"
+#include "ipc/wire/headers.h"
 #include "tests/support/pipe_names.h"
 
 namespace orva_accelerator::test {

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "ipc/message_types.h"
-#include "ipc/pipe_names.h"
-#include "ipc/request_payloads.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/pipe_names.h"
+#include "ipc/wire/requests.h"
 #include "tests/support/running_server.h"
 #include "tests/system/service_fixture.h"
 

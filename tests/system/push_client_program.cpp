@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "ipc/pipe_names.h"
+#include "ipc/wire/pipe_names.h"
 #include "win32/unique_handle.h"
 
 using orva_accelerator::ipc::kPushPipeName;

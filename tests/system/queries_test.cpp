@@ -1,7 +1,7 @@
 // The six queries, asked of the installed service in every state of its binding.
 #include <gmock/gmock.h>
 
-#include "ipc/pipe_names.h"
+#include "ipc/wire/pipe_names.h"
 #include "tests/support/golden_vectors.h"
 #include "tests/support/raw_pipe_client.h"
 #include "tests/system/service_fixture.h"

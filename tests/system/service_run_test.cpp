@@ -1,7 +1,7 @@
 // The service as the real service control manager starts and stops it.
 #include <gmock/gmock.h>
 
-#include "ipc/pipe_names.h"
+#include "ipc/wire/pipe_names.h"
 #include "tests/support/golden_vectors.h"
 #include "tests/support/raw_pipe_client.h"
 #include "tests/system/service_fixture.h"

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "ipc/message_types.h"
-#include "ipc/pipe_names.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/pipe_names.h"
 #include "tests/support/running_server.h"
 #include "tests/system/service_fixture.h"
 

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <span>
 
-#include "ipc/pipe_names.h"
+#include "ipc/wire/pipe_names.h"
 #include "sdk/kernel_function_names.h"
 #include "tools/doctor/access_list.h"
 #include "tools/doctor/pe_image.h"

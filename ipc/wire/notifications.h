@@ -44,12 +44,26 @@ struct LoginResultPayload {
 #pragma pack(pop)
 
 static_assert(sizeof(AccelResultPayload) == 32);
+static_assert(offsetof(AccelResultPayload, value1) == 0);
+static_assert(offsetof(AccelResultPayload, value2) == 4);
+static_assert(offsetof(AccelResultPayload, text1Length) == 8);
+static_assert(offsetof(AccelResultPayload, padding1) == 10);
+static_assert(offsetof(AccelResultPayload, value3) == 12);
 static_assert(offsetof(AccelResultPayload, state) == 16);
 static_assert(offsetof(AccelResultPayload, value4) == 20);
+static_assert(offsetof(AccelResultPayload, value5) == 24);
 static_assert(offsetof(AccelResultPayload, text2Length) == 28);
+static_assert(offsetof(AccelResultPayload, padding2) == 30);
+
 static_assert(sizeof(StopResultPayload) == 12);
+static_assert(offsetof(StopResultPayload, success) == 0);
+static_assert(offsetof(StopResultPayload, code) == 4);
 static_assert(offsetof(StopResultPayload, textLength) == 8);
+static_assert(offsetof(StopResultPayload, padding) == 10);
+
 static_assert(sizeof(LoginResultPayload) == 8);
+static_assert(offsetof(LoginResultPayload, code) == 0);
 static_assert(offsetof(LoginResultPayload, textLength) == 4);
+static_assert(offsetof(LoginResultPayload, padding) == 6);
 
 }  // namespace orva_accelerator::ipc

@@ -49,13 +49,22 @@ struct PushFrameHeader {
 #pragma pack(pop)
 
 static_assert(sizeof(MessageHeader) == 24);
+static_assert(offsetof(MessageHeader, magic) == 0);
+static_assert(offsetof(MessageHeader, reserved1) == 4);
 static_assert(offsetof(MessageHeader, type) == 8);
 static_assert(offsetof(MessageHeader, payloadLength) == 12);
+static_assert(offsetof(MessageHeader, reserved2) == 16);
 static_assert(offsetof(MessageHeader, clientId) == 20);
+
 static_assert(sizeof(ResponseHeader) == 8);
+static_assert(offsetof(ResponseHeader, reserved) == 0);
 static_assert(offsetof(ResponseHeader, payloadLength) == 4);
+
 static_assert(sizeof(PushFrameHeader) == 20);
+static_assert(offsetof(PushFrameHeader, magic) == 0);
+static_assert(offsetof(PushFrameHeader, clientId) == 4);
 static_assert(offsetof(PushFrameHeader, type) == 8);
+static_assert(offsetof(PushFrameHeader, payloadLength) == 12);
 static_assert(offsetof(PushFrameHeader, timestamp) == 16);
 
 }  // namespace orva_accelerator::ipc
