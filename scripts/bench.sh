@@ -1,15 +1,11 @@
 #!/usr/bin/env bash
-# usage: bench.sh [--quick] [--update-docs] [-- OPTION...]
-#        bench.sh --only-docs
+# usage: bench.sh [--quick] [-- OPTION...]
 #
 # Builds the release, installs it in a Windows of its own (a Wine prefix below build/), and measures
 # it against the smallest server of its wire behaviour. Results go to build/bench/results; the run
 # takes some eight minutes and wants a machine that does nothing else.
 #
 #   --quick        few and short rounds: shows that everything works, decides nothing
-#   --update-docs  afterwards puts tables and plot into docs/performance.md
-#   --only-docs    only does that, with the results of the run before
-#
 #   OPTION         of orva_bench_client measure, for a run of another size
 #
 # Everything that is measured runs on the one processor $ORVA_BENCH_CPU (default 0).
@@ -27,7 +23,6 @@ service=OrvaAcceleratorService
 idle_seconds=60
 measure_options=()
 micro_options=()
-update_docs='' measuring=1
 while [[ $# -gt 0 ]]; do
   case $1 in
     --quick)
@@ -36,8 +31,6 @@ while [[ $# -gt 0 ]]; do
         --finished 50)
       micro_options=(--quick)
       ;;
-    --update-docs) update_docs=1 ;;
-    --only-docs) update_docs=1 measuring='' ;;
     --)
       measure_options=("${@:2}")
       break
@@ -193,41 +186,19 @@ report_everything() {
     "$(<"$results/service.json")" "$(<"$results/micro.json")" >"$results/results.json"
 }
 
-# The page keeps its text; what is between the two marks is replaced.
-copy_to_docs() {
-  step "Put the results into docs/performance.md"
-  [[ -f $results/results.md ]] || fail "there are no results: run without --only-docs first"
-  awk -v results="$results/results.md" '
-    /^<!-- results -->$/ {
-      print
-      print ""
-      while ((getline line < results) > 0) print line
-      print ""
-      skipping = 1
-    }
-    /^<!-- end of results -->$/ {skipping = 0}
-    !skipping || /^<!-- end of results -->$/ {if ($0 != "<!-- results -->") print}
-  ' "$root/docs/performance.md" >"$results/performance.md"
-  cp "$results/performance.md" "$root/docs/performance.md"
-  cp "$results/pipes.svg" "$root/docs/performance.svg"
-}
-
-if [[ -n $measuring ]]; then
-  build_everything
-  describe_machine >"$results/machine.md"
-  trap remove_prefix EXIT
-  prepare_windows
-  step "Measure inside one process"
-  measured orva_bench_micro "${micro_options[@]}"
-  start_servers
-  measure_idle
-  step "Measure over the pipes"
-  measured orva_bench_client measure "${measure_options[@]}" \
-    --processes "$floor_a,$floor_b,$product,$wine_server" \
-    --scenario 'C:\Program Files\Orva\accel_sdk\sdk_x64\OpenKernel.scenario.json'
-  [[ -d /proc/$product ]] || fail "the service has ended meanwhile"
-  report_everything
-fi
-[[ -z $update_docs ]] || copy_to_docs
+build_everything
+describe_machine >"$results/machine.md"
+trap remove_prefix EXIT
+prepare_windows
+step "Measure inside one process"
+measured orva_bench_micro "${micro_options[@]}"
+start_servers
+measure_idle
+step "Measure over the pipes"
+measured orva_bench_client measure "${measure_options[@]}" \
+  --processes "$floor_a,$floor_b,$product,$wine_server" \
+  --scenario 'C:\Program Files\Orva\accel_sdk\sdk_x64\OpenKernel.scenario.json'
+[[ -d /proc/$product ]] || fail "the service has ended meanwhile"
+report_everything
 step_done
 say "Done in $SECONDS s. Tables: build/bench/results/results.md; plot: pipes.svg beside it"

@@ -8,7 +8,7 @@
 #   Wine's functions for that, which pass the kernel another value.
 #
 #   The first thread is the lost one. It is the one that ends the process, which therefore goes on
-#   without it for ever. Seen while tests still brought the Wine server down (docs/reliability.md);
+#   without it for ever. Seen while tests still brought the Wine server down (docs/testing.md);
 #   whoever survives that server is left so.
 #
 # Whoever shows one of them twice without having run in between is held up by Wine. A hang of ours

@@ -1,6 +1,6 @@
 // Shows whether the system ends a process at once that asks for its own end while its threads wait
 // at pipes and use memory. It is none of the service: no code of ours is in it. Under Wine 8 some
-// processes of a thousand are never gone; see docs/reliability.md.
+// processes of a thousand are never gone; see docs/testing.md.
 //
 //   termination_probe [CYCLES]
 //
