@@ -7,11 +7,11 @@
 #include <string_view>
 
 #include "service/crash_dialogs.h"
-#include "service/executable_path.h"
 #include "service/print_message.h"
 #include "service/service_host.h"
 #include "service/service_identity.h"
 #include "service/service_installer.h"
+#include "win32/executable_path.h"
 
 namespace orva_accelerator::service {
 
@@ -20,7 +20,7 @@ namespace {
 constexpr int kFailed = 1;
 
 int install() {
-  const std::optional<std::wstring> path = ownExecutablePath();
+  const std::optional<std::wstring> path = win32::ownExecutablePath();
   return path ? installService(*path) : kFailed;
 }
 
@@ -35,7 +35,7 @@ int uninstall() {
 }
 
 int reinstall() {
-  const std::optional<std::wstring> path = ownExecutablePath();
+  const std::optional<std::wstring> path = win32::ownExecutablePath();
   return path ? reinstallService(*path) : kFailed;
 }
 

@@ -2,12 +2,12 @@
 
 #include <sddl.h>
 
-#include <vector>
+#include <string_view>
 
 #include "service/last_error.h"
 #include "service/service_identity.h"
-#include "service/utf8_to_wide.h"
-#include "win32/unique_handle.h"
+#include "win32/service_access.h"
+#include "win32/utf8.h"
 
 namespace orva_accelerator::service {
 
@@ -55,9 +55,10 @@ int applySecurity(SC_HANDLE service, bool& applied) {
 }
 
 void writeDescription(SC_HANDLE service) {
-  const std::wstring text = utf8ToWide(kServiceDescriptionUtf8);
-  std::vector<wchar_t> writable(text.c_str(), text.c_str() + text.size() + 1);
-  SERVICE_DESCRIPTIONW description = {writable.data()};
+  // Converted together with its terminator, and empty when it cannot be converted.
+  const std::string_view utf8(kServiceDescriptionUtf8, sizeof(kServiceDescriptionUtf8));
+  std::wstring text = win32::wideFromUtf8(utf8).value_or(std::wstring());
+  SERVICE_DESCRIPTIONW description = {text.data()};
   // A registration without a description serves as well.
   (void)ChangeServiceConfig2W(service, SERVICE_CONFIG_DESCRIPTION, &description);
 }
@@ -68,7 +69,7 @@ int installService(const std::wstring& binaryPath) {
   if (GetFileAttributesW(binaryPath.c_str()) == INVALID_FILE_ATTRIBUTES) return kPathDoesNotExist;
 
   // The service handle is declared after the manager's, so it is closed first.
-  const UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CREATE_SERVICE));
+  const UniqueServiceHandle manager = win32::openServiceManager(SC_MANAGER_CREATE_SERVICE);
   if (!manager) return kManagerNotOpened;
   UniqueServiceHandle service;
   if (const int error = createOrAdopt(manager.get(), binaryPath, service); error != 0) return error;

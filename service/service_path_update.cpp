@@ -1,16 +1,14 @@
 #include <memory>
 #include <string_view>
 
-#include "service/executable_path.h"
 #include "service/service_identity.h"
 #include "service/service_installer.h"
-#include "win32/unique_handle.h"
+#include "win32/executable_path.h"
+#include "win32/service_access.h"
 
 namespace orva_accelerator::service {
 
 namespace {
-
-using win32::UniqueServiceHandle;
 
 constexpr int kNotInstalled = -1;
 constexpr int kNotOpened = -2;
@@ -22,10 +20,7 @@ struct ReleaseConfig {
 };
 
 int changePath(const std::wstring& path) {
-  const UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
-  if (!manager) return kNotOpened;
-  const UniqueServiceHandle service(
-      OpenServiceW(manager.get(), kServiceName, SERVICE_CHANGE_CONFIG));
+  const win32::OpenedService service = win32::openService(kServiceName, SERVICE_CHANGE_CONFIG);
   if (!service) return kNotOpened;
   const BOOL changed =
       ChangeServiceConfigW(service.get(), SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE,
@@ -52,7 +47,7 @@ bool samePath(std::wstring_view left, std::wstring_view right) {
 int updateServicePath() {
   if (!isServiceInstalled()) return kNotInstalled;
   // An empty path, should the system not tell ours, is refused by the manager.
-  const std::wstring path = ownExecutablePath().value_or(std::wstring());
+  const std::wstring path = win32::ownExecutablePath().value_or(std::wstring());
   if (const int error = changePath(path); error != 0) return error;
 
   QUERY_SERVICE_CONFIGW* queried = nullptr;

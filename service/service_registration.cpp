@@ -4,13 +4,11 @@
 
 #include "service/service_identity.h"
 #include "service/service_installer.h"
-#include "win32/unique_handle.h"
+#include "win32/service_access.h"
 
 namespace orva_accelerator::service {
 
 namespace {
-
-using win32::UniqueServiceHandle;
 
 // Array new aligns a block of bytes for any record of this size.
 using ConfigBytes = std::unique_ptr<std::byte[]>;
@@ -18,10 +16,7 @@ using ConfigBytes = std::unique_ptr<std::byte[]>;
 }  // namespace
 
 bool isServiceInstalled() {
-  const UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
-  if (!manager) return false;
-  const UniqueServiceHandle service(
-      OpenServiceW(manager.get(), kServiceName, SERVICE_QUERY_STATUS));
+  const win32::OpenedService service = win32::openService(kServiceName, SERVICE_QUERY_STATUS);
   if (!service) return false;
   SERVICE_STATUS status = {};
   return QueryServiceStatus(service.get(), &status) != FALSE;
@@ -29,10 +24,7 @@ bool isServiceInstalled() {
 
 bool queryServiceConfig(QUERY_SERVICE_CONFIGW*& config) {
   config = nullptr;
-  const UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
-  if (!manager) return false;
-  const UniqueServiceHandle service(
-      OpenServiceW(manager.get(), kServiceName, SERVICE_QUERY_CONFIG));
+  const win32::OpenedService service = win32::openService(kServiceName, SERVICE_QUERY_CONFIG);
   if (!service) return false;
 
   DWORD size = 0;

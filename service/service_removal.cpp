@@ -1,13 +1,11 @@
 #include "service/last_error.h"
 #include "service/service_identity.h"
 #include "service/service_installer.h"
-#include "win32/unique_handle.h"
+#include "win32/service_access.h"
 
 namespace orva_accelerator::service {
 
 namespace {
-
-using win32::UniqueServiceHandle;
 
 constexpr int kNotOpened = -1;
 constexpr int kNotDeleted = -3;
@@ -29,11 +27,9 @@ void waitUntilStopped(SC_HANDLE service) {
 }  // namespace
 
 int uninstallService() {
-  UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
-  if (!manager) return lastErrorOr(kNotOpened);
-  const UniqueServiceHandle service(
-      OpenServiceW(manager.get(), kServiceName, DELETE | SERVICE_STOP));
-  manager.reset();  // Leaves the last error of a failed open alone.
+  win32::OpenedService service = win32::openService(kServiceName, DELETE | SERVICE_STOP);
+  // Leaves the last error of a failed open alone.
+  service.manager.reset();
   if (!service) return lastErrorOr(kNotOpened);
 
   SERVICE_STATUS status = {};

@@ -56,10 +56,11 @@ Calls applySecurity(int service) {
           "LocalFree(descriptor1)"};
 }
 
-// The description has fifteen characters in UTF-16, the terminator included.
+// The description has 33 bytes in UTF-8 and fifteen units in UTF-16, the terminator
+// included.
 Calls convertDescription() {
-  return {"MultiByteToWideChar(65001, 0x0, -1, null, 0)",
-          "MultiByteToWideChar(65001, 0x0, -1, buffer, 15)"};
+  return {"MultiByteToWideChar(65001, 0x0, 33, null, 0)",
+          "MultiByteToWideChar(65001, 0x0, 33, buffer, 15)"};
 }
 
 Calls writeDescription(int service) {

@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
-namespace orva_accelerator::service {
+namespace orva_accelerator::win32 {
 
 // The full path, cut without notice at 259 characters; the service is not offered for longer
 // paths. Nothing when the system does not tell.
 std::optional<std::wstring> ownExecutablePath();
 
-}  // namespace orva_accelerator::service
+}  // namespace orva_accelerator::win32

@@ -1,11 +1,11 @@
-#include "service/executable_path.h"
+#include "win32/executable_path.h"
 
 #include <windows.h>
 
 #include <cwchar>
 #include <iterator>
 
-namespace orva_accelerator::service {
+namespace orva_accelerator::win32 {
 
 namespace {
 constexpr DWORD kPathCapacity = 260;
@@ -17,4 +17,4 @@ std::optional<std::wstring> ownExecutablePath() {
   return std::wstring(path, wcsnlen(path, std::size(path)));
 }
 
-}  // namespace orva_accelerator::service
+}  // namespace orva_accelerator::win32
