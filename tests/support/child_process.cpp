@@ -8,7 +8,7 @@ namespace orva_accelerator::test {
 namespace {
 
 // Backslashes count only in front of a quotation mark, where each needs another one.
-std::wstring quoted(std::wstring_view argument) {
+std::wstring quotedArgument(std::wstring_view argument) {
   std::wstring line = L"\"";
   std::size_t backslashes = 0;
   for (const wchar_t c : argument) {
@@ -82,8 +82,8 @@ std::wstring shippedFile(std::wstring_view relativePath) {
 ChildProcess::ChildProcess(const std::wstring& program, const std::vector<std::wstring>& arguments,
                            const std::wstring& folder)
     : outputFile_(temporaryFile(L".out")), errorFile_(temporaryFile(L".err")), job_(createJob()) {
-  std::wstring line = quoted(program);
-  for (const std::wstring& argument : arguments) line += L' ' + quoted(argument);
+  std::wstring line = quotedArgument(program);
+  for (const std::wstring& argument : arguments) line += L' ' + quotedArgument(argument);
 
   const auto input = openForChild(L"NUL", GENERIC_READ, OPEN_EXISTING);
   const auto output = openForChild(outputFile_, GENERIC_WRITE, CREATE_ALWAYS);

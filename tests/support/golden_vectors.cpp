@@ -115,20 +115,23 @@ std::string GoldenVector::text(std::string_view field) const {
   return values.at(std::string(field)).get<std::string>();
 }
 
-const std::vector<GoldenVector>& goldenVectors(const std::string& file) {
+const std::vector<GoldenVector>& goldenVectors(std::string_view file) {
   static std::mutex mutex;
-  static std::map<std::string, std::vector<GoldenVector>> files;
+  static std::map<std::string, std::vector<GoldenVector>, std::less<>> files;
   const std::lock_guard lock(mutex);
   auto found = files.find(file);
-  if (found == files.end()) found = files.emplace(file, readFile(file)).first;
+  if (found == files.end()) {
+    const std::string name(file);
+    found = files.emplace(name, readFile(name)).first;
+  }
   return found->second;
 }
 
-const GoldenVector& goldenVector(const std::string& file, std::string_view name) {
+const GoldenVector& goldenVector(std::string_view file, std::string_view name) {
   for (const GoldenVector& vector : goldenVectors(file)) {
     if (vector.name == name) return vector;
   }
-  throw std::runtime_error("no vector " + std::string(name) + " in " + file);
+  throw std::runtime_error("no vector " + std::string(name) + " in " + std::string(file));
 }
 
 testing::AssertionResult isMessage(const GoldenVector& vector,

@@ -39,10 +39,10 @@ struct GoldenVector {
 
 // All vectors of a file ("requests.json"), read once. Throws std::runtime_error, which fails a
 // test, when the file cannot be read or breaks the format.
-const std::vector<GoldenVector>& goldenVectors(const std::string& file);
+const std::vector<GoldenVector>& goldenVectors(std::string_view file);
 
 // One vector of a file; throws std::runtime_error when there is none of that name.
-const GoldenVector& goldenVector(const std::string& file, std::string_view name);
+const GoldenVector& goldenVector(std::string_view file, std::string_view name);
 
 // Whether `actual` is the whole message, or just its payload, except where bytes vary. The failure
 // message shows the first difference.

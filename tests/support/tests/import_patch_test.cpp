@@ -12,45 +12,46 @@
 namespace orva_accelerator::test {
 namespace {
 
-using TickCountHook = ImportHook<decltype(GetTickCount)>;
+// A function that no runtime library calls by itself: some call GetTickCount, from within a lock.
+using CodePageHook = ImportHook<decltype(GetOEMCP)>;
 using AttributesHook = ImportHook<decltype(GetFileAttributesW)>;
 
 // A function of its own, because a function reads its imports' addresses only once.
-__declspec(noinline) DWORD tickCount() {
-  return GetTickCount();
+__declspec(noinline) UINT codePage() {
+  return GetOEMCP();
 }
 
-DWORD fakeTickCount() {
+UINT fakeCodePage() {
   return 4711;
 }
-DWORD otherFakeTickCount() {
+UINT otherFakeCodePage() {
   return 4712;
 }
 
 TEST(ImportPatch, ReplacesAFunctionUntilItIsGone) {
   {
-    const ImportPatch patch("kernel32.dll", "GetTickCount", &fakeTickCount);
+    const ImportPatch patch("kernel32.dll", "GetOEMCP", &fakeCodePage);
     EXPECT_TRUE(patch.installed());
-    EXPECT_EQ(tickCount(), 4711U);
+    EXPECT_EQ(codePage(), 4711U);
     EXPECT_NE(patch.original()(), 4711U);
   }
-  EXPECT_NE(tickCount(), 4711U);
+  EXPECT_NE(codePage(), 4711U);
 }
 
 TEST(ImportPatch, CoversAnEarlierPatch) {
-  const ImportPatch outer("KERNEL32.DLL", "GetTickCount", &fakeTickCount);
+  const ImportPatch outer("KERNEL32.DLL", "GetOEMCP", &fakeCodePage);
   {
-    const ImportPatch inner("kernel32.dll", "GetTickCount", &otherFakeTickCount);
-    EXPECT_EQ(tickCount(), 4712U);
+    const ImportPatch inner("kernel32.dll", "GetOEMCP", &otherFakeCodePage);
+    EXPECT_EQ(codePage(), 4712U);
     EXPECT_EQ(inner.original()(), 4711U);
   }
-  EXPECT_EQ(tickCount(), 4711U);
+  EXPECT_EQ(codePage(), 4711U);
 }
 
 TEST(ImportPatch, FailsTheTestWhenTheImportDoesNotExist) {
   EXPECT_NONFATAL_FAILURE(
       {
-        const ImportPatch patch("kernel32.dll", "NoSuchFunction", &fakeTickCount);
+        const ImportPatch patch("kernel32.dll", "NoSuchFunction", &fakeCodePage);
         EXPECT_FALSE(patch.installed());
       },
       "imports no NoSuchFunction from kernel32.dll");
@@ -109,11 +110,11 @@ TEST(ImportHook, ReplacesAFunctionWithoutResult) {
 }
 
 TEST(ImportHook, KeepsHooksOfTheSameSignatureApart) {
-  TickCountHook ticks("kernel32.dll", "GetTickCount");
+  CodePageHook ticks("kernel32.dll", "GetOEMCP");
   ImportHook<decltype(GetCurrentProcessId)> ids("kernel32.dll", "GetCurrentProcessId");
   ticks.replace([] { return 1UL; });
   ids.replace([] { return 2UL; });
-  EXPECT_EQ(GetTickCount(), 1U);
+  EXPECT_EQ(GetOEMCP(), 1U);
   EXPECT_EQ(GetCurrentProcessId(), 2U);
 }
 
@@ -134,15 +135,15 @@ TEST(ImportHook, CountsCallsOfManyThreadsAndMayBeRemovedBesideThem) {
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
       while (!stop) {
-        (void)GetTickCount();
+        (void)GetOEMCP();
         ++made;
       }
     });
   }
   for (int round = 0; round < 200; ++round) {
-    TickCountHook hook("kernel32.dll", "GetTickCount");
+    CodePageHook hook("kernel32.dll", "GetOEMCP");
     hook.failCall(1, 5, 4711);
-    while (hook.callCount() < 10) (void)GetTickCount();
+    while (hook.callCount() < 10) (void)GetOEMCP();
     EXPECT_GE(hook.callCount(), 10U);
   }
   stop = true;
