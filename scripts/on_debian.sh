@@ -76,5 +76,6 @@ exec chroot "$system" /usr/bin/env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/
 mkdir -p "$builds"
 [[ -d $system ]] || make_system
 step_done
-as_root unshare --mount --propagation private --pid --fork --kill-child \
+# It ends with this script, and everything inside with it.
+as_root setpriv --pdeathsig KILL unshare --mount --propagation private --pid --fork --kill-child \
   bash -c "$inside" - "$system" "$root" "$builds" "$@"

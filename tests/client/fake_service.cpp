@@ -98,21 +98,24 @@ void FakeService::serveOneClient(ServerEnd& end) {
   while (const auto request = end.read()) {
     const ipc::MessageHeader header = headerOf(*request);
     std::vector<Bytes> messages{Bytes(sizeof(ipc::ResponseHeader), 0)};
-    std::vector<const char*> notifications;
+    // A pointer, which stays valid: the lists are made before the service is asked.
+    const std::vector<const char*>* notifications = nullptr;
     {
       const std::lock_guard guard(mutex_);
       requests_.push_back(*request);
       if (const auto it = answers_.find(header.type); it != answers_.end()) messages = it->second;
       if (const auto it = announcements_.find(header.type); it != announcements_.end()) {
-        notifications = it->second;
+        notifications = &it->second;
       }
     }
     for (const Bytes& message : messages) {
       if (!end.write(message)) return;
     }
-    // Registration and requests come on different pipes, and are read by different threads.
-    if (!notifications.empty()) (void)waitForRegistration(header.clientId);  // It may never come.
-    for (const char* notification : notifications) announceVector(notification, header.clientId);
+    if (notifications == nullptr) continue;
+    // Registration and requests come on different pipes, and are read by different threads. It may
+    // never come.
+    (void)waitForRegistration(header.clientId);
+    for (const char* notification : *notifications) announceVector(notification, header.clientId);
   }
 }
 
