@@ -78,4 +78,4 @@ mkdir -p "$builds"
 step_done
 # It ends with this script, and everything inside with it.
 as_root setpriv --pdeathsig KILL unshare --mount --propagation private --pid --fork --kill-child \
-  bash -c "$inside" - "$system" "$root" "$builds" "$@"
+  bash -c "$inside" - "$system" "$root" "$builds" "$@" || exit "$?"
