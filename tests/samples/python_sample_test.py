@@ -68,8 +68,8 @@ def notification(name, client_id):
 class Protocol(unittest.TestCase):
     def test_requests_are_the_golden_bytes(self):
         for name, vector in vectors("requests.json").items():
-            if name == "heartbeat_reserved_words_set":
-                continue  # The page says: write zeros.
+            if not vector.get("encodes", True):
+                continue
             with self.subTest(name):
                 values = written_out(vector["values"])
                 request = protocol.encode_request(vector["type"], values.pop("clientId"), **values)
