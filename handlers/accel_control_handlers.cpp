@@ -29,12 +29,10 @@ StartTexts readStartTexts(const void* payload, const StartAccelRequest& request,
 
 // While a start is pending, no other is made; the client that is waiting for it may repeat its
 // request. A running acceleration does not stand in the way of a start, whoever's it is.
-bool answerIfStartIsPending(const PipeServer& server, const MessageHeader& header, void*& response,
-                            std::uint32_t& responseLength) {
-  if (!server.ownership.isStartPending()) return false;
-  const std::uint8_t ownStart = server.ownership.startPendingClientId == header.clientId ? 1 : 0;
+void answerPendingStart(const PipeServer& server, const MessageHeader& header, void*& response,
+                        std::uint32_t& responseLength) {
+  const std::uint8_t ownStart = server.ownership.isPendingFor(header.clientId) ? 1 : 0;
   respond(ownStart, response, responseLength);
-  return true;
 }
 
 void answerStart(PipeServer& server, bool accepted, void*& response,
@@ -47,10 +45,14 @@ void answerStart(PipeServer& server, bool accepted, void*& response,
 
 void HandleStartAccel(PipeServer& server, const MessageHeader& header, const void* payload,
                       void*& response, std::uint32_t& responseLength) {
-  if (answerIfStartIsPending(server, header, response, responseLength)) return;
+  if (server.ownership.isStartPending()) {
+    return answerPendingStart(server, header, response, responseLength);
+  }
   const auto request = readFixedPart<StartAccelRequest>(payload);
   const StartTexts texts = readStartTexts(payload, request, sizeof(request));
-  server.ownership.beginStart(header.clientId);
+  if (!server.ownership.beginStart(header.clientId)) {
+    return answerPendingStart(server, header, response, responseLength);
+  }
   const bool accepted = sdk::AccelSdk::Instance().StartAccel(
       request.startArg1, request.startArg2, texts.startText, texts.nodeSelection, request.startArg3,
       AccelResultNotifier(header.clientId, NotifyStartAccel));
@@ -59,10 +61,14 @@ void HandleStartAccel(PipeServer& server, const MessageHeader& header, const voi
 
 void HandleStartAccelEx(PipeServer& server, const MessageHeader& header, const void* payload,
                         void*& response, std::uint32_t& responseLength) {
-  if (answerIfStartIsPending(server, header, response, responseLength)) return;
+  if (server.ownership.isStartPending()) {
+    return answerPendingStart(server, header, response, responseLength);
+  }
   const auto request = readFixedPart<StartAccelExRequest>(payload);
   const StartTexts texts = readStartTexts(payload, request.start, sizeof(request));
-  server.ownership.beginStart(header.clientId);
+  if (!server.ownership.beginStart(header.clientId)) {
+    return answerPendingStart(server, header, response, responseLength);
+  }
   // An extended start replaces whatever runs; a plain one leaves that to the library.
   sdk::AccelSdk& accelSdk = sdk::AccelSdk::Instance();
   (void)accelSdk.StopAccel(IgnoreStopResult());  // Nothing may have been running.

@@ -8,7 +8,6 @@
 #include "ipc/notifiers.h"
 #include "ipc/pipe_server.h"
 #include "ipc/wire/responses.h"
-#include "sdk/accel_sdk.h"
 
 namespace orva_accelerator::ipc {
 
@@ -17,22 +16,16 @@ namespace {
 // Lets the library begin its stop before the service ends under it.
 constexpr DWORD kLastClientPauseMs = 100;
 
-void stopAcceleration(PipeServer& server) {
-  (void)sdk::AccelSdk::Instance().StopAccel(
-      IgnoreStopResult());  // Refused or not, nobody owns the acceleration any more.
-  server.ownership.clear();
-}
-
 }  // namespace
 
 void HandleClientLeaving(PipeServer& server, const MessageHeader& header, const void* /*payload*/,
                          void*& response, std::uint32_t& responseLength) {
-  if (server.ownership.isHeldBy(header.clientId)) stopAcceleration(server);
+  if (server.ownership.isHeldBy(header.clientId)) StopAccelUnasked(server.ownership);
   server.UnregisterPushClient(header.clientId);
   const std::uint32_t remaining = server.PushClientCount();
   respond(ClientLeavingResponse{remaining == 0 ? 1U : 0U, remaining}, response, responseLength);
   if (remaining == 0) {
-    if (server.ownership.isActive()) stopAcceleration(server);
+    if (server.ownership.isActive()) StopAccelUnasked(server.ownership);
     Sleep(kLastClientPauseMs);
     server.stop();
   }

@@ -5,51 +5,56 @@
 
 namespace orva_accelerator::ipc {
 
-void AccelerationOwnership::beginStart(std::uint32_t clientId) {
-  setPending(true, clientId);
+namespace {
+
+void setSlot(std::atomic<bool>& flag, std::atomic<std::uint32_t>& owner, bool taken,
+             std::uint32_t clientId) {
+  flag = taken;
+  win32::racePoint("race: owner after its flag");
+  owner = clientId;
+}
+
+}  // namespace
+
+bool AccelerationOwnership::beginStart(std::uint32_t clientId) {
+  win32::racePoint("race: start");
+  if (startPending.exchange(true)) return false;
+  win32::racePoint("race: owner of a start");
+  startPendingClientId = clientId;
+  return true;
 }
 
 void AccelerationOwnership::forgetRunning() {
-  setRunning(false, 0);
+  setSlot(accelerating, acceleratingClientId, false, 0);
 }
 
 void AccelerationOwnership::settle(std::uint32_t state, std::uint32_t clientId) {
   if (state == sdk::AccelStateAccelerating) {
-    setRunning(true, clientId);
+    setSlot(accelerating, acceleratingClientId, true, clientId);
   } else if (state >= sdk::AccelStateFirstEnded && state <= sdk::AccelStateLastEnded) {
-    setRunning(false, 0);
+    forgetRunning();
   } else {
     return;
   }
-  setPending(false, 0);
+  setSlot(startPending, startPendingClientId, false, 0);
 }
 
 void AccelerationOwnership::clear() {
-  setRunning(false, 0);
-  setPending(false, 0);
+  forgetRunning();
+  setSlot(startPending, startPendingClientId, false, 0);
+}
+
+bool AccelerationOwnership::isPendingFor(std::uint32_t clientId) const {
+  return startPending && startPendingClientId == clientId;
 }
 
 bool AccelerationOwnership::isHeldBy(std::uint32_t clientId) const {
   if (clientId == 0) return false;
-  return (accelerating && acceleratingClientId == clientId) ||
-         (startPending && startPendingClientId == clientId);
+  return (accelerating && acceleratingClientId == clientId) || isPendingFor(clientId);
 }
 
 bool AccelerationOwnership::isReportedAsOwner(std::uint32_t clientId) const {
-  if (!isActive() || clientId == 0) return false;
-  return acceleratingClientId == clientId || startPendingClientId == clientId;
-}
-
-void AccelerationOwnership::setRunning(bool running, std::uint32_t clientId) {
-  accelerating.exchange(running);
-  win32::racePoint("race: owner of what runs");
-  acceleratingClientId.store(clientId, std::memory_order_release);
-}
-
-void AccelerationOwnership::setPending(bool pending, std::uint32_t clientId) {
-  startPending.exchange(pending);
-  win32::racePoint("race: owner of a start");
-  startPendingClientId.store(clientId, std::memory_order_release);
+  return clientId != 0 && (acceleratingClientId == clientId || startPendingClientId == clientId);
 }
 
 }  // namespace orva_accelerator::ipc

@@ -16,8 +16,10 @@ namespace orva_accelerator::ipc {
 // different moments. That is accepted: the library is the judge of what really runs.
 class AccelerationOwnership {
  public:
-  // A client has asked for a start. What runs already, runs on until the library says otherwise.
-  void beginStart(std::uint32_t clientId);
+  // A client has asked for a start and has taken the pending slot. False, and nothing changed, when
+  // another start is pending: of several at the same moment, one takes the slot. What runs already,
+  // runs on until the library says otherwise.
+  bool beginStart(std::uint32_t clientId);
 
   // An extended start has told the library to stop what was running. The pending slot stays.
   void forgetRunning();
@@ -30,22 +32,23 @@ class AccelerationOwnership {
   void clear();
 
   bool isStartPending() const { return startPending; }
+  // The client's own start is pending. Client id 0 may have one, though it never owns anything.
+  bool isPendingFor(std::uint32_t clientId) const;
   // Something runs or is being started.
   bool isActive() const { return startPending || accelerating; }
   // The client may end the acceleration by leaving.
   bool isHeldBy(std::uint32_t clientId) const;
-  // What a client is told when it asks. Unlike isHeldBy, this looks at an id even when its flag is
-  // not set: a client that lost one slot still counts as long as the other is taken.
+  // What a client is told when it asks while something is active. Unlike isHeldBy, this looks at
+  // ids whose flag is not set: a client that lost one slot counts as long as the other is taken.
   bool isReportedAsOwner(std::uint32_t clientId) const;
+
+ private:
+  friend class AccelerationOwnershipInspector;  // Lets tests see and set the four fields.
 
   std::atomic<bool> accelerating = false;
   std::atomic<std::uint32_t> acceleratingClientId = 0;
   std::atomic<bool> startPending = false;
   std::atomic<std::uint32_t> startPendingClientId = 0;
-
- private:
-  void setRunning(bool running, std::uint32_t clientId);
-  void setPending(bool pending, std::uint32_t clientId);
 };
 
 }  // namespace orva_accelerator::ipc

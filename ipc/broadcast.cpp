@@ -1,6 +1,5 @@
 // Writing one notification to every registered client.
 
-#include <algorithm>
 #include <chrono>
 
 #include "ipc/pipe_server.h"
@@ -43,40 +42,18 @@ bool writeFrame(HANDLE pipe, const PushFrameHeader& header, const void* payload,
 bool PipeServer::BroadcastPush(std::uint32_t clientId, std::uint32_t type, const void* payload,
                                std::uint32_t payloadLength) {
   const PushFrameHeader header = {kPushMagic, clientId, type, payloadLength, pushTimestamp()};
-  const std::vector<std::shared_ptr<PushPipe>> pipes = snapshotPushPipes();
+  const PushClientTable::Pipes pipes = pushClients.connectedPipes();
   if (pipes.empty()) return false;
   win32::racePoint("race: broadcast");
 
   WatchedThread watched;
-  std::vector<std::shared_ptr<PushPipe>> failedPipes;
+  PushClientTable::Pipes failedPipes;
   for (const auto& pipe : pipes) {
     const PushPipe::Writer writer(*pipe);
     if (!writeFrame(writer.get(), header, payload, watched)) failedPipes.push_back(pipe);
   }
-  dropPushPipes(failedPipes);
+  pushClients.removePipes(failedPipes);
   return failedPipes.size() < pipes.size();
-}
-
-std::vector<std::shared_ptr<PushPipe>> PipeServer::snapshotPushPipes() {
-  std::vector<std::shared_ptr<PushPipe>> pipes;
-  const std::lock_guard lock(pushClientsMutex);
-  pipes.reserve(pushClients.size());
-  for (const auto& [id, client] : pushClients) {
-    if (client.connected && client.pipe) pipes.push_back(client.pipe);
-  }
-  return pipes;
-}
-
-void PipeServer::dropPushPipes(const std::vector<std::shared_ptr<PushPipe>>& failedPipes) {
-  if (failedPipes.empty()) return;
-  win32::racePoint("race: broadcast clean-up");
-  const std::lock_guard lock(pushClientsMutex);
-  std::erase_if(pushClients, [&failedPipes](const auto& entry) {
-    const auto& pipe = entry.second.pipe;
-    if (std::ranges::find(failedPipes, pipe) == failedPipes.end()) return false;
-    pipe->close();
-    return true;
-  });
 }
 
 }  // namespace orva_accelerator::ipc

@@ -1,13 +1,14 @@
 #include "ipc/notifiers.h"
 
-#include <cstring>
 #include <exception>
-#include <vector>
+#include <initializer_list>
+#include <string_view>
 
-#include "handlers/text_conversion.h"
 #include "ipc/pipe_server.h"
 #include "ipc/wire/messages.h"
 #include "ipc/wire/notifications.h"
+#include "sdk/accel_sdk.h"
+#include "win32/utf8.h"
 
 namespace orva_accelerator::ipc {
 
@@ -19,8 +20,11 @@ std::uint16_t lengthField(const std::string& text) {
   return static_cast<std::uint16_t>(text.size());
 }
 
-// Cuts a text that its length field could not describe, without cutting a character in two.
-std::string clipped(std::string text) {
+// The message of a stop or a login, cut to what its length field can describe without cutting a
+// character in two. The code is what a client waits for: it goes out without a message that cannot
+// be converted.
+std::string shownMessage(const std::wstring& message) {
+  std::string text = win32::utf8FromWide(message).value_or("");
   if (text.size() <= kLongestText) return text;
   std::size_t end = kLongestText;
   const auto isContinuation = [&text](std::size_t at) {
@@ -31,32 +35,23 @@ std::string clipped(std::string text) {
   return text;
 }
 
-class PayloadBuilder {
- public:
-  template <typename Fixed>
-  PayloadBuilder(const Fixed& fixed, std::size_t textBytes) {
-    bytes_.reserve(sizeof(fixed) + textBytes);
-    append(&fixed, sizeof(fixed));
-  }
-  void appendText(const std::string& text) { append(text.data(), text.size()); }
-  void broadcast(PipeServer& server, std::uint32_t clientId, NotificationType type) const {
-    (void)server.BroadcastPush(
-        clientId, type, bytes_.data(),
-        static_cast<std::uint32_t>(bytes_.size()));  // Whom it reached is the clients' affair.
-  }
-
- private:
-  void append(const void* data, std::size_t size) {
-    const auto* const first = static_cast<const std::uint8_t*>(data);
-    bytes_.insert(bytes_.end(), first, first + size);
-  }
-  std::vector<std::uint8_t> bytes_;
-};
+// The fixed part and the texts go out whole: where a length field has wrapped, clients rely on the
+// frame's length.
+template <typename Fixed>
+void send(PipeServer& server, std::uint32_t clientId, NotificationType type, const Fixed& fixed,
+          std::initializer_list<std::string_view> texts) {
+  std::string payload(reinterpret_cast<const char*>(&fixed), sizeof(fixed));
+  for (const std::string_view text : texts) payload += text;
+  // Whom it reached is the clients' affair.
+  (void)server.BroadcastPush(clientId, type, payload.data(),
+                             static_cast<std::uint32_t>(payload.size()));
+}
 
 void sendAccelResult(PipeServer& server, std::uint32_t clientId, NotificationType type,
                      const sdk::SAccelResult& result) {
-  const std::string text1 = ToUtf8(result.text1);
-  const std::string text2 = ToUtf8(result.text2);
+  // Throw when a text cannot be converted: half of a result is none.
+  const std::string text1 = win32::utf8FromWide(result.text1).value();
+  const std::string text2 = win32::utf8FromWide(result.text2).value();
   AccelResultPayload fixed = {};
   fixed.value1 = result.value1;
   fixed.value2 = result.value2;
@@ -66,11 +61,7 @@ void sendAccelResult(PipeServer& server, std::uint32_t clientId, NotificationTyp
   fixed.value4 = result.value4;
   fixed.value5 = result.value5;
   fixed.text2Length = lengthField(text2);
-  // Both texts go out whole: clients rely on the frame's length where a length field has wrapped.
-  PayloadBuilder payload(fixed, text1.size() + text2.size());
-  payload.appendText(text1);
-  payload.appendText(text2);
-  payload.broadcast(server, clientId, type);
+  send(server, clientId, type, fixed, {text1, text2});
 }
 
 }  // namespace
@@ -83,31 +74,32 @@ void AccelResultNotifier::operator()(const sdk::SAccelResult& result) const {
     sendAccelResult(*server, clientId_, type_, result);
     // NOLINTNEXTLINE(bugprone-empty-catch): nobody is left who could be told.
   } catch (const std::exception&) {
-    // Out of memory or text that cannot be converted. The library's thread must not be unwound,
-    // and the change of ownership stands.
+    // Out of memory, or a text that cannot be converted. The notification is lost and the change of
+    // ownership stands; the library's thread must not be unwound.
   }
 }
 
 void StopResultNotifier::operator()(int code, const std::wstring& message) const {
   server_->ownership.clear();
-  const std::string text = code == 0 ? std::string(kStopSucceeded) : clipped(ToUtf8(message));
+  const std::string text = code == 0 ? std::string(kStopSucceeded) : shownMessage(message);
   StopResultPayload fixed = {};
   fixed.success = code == 0 ? 1 : 0;
   fixed.code = code;
   fixed.textLength = lengthField(text);
-  PayloadBuilder payload(fixed, text.size());
-  payload.appendText(text);
-  payload.broadcast(*server_, clientId_, NotifyStopAccel);
+  send(*server_, clientId_, NotifyStopAccel, fixed, {text});
 }
 
 void LoginResultNotifier::operator()(int code, const std::wstring& message) const {
-  const std::string text = clipped(ToUtf8(message));
+  const std::string text = shownMessage(message);
   LoginResultPayload fixed = {};
   fixed.code = code;
   fixed.textLength = lengthField(text);
-  PayloadBuilder payload(fixed, text.size());
-  payload.appendText(text);
-  payload.broadcast(*server_, clientId_, NotifyUserLogin);
+  send(*server_, clientId_, NotifyUserLogin, fixed, {text});
+}
+
+void StopAccelUnasked(AccelerationOwnership& ownership) {
+  (void)sdk::AccelSdk::Instance().StopAccel(IgnoreStopResult());
+  ownership.clear();
 }
 
 }  // namespace orva_accelerator::ipc

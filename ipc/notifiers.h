@@ -13,6 +13,7 @@
 
 namespace orva_accelerator::ipc {
 
+class AccelerationOwnership;
 class PipeServer;
 
 // Results of a start. Settles who owns the acceleration, then sends the result as `type`. Reaches
@@ -59,5 +60,8 @@ class IgnoreStopResult {
  public:
   void operator()(int /*code*/, const std::wstring& /*message*/) const {}
 };
+
+// Such a stop. Whether or not the library accepts it, nobody owns the acceleration any more.
+void StopAccelUnasked(AccelerationOwnership& ownership);
 
 }  // namespace orva_accelerator::ipc

@@ -10,11 +10,14 @@ std::atomic<PipeServer*> currentPipeServer = nullptr;
 
 bool PipeServer::start(const std::wstring& requestName, const std::wstring& pushName) {
   if (running) return false;
+  // Ahead of everything that the threads of the first start may be reading.
+  if (hasThreads()) std::terminate();
   if (stopEvent == nullptr) {
     stopEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
     if (stopEvent == nullptr) return false;
   } else {
-    (void)ResetEvent(stopEvent);  // Fails only for a handle that is not an event.
+    // Fails only for a handle that is not an event.
+    (void)ResetEvent(stopEvent);
   }
   requestPipeName = requestName;
   pushPipeName = pushName;
@@ -34,7 +37,8 @@ bool PipeServer::start(const std::wstring& requestName, const std::wstring& push
 void PipeServer::stop() {
   running.exchange(false);
   if (stopEvent != nullptr) {
-    (void)SetEvent(stopEvent);  // Fails only for a handle that is not an event.
+    // Fails only for a handle that is not an event.
+    (void)SetEvent(stopEvent);
   }
 }
 
@@ -51,23 +55,19 @@ PipeServer::~PipeServer() {
   }
   // Asked here rather than left to the members' own destruction, so that the message handler is
   // still whole when connection threads call it in this very moment.
-  if (supervisorThread.joinable() || pushAcceptThread.joinable() ||
-      requestAcceptThread.joinable()) {
-    std::terminate();
-  }
+  if (hasThreads()) std::terminate();
+}
+
+bool PipeServer::hasThreads() const {
+  return supervisorThread.joinable() || pushAcceptThread.joinable() ||
+         requestAcceptThread.joinable();
 }
 
 // Push and connection threads wake up from the stop event and from broken pipes just now, and use
 // the tables under their mutexes: they find them empty, never half destroyed. The pipes themselves
 // stay open until the process ends, so that a client sees them break only then.
 void PipeServer::abandonTables() {
-  {
-    const std::lock_guard lock(pushClientsMutex);
-    for (auto& [id, client] : pushClients) {
-      if (client.pipe) client.pipe->abandon();
-    }
-    pushClients.clear();
-  }
+  pushClients.abandon();
   const std::lock_guard lock(requestPipesMutex);
   requestPipes.clear();
 }

@@ -5,7 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
-#include <map>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
@@ -14,7 +14,8 @@
 
 #include "ipc/acceleration_ownership.h"
 #include "ipc/message_handler.h"
-#include "ipc/push_client.h"
+#include "ipc/push_client_table.h"
+#include "win32/unique_handle.h"
 
 namespace orva_accelerator::ipc {
 
@@ -50,16 +51,14 @@ class PipeServer {
   // Stamps the time of a request.
   void recordActivity();
 
-  // The push-client table. Each call takes pushClientsMutex.
-  //
-  // Inserts the client, or gives the client of that id a new pipe and closes its old one. Always
-  // true.
-  bool RegisterPushClient(std::uint32_t id, std::shared_ptr<PushPipe> pipe);
-  // Removes the client and closes its pipe; does nothing when there is none of that id.
-  void UnregisterPushClient(std::uint32_t id);
-  // Stamps the client's heartbeat; does nothing when there is none of that id.
-  void TouchPushClient(std::uint32_t id);
-  std::uint32_t PushClientCount();
+  // The push clients, see PushClientTable. Registering is always true.
+  bool RegisterPushClient(std::uint32_t id, std::shared_ptr<PushPipe> pipe) {
+    pushClients.put(id, std::move(pipe));
+    return true;
+  }
+  void UnregisterPushClient(std::uint32_t id) { pushClients.remove(id); }
+  void TouchPushClient(std::uint32_t id) { pushClients.touch(id); }
+  std::uint32_t PushClientCount() { return pushClients.count(); }
 
   // Writes one notification to every registered client, in ascending order of their ids, and drops
   // those that cannot be reached. `clientId` is the client whose request is answered; `payload`
@@ -73,19 +72,17 @@ class PipeServer {
   AccelerationOwnership ownership;
 
  private:
-  friend class PipeServerInspector;  // Lets tests look at the tables below.
+  friend class PipeServerInspector;  // Lets tests look at the fields below.
 
   void RequestAcceptLoop();
-  void ConnectionLoop(HANDLE pipe);
+  void ConnectionLoop(win32::UniqueFileHandle pipe);
   void PushAcceptLoop();
-  DWORD PushClientThread(HANDLE pipe);
+  DWORD PushClientThread(win32::UniqueFileHandle pipe);
   void SupervisorLoop();
 
   void restartEmptySlots();
-  bool hasLivePushClient();
+  bool hasThreads() const;
   void abandonTables();
-  std::vector<std::shared_ptr<PushPipe>> snapshotPushPipes();
-  void dropPushPipes(const std::vector<std::shared_ptr<PushPipe>>& failedPipes);
 
   std::wstring requestPipeName;
   std::wstring pushPipeName;
@@ -106,8 +103,7 @@ class PipeServer {
 
   MessageHandler messageHandler;
 
-  std::map<std::uint32_t, PushClient> pushClients;
-  std::mutex pushClientsMutex;
+  PushClientTable pushClients;
 
   // monotonicMs of the start or the latest request. Kept for whoever looks at the process with a
   // debugger; nothing in the service decides by it.

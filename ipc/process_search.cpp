@@ -1,19 +1,12 @@
 #include "ipc/process_search.h"
 
-#include <windows.h>
-
-// After <windows.h>, which it needs.
-#include <tlhelp32.h>
-
 #include <cwctype>
 
-#include "win32/unique_handle.h"
+#include "win32/process_list.h"
 
 namespace orva_accelerator::ipc {
 
 namespace {
-
-static_assert(sizeof(PROCESSENTRY32W) == 568);
 
 std::wstring toLower(std::wstring text) {
   for (wchar_t& unit : text) unit = static_cast<wchar_t>(std::towlower(unit));
@@ -24,16 +17,10 @@ std::wstring toLower(std::wstring text) {
 
 bool FindProcessByName(const std::wstring& imageName) {
   if (imageName.empty()) return false;
-  const std::wstring wanted = toLower(imageName);
-  const win32::UniqueFileHandle processes(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-  if (!processes) return false;
-  PROCESSENTRY32W entry = {};
-  entry.dwSize = sizeof(entry);
-  for (BOOL found = Process32FirstW(processes.get(), &entry); found;
-       found = Process32NextW(processes.get(), &entry)) {
-    if (toLower(entry.szExeFile) == wanted) return true;
-  }
-  return false;
+  const auto hasThatName = [wanted = toLower(imageName)](const win32::RunningProcess& process) {
+    return toLower(process.imageName) == wanted;
+  };
+  return win32::findProcess(hasThatName) == win32::ProcessSearch::Found;
 }
 
 }  // namespace orva_accelerator::ipc

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <mutex>
+#include <utility>
 
 #include "win32/unique_handle.h"
 
@@ -17,7 +18,7 @@ namespace orva_accelerator::ipc {
 // Shared by the table and the broadcasts. Callable from any thread.
 class PushPipe {
  public:
-  explicit PushPipe(HANDLE pipe) : handle_(pipe) {}
+  explicit PushPipe(win32::UniqueFileHandle pipe) : handle_(std::move(pipe)) {}
   PushPipe(const PushPipe&) = delete;
   PushPipe& operator=(const PushPipe&) = delete;
 

@@ -5,7 +5,6 @@
 
 #include "ipc/payload_buffer.h"
 #include "ipc/pipe_listener.h"
-#include "ipc/pipe_security.h"
 #include "ipc/pipe_server.h"
 
 namespace orva_accelerator::ipc {
@@ -17,19 +16,24 @@ namespace {
 // every page of a buffer that it is given to read into.
 constexpr std::size_t kLargestTrustedPayload = std::size_t{1024} * 1024;
 
-// One read from the message at hand. True when it succeeded or left the rest of a longer message
-// in the pipe.
-bool readOnce(HANDLE pipe, void* buffer, std::size_t size, DWORD& received, bool& messageEnded) {
-  received = 0;
-  messageEnded = ReadFile(pipe, buffer, static_cast<DWORD>(size), &received, nullptr) != FALSE;
-  return messageEnded || GetLastError() == ERROR_MORE_DATA;
+struct Read {
+  DWORD received = 0;
+  bool succeeded = false;     // Also when the rest of a longer message is left in the pipe.
+  bool messageEnded = false;  // Nothing is left of it.
+};
+
+// One read from the message at hand.
+Read readOnce(HANDLE pipe, void* buffer, std::size_t size) {
+  Read read;
+  read.messageEnded =
+      ReadFile(pipe, buffer, static_cast<DWORD>(size), &read.received, nullptr) != FALSE;
+  read.succeeded = read.messageEnded || GetLastError() == ERROR_MORE_DATA;
+  return read;
 }
 
 bool readHeader(HANDLE pipe, MessageHeader& header) {
-  DWORD received = 0;
-  bool messageEnded = false;
-  return readOnce(pipe, &header, sizeof(header), received, messageEnded) &&
-         received == sizeof(header) && header.magic == kRequestMagic;
+  const Read read = readOnce(pipe, &header, sizeof(header));
+  return read.succeeded && read.received == sizeof(header) && header.magic == kRequestMagic;
 }
 
 // Reads exactly `length` bytes from one message; what the message has beyond them stays in the
@@ -39,12 +43,11 @@ bool readPayload(HANDLE pipe, std::size_t length, PayloadBuffer& buffer) {
   for (;;) {
     const std::size_t step = std::min(length - total, kLargestTrustedPayload);
     buffer.reserve(total + step);
-    DWORD received = 0;
-    bool messageEnded = false;
-    if (!readOnce(pipe, buffer.data() + total, step, received, messageEnded)) return false;
-    total += received;
+    const Read read = readOnce(pipe, buffer.data() + total, step);
+    if (!read.succeeded) return false;
+    total += read.received;
     if (total == length) return true;
-    if (messageEnded || received != step) return false;
+    if (read.messageEnded || read.received != step) return false;
   }
 }
 
@@ -55,8 +58,8 @@ bool readRequest(HANDLE pipe, MessageHeader& header, PayloadBuffer& payload) {
 
 void writeIgnoringFailure(HANDLE pipe, const void* bytes, std::uint32_t length) {
   DWORD written = 0;
-  (void)WriteFile(pipe, bytes, length, &written,
-                  nullptr);  // A client that has gone is noticed by the next read.
+  // A client that has gone is noticed by the next read.
+  (void)WriteFile(pipe, bytes, length, &written, nullptr);
 }
 
 void writeResponse(HANDLE pipe, std::unique_ptr<std::uint8_t[]> response, std::uint32_t length) {
@@ -64,45 +67,45 @@ void writeResponse(HANDLE pipe, std::unique_ptr<std::uint8_t[]> response, std::u
   writeIgnoringFailure(pipe, &header, sizeof(header));
   if (response) writeIgnoringFailure(pipe, response.get(), length);
   response.reset();
-  (void)FlushFileBuffers(pipe);  // Waits until the client has read everything, or has gone.
+  // Waits until the client has read everything, or has gone.
+  (void)FlushFileBuffers(pipe);
 }
 
 }  // namespace
 
 void PipeServer::RequestAcceptLoop() {
-  SECURITY_ATTRIBUTES* const security = buildPipeSecurity();
-  if (security == nullptr) return;
+  if (buildPipeSecurity() == nullptr) return;
   while (running) {
-    const HANDLE pipe = acceptPipeClient(requestPipeName, security);
-    if (pipe == INVALID_HANDLE_VALUE) continue;
+    win32::UniqueFileHandle pipe = acceptPipeClient(requestPipeName);
+    if (!pipe) continue;
     {
       const std::lock_guard lock(requestPipesMutex);
-      requestPipes.insert(pipe);
+      requestPipes.insert(pipe.get());
     }
-    std::thread connection(&PipeServer::ConnectionLoop, this, pipe);
+    std::thread connection(&PipeServer::ConnectionLoop, this, std::move(pipe));
     const std::lock_guard lock(connectionThreadsMutex);
     connectionThreads.push_back(std::move(connection));
   }
 }
 
-void PipeServer::ConnectionLoop(HANDLE pipe) {
+void PipeServer::ConnectionLoop(win32::UniqueFileHandle pipe) {
   PayloadBuffer payload;
   MessageHeader header;
-  while (running && readRequest(pipe, header, payload)) {
+  while (running && readRequest(pipe.get(), header, payload)) {
     void* response = nullptr;
     std::uint32_t responseLength = 0;
     messageHandler(header, payload.readable(), response, responseLength);
     // A handler that hands out a pointer with length 0 keeps it.
     std::unique_ptr<std::uint8_t[]> owned(responseLength != 0 ? static_cast<std::uint8_t*>(response)
                                                               : nullptr);
-    writeResponse(pipe, std::move(owned), responseLength);
+    writeResponse(pipe.get(), std::move(owned), responseLength);
   }
   {
     const std::lock_guard lock(requestPipesMutex);
-    requestPipes.erase(pipe);
+    requestPipes.erase(pipe.get());
   }
-  (void)DisconnectNamedPipe(pipe);  // Fails when the client has gone before us.
-  (void)CloseHandle(pipe);          // Ours alone, and closed only here.
+  // Fails when the client has gone before us.
+  (void)DisconnectNamedPipe(pipe.get());
 }
 
 }  // namespace orva_accelerator::ipc

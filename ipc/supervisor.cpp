@@ -1,11 +1,8 @@
 // The thread that ends the service when nobody needs it any more.
 
-#include <algorithm>
-
 #include "ipc/notifiers.h"
 #include "ipc/pipe_server.h"
 #include "ipc/process_search.h"
-#include "sdk/accel_sdk.h"
 
 namespace orva_accelerator::ipc {
 
@@ -33,12 +30,8 @@ void PipeServer::SupervisorLoop() {
   while (running) {
     Sleep(kCycleMs);
     restartEmptySlots();
-    if (FindProcessByName(kHostApplication) || hasLivePushClient()) continue;
-    if (ownership.isActive()) {
-      (void)sdk::AccelSdk::Instance().StopAccel(
-          IgnoreStopResult());  // Accepted or not, the service ends.
-      ownership.clear();
-    }
+    if (FindProcessByName(kHostApplication) || pushClients.anyPipe(isClientProcessAlive)) continue;
+    if (ownership.isActive()) StopAccelUnasked(ownership);
     stop();
     return;
   }
@@ -53,14 +46,6 @@ void PipeServer::restartEmptySlots() {
   if (running && !requestAcceptThread.joinable()) {
     requestAcceptThread = std::thread(&PipeServer::RequestAcceptLoop, this);
   }
-}
-
-bool PipeServer::hasLivePushClient() {
-  const std::lock_guard lock(pushClientsMutex);
-  return std::ranges::any_of(pushClients, [](const auto& registered) {
-    const auto& pipe = registered.second.pipe;
-    return pipe && isClientProcessAlive(pipe->get());
-  });
 }
 
 }  // namespace orva_accelerator::ipc

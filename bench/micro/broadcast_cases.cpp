@@ -31,7 +31,7 @@ void measureBroadcast(Tables& tables) {
     ipc::PipeServer server;
     for (std::uint32_t id = 1; id <= clients; ++id) {
       // Any handle will do, but that of no file; nobody uses it.
-      auto pipe = std::make_shared<ipc::PushPipe>(nullptr);
+      auto pipe = std::make_shared<ipc::PushPipe>(win32::UniqueFileHandle(nullptr));
       (void)server.RegisterPushClient(id, std::move(pipe));  // Always true.
     }
     const std::uint8_t payload[8] = {};

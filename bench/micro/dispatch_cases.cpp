@@ -36,7 +36,7 @@ class DispatchBench {
  public:
   DispatchBench() {
     (void)server_.RegisterPushClient(
-        kClientId + 1, std::make_shared<ipc::PushPipe>(INVALID_HANDLE_VALUE));  // Always true.
+        kClientId + 1, std::make_shared<ipc::PushPipe>(win32::UniqueFileHandle()));  // Always true.
   }
 
   ipc::PipeServer& server() { return server_; }

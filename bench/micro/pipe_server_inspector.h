@@ -24,7 +24,7 @@ class PipeServerInspector {
   void removeConnectionThread() { server_.connectionThreads.pop_back(); }
 
   // The part of a broadcast during which the table of push clients is locked.
-  std::vector<std::shared_ptr<PushPipe>> snapshotPushPipes() { return server_.snapshotPushPipes(); }
+  PushClientTable::Pipes snapshotPushPipes() { return server_.pushClients.connectedPipes(); }
 
  private:
   PipeServer& server_;

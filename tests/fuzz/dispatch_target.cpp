@@ -27,6 +27,7 @@
 #include "tests/fuzz/misbehaving_library.h"
 #include "tests/support/golden_vectors.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/ownership_inspector.h"
 #include "tests/support/pipe_server_inspector.h"
 
 namespace orva_accelerator::fuzz {
@@ -96,15 +97,13 @@ GuardedBytes* payloads = nullptr;
 void registerClient() {
   ipc::PushClient client;
   client.id = kRegisteredClient;
-  client.pipe = std::make_shared<ipc::PushPipe>(pushPipe());
+  client.pipe = std::make_shared<ipc::PushPipe>(win32::UniqueFileHandle(pushPipe()));
   client.connected = true;
   ipc::PipeServerInspector(*server).putPushClient(kRegisteredClient, std::move(client));
 }
 
 void putBack(Beginning beginning) {
-  server->ownership.clear();
-  server->ownership.acceleratingClientId = 0;
-  server->ownership.startPendingClientId = 0;
+  set(server->ownership, ipc::kNobody);
   if (server->PushClientCount() == 0) registerClient();
   sdk::loginResultHandler.install(nullptr);
   sdk::stopResultHandler.install(nullptr);

@@ -13,6 +13,7 @@
 #include "ipc/wire/requests.h"
 #include "sdk/kernel_function_table.h"
 #include "tests/handlers/acceleration_bench.h"
+#include "tests/support/ownership_inspector.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -146,7 +147,7 @@ TEST_F(AccelControl, ResultsGoToTheClientOfTheLatestStartOnly) {
 TEST_F(AccelControl, StartOfClient0IsPendingForClient0) {
   bench.enter(State::Idle);
   EXPECT_EQ(bench.ask(0, ipc::MsgStartAccel), Bytes{1});
-  EXPECT_TRUE(fields.startPending);
+  EXPECT_TRUE(fields.isPendingFor(0));
   EXPECT_EQ(bench.ask(0, ipc::MsgStartAccel), Bytes{1});
   EXPECT_EQ(bench.ask(kOther, ipc::MsgStartAccel), Bytes{0});
   EXPECT_EQ(bench.calls(), "StartAccel");
@@ -265,26 +266,20 @@ TEST_F(AccelControl, OwnerQueryTellsOwnersFromOthers) {
 }
 
 TEST_F(AccelControl, OwnerQueryCountsAnIdThatWasLeftInTheOtherSlot) {
-  fields.startPending = true;
-  fields.startPendingClientId = 7;
-  fields.acceleratingClientId = 9;
+  set(fields, {false, 9, true, 7});
   ASSERT_EQ(ownership(), "(9) / 7");
   EXPECT_EQ(bench.ask(9, ipc::MsgQueryAccelOwner), (Bytes{1, 1}));
   EXPECT_EQ(bench.ask(7, ipc::MsgQueryAccelOwner), (Bytes{1, 1}));
   EXPECT_EQ(bench.ask(5, ipc::MsgQueryAccelOwner), (Bytes{1, 0}));
   EXPECT_EQ(bench.ask(0, ipc::MsgQueryAccelOwner), (Bytes{1, 0}));
 
-  fields.clear();
-  fields.accelerating = true;
-  fields.acceleratingClientId = 9;
-  fields.startPendingClientId = 7;
+  set(fields, {true, 9, false, 7});
   ASSERT_EQ(ownership(), "9 / (7)");
   EXPECT_EQ(bench.ask(7, ipc::MsgQueryAccelOwner), (Bytes{1, 1}));
 }
 
 TEST_F(AccelControl, OwnerQueryLooksAtNoIdWhileNeitherFlagIsSet) {
-  fields.acceleratingClientId = 9;
-  fields.startPendingClientId = 7;
+  set(fields, {false, 9, false, 7});
   EXPECT_EQ(bench.ask(9, ipc::MsgQueryAccelOwner), (Bytes{0, 0}));
   EXPECT_EQ(bench.ask(7, ipc::MsgQueryAccelOwner), (Bytes{0, 0}));
 }
@@ -295,7 +290,7 @@ TEST_F(AccelControl, Client0NeverOwnsWhatItStarted) {
   bench.reportState(4);
   EXPECT_EQ(bench.ask(0, ipc::MsgQueryAccelOwner), (Bytes{1, 0}));
   EXPECT_EQ(bench.ask(0, ipc::MsgClientLeaving), (Bytes{0, 0, 0, 0, 3, 0, 0, 0}));
-  EXPECT_TRUE(fields.accelerating);  // Nor does its leave end it.
+  EXPECT_TRUE(fields.isActive());  // Nor does its leave end it.
   EXPECT_EQ(bench.calls(), "StartAccel");
 }
 

@@ -9,6 +9,7 @@
 #include "ipc/wire/notifications.h"
 #include "ipc/wire/requests.h"
 #include "sdk/kernel_function_table.h"
+#include "tests/support/ownership_inspector.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -58,8 +59,9 @@ const char* nameOf(State state) {
 }
 
 std::string shown(const ipc::AccelerationOwnership& ownership) {
-  return shownSlot(ownership.accelerating, ownership.acceleratingClientId) + " / " +
-         shownSlot(ownership.startPending, ownership.startPendingClientId);
+  const ipc::Owner owner = get(ownership);
+  return shownSlot(owner.accelerating, owner.acceleratingClientId) + " / " +
+         shownSlot(owner.startPending, owner.startPendingClientId);
 }
 
 AccelerationBench::AccelerationBench() {

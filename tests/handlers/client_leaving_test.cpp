@@ -9,6 +9,7 @@
 #include "sdk/kernel_function_table.h"
 #include "tests/handlers/acceleration_bench.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/ownership_inspector.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -110,11 +111,13 @@ TEST_F(ClientLeaving, OfAnUnregisteredClientStopsAServerThatHasNoClients) {
 TEST_F(ClientLeaving, LeavesAnIdThatIsNoLongerAnOwnersAlone) {
   PushConnection leaving(server, 7);
   PushConnection staying(server, 8);
-  server->ownership.beginStart(8);
-  server->ownership.acceleratingClientId = 7;  // Left there; its flag is not set.
-  EXPECT_TRUE(requests.ask(7, ipc::MsgClientLeaving));
-  EXPECT_TRUE(server->ownership.isStartPending());
-  EXPECT_TRUE(kernel.calls().empty());
+  const ipc::Owner staleIds[] = {{false, 7, true, 8}, {true, 8, false, 7}};
+  for (const ipc::Owner& owner : staleIds) {
+    set(server->ownership, owner);
+    EXPECT_TRUE(requests.ask(7, ipc::MsgClientLeaving));
+    EXPECT_EQ(get(server->ownership), owner);
+    EXPECT_TRUE(kernel.calls().empty());
+  }
 }
 
 TEST_F(ClientLeaving, LetsTheClientRegisterAgain) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/handlers/dispatched_request.h"
+#include "tests/support/ownership_inspector.h"
 
 namespace orva_accelerator::ipc {
 namespace {
@@ -18,31 +19,26 @@ class OwnerQuery : public testing::Test {
 
 TEST_F(OwnerQuery, AnswersZerosToEveryClientWhileNoFlagIsSet) {
   for (const std::uint32_t client : {0U, 5U, 7U, 9U}) EXPECT_EQ(askAs(client), (Bytes{0, 0}));
-  server.ownership.acceleratingClientId = 9;
-  server.ownership.startPendingClientId = 7;
+  set(server.ownership, {false, 9, false, 7});
   for (const std::uint32_t client : {0U, 5U, 7U, 9U}) EXPECT_EQ(askAs(client), (Bytes{0, 0}));
 }
 
 TEST_F(OwnerQuery, CountsAStaleIdInTheOtherSlotAsOwner) {
-  server.ownership.startPending = true;
-  server.ownership.startPendingClientId = 7;
-  server.ownership.acceleratingClientId = 9;
+  set(server.ownership, {false, 9, true, 7});
   EXPECT_EQ(askAs(9), (Bytes{1, 1}));
   EXPECT_EQ(askAs(7), (Bytes{1, 1}));
   EXPECT_EQ(askAs(5), (Bytes{1, 0}));
-  server.ownership.startPending = false;
-  server.ownership.accelerating = true;
+  set(server.ownership, {true, 9, false, 7});
   EXPECT_EQ(askAs(9), (Bytes{1, 1}));
   EXPECT_EQ(askAs(7), (Bytes{1, 1}));
   EXPECT_EQ(askAs(5), (Bytes{1, 0}));
 }
 
 TEST_F(OwnerQuery, NeverTakesClientZeroForAnOwner) {
-  server.ownership.startPending = true;
-  server.ownership.accelerating = true;
+  set(server.ownership, {true, 0, true, 0});
   EXPECT_EQ(askAs(0), (Bytes{1, 0}));
   EXPECT_EQ(askAs(0xFFFFFFFF), (Bytes{1, 0}));
-  server.ownership.acceleratingClientId = 0xFFFFFFFF;
+  set(server.ownership, {true, 0xFFFFFFFF, true, 0});
   EXPECT_EQ(askAs(0), (Bytes{1, 0}));
   EXPECT_EQ(askAs(0xFFFFFFFF), (Bytes{1, 1}));
 }

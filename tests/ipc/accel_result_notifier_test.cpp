@@ -3,7 +3,6 @@
 #include <new>
 
 #include "tests/ipc/notifiers_fixture.h"
-#include "tests/support/import_patch.h"
 
 namespace orva_accelerator::ipc {
 namespace {
@@ -110,28 +109,37 @@ TEST(NotifiersWithoutServer, AccelResultIsDropped) {
   currentPipeServer = startedByOthers;
 }
 
-// Makes the next conversion to UTF-8 fail as it does when memory is short.
-class FailingConversion {
- public:
-  FailingConversion() {
-    hook_.replace(
-        [](UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) -> int { throw std::bad_alloc(); });
-  }
-
- private:
-  test::ImportHook<decltype(WideCharToMultiByte)> hook_{"kernel32.dll", "WideCharToMultiByte"};
-};
-
 TEST_F(Notifiers, AccelResultThatCannotBeBuiltIsLostButSettlesTheOwnership) {
   sdk::SAccelResult result = resultWithState(4);
   result.text1 = L"text";
   {
-    const FailingConversion failing;
+    ConversionHook conversion("kernel32.dll", "WideCharToMultiByte");
+    conversion.replace(
+        [](UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) -> int { throw std::bad_alloc(); });
     EXPECT_NO_THROW(AccelResultNotifier(kClient, NotifyStartAccel)(result));
   }
   EXPECT_EQ(get(server->ownership), (Owner{true, kClient, false, 0}));
   broadcastMarker(server);
   EXPECT_TRUE(markerIsNext(client));
+}
+
+TEST_F(Notifiers, AccelResultWithATextThatCannotBeConvertedIsLostButSettlesTheOwnership) {
+  sdk::SAccelResult first = resultWithState(4);
+  first.text1 = L"text";
+  sdk::SAccelResult second = resultWithState(4);
+  second.text2 = L"text";
+  for (const sdk::SAccelResult& result : {first, second}) {
+    server->ownership.clear();
+    {
+      ConversionHook conversion("kernel32.dll", "WideCharToMultiByte");
+      conversion.failAllCalls(ERROR_NOT_ENOUGH_MEMORY, 0);
+      EXPECT_NO_THROW(AccelResultNotifier(kClient, NotifyStartAccel)(result));
+      EXPECT_GT(conversion.callCount(), 0U);
+    }
+    EXPECT_EQ(get(server->ownership), (Owner{true, kClient, false, 0}));
+    broadcastMarker(server);
+    EXPECT_TRUE(markerIsNext(client));
+  }
 }
 
 }  // namespace

@@ -100,6 +100,21 @@ TEST_F(Notifiers, LoginResultHasAPayloadOf8BytesAndItsText) {
   EXPECT_EQ(three->payloadLength, 11U);
 }
 
+// A client waits for the code.
+TEST_F(Notifiers, StopAndLoginResultsGoOutWithoutATextThatCannotBeConverted) {
+  {
+    ConversionHook conversion("kernel32.dll", "WideCharToMultiByte");
+    conversion.failAllCalls(ERROR_NOT_ENOUGH_MEMORY, 0);
+    EXPECT_NO_THROW(StopResultNotifier(server.get(), kClient)(5, L"text"));
+    EXPECT_NO_THROW(LoginResultNotifier(server.get(), kClient)(6, L"text"));
+  }
+  const auto stop = client.next();
+  const auto login = client.next();
+  ASSERT_TRUE(stop && login);
+  EXPECT_EQ(stop->payload, (test::Bytes{0, 0, 0, 0, 5, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(login->payload, (test::Bytes{6, 0, 0, 0, 0, 0, 0, 0}));
+}
+
 TEST_F(Notifiers, LoginResultLeavesTheOwnershipAlone) {
   set(server->ownership, kTwoOwners);
   LoginResultNotifier(server.get(), kClient)(0, L"");

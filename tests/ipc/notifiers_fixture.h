@@ -11,6 +11,8 @@
 
 #include "ipc/notifiers.h"
 #include "ipc/wire/notifications.h"
+#include "tests/support/import_patch.h"
+#include "tests/support/ownership_inspector.h"
 #include "tests/support/running_server.h"
 
 namespace orva_accelerator::ipc {
@@ -39,27 +41,8 @@ inline sdk::SAccelResult resultWithState(std::uint32_t state) {
   return result;
 }
 
-struct Owner {
-  bool accelerating;
-  std::uint32_t acceleratingClientId;
-  bool startPending;
-  std::uint32_t startPendingClientId;
-  bool operator==(const Owner&) const = default;
-};
+using ConversionHook = test::ImportHook<decltype(WideCharToMultiByte)>;
 
-inline void set(AccelerationOwnership& ownership, const Owner& owner) {
-  ownership.accelerating = owner.accelerating;
-  ownership.acceleratingClientId = owner.acceleratingClientId;
-  ownership.startPending = owner.startPending;
-  ownership.startPendingClientId = owner.startPendingClientId;
-}
-
-inline Owner get(const AccelerationOwnership& ownership) {
-  return {ownership.accelerating, ownership.acceleratingClientId, ownership.startPending,
-          ownership.startPendingClientId};
-}
-
-inline constexpr Owner kNobody = {false, 0, false, 0};
 inline constexpr Owner kTwoOwners = {true, 8, true, 9};
 
 class Notifiers : public testing::Test {

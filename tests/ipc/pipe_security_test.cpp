@@ -1,4 +1,4 @@
-#include "ipc/pipe_security.h"
+#include "ipc/pipe_listener.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -65,8 +65,7 @@ TEST(PipeSecurity, IsNullWhenTheStringCannotBeConvertedAndRecovers) {
 
 // Without a descriptor the system would make a pipe that everybody may open for reading.
 TEST(PipeSecurity, IsNeverLeftToTheSystem) {
-  SECURITY_ATTRIBUTES* const security = ipc::buildPipeSecurity();
-  ASSERT_NE(security, nullptr);
+  ASSERT_NE(ipc::buildPipeSecurity(), nullptr);
   {
     ConvertHook convert("advapi32.dll", "ConvertStringSecurityDescriptorToSecurityDescriptorW");
     convert.failAllCalls(ERROR_NOT_ENOUGH_MEMORY, FALSE);
@@ -74,15 +73,15 @@ TEST(PipeSecurity, IsNeverLeftToTheSystem) {
   }
   ImportHook<decltype(CreateNamedPipeW)> create("kernel32.dll", "CreateNamedPipeW");
   SetLastError(0);
-  EXPECT_EQ(ipc::createSecuredPipe(uniquePipeName(L"open"), security), INVALID_HANDLE_VALUE);
+  EXPECT_FALSE(ipc::createSecuredPipe(uniquePipeName(L"open")));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_SECURITY_DESCR));
   EXPECT_EQ(create.callCount(), 0U);
   EXPECT_NE(ipc::buildPipeSecurity(), nullptr);
 }
 
 TEST(PipeSecurity, LetsAuthenticatedUsersReadAndWriteAndNobodyElse) {
-  const win32::UniqueFileHandle pipe(
-      ipc::createSecuredPipe(uniquePipeName(L"secured"), ipc::buildPipeSecurity()));
+  ASSERT_NE(ipc::buildPipeSecurity(), nullptr);
+  const win32::UniqueFileHandle pipe = ipc::createSecuredPipe(uniquePipeName(L"secured"));
   ASSERT_TRUE(pipe);
   PACL list = nullptr;
   PSECURITY_DESCRIPTOR descriptor = nullptr;
@@ -111,8 +110,7 @@ TEST(PipeSecurity, MayBeRebuiltWhilePipesAreCreated) {
     while (!over) EXPECT_EQ(ipc::buildPipeSecurity(), security);
   });
   for (int i = 0; i < 500; ++i) {
-    const win32::UniqueFileHandle pipe(
-        ipc::createSecuredPipe(uniquePipeName(L"secured"), security));
+    const win32::UniqueFileHandle pipe = ipc::createSecuredPipe(uniquePipeName(L"secured"));
     EXPECT_TRUE(pipe) << GetLastError();
   }
   over = true;

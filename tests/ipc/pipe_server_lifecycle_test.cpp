@@ -1,12 +1,15 @@
 // Starting, stopping and destroying the server.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <exception>
 #include <memory>
 #include <system_error>
 
 #include "ipc/monotonic_clock.h"
 #include "tests/ipc/channel_test.h"
 #include "tests/ipc/pipe_call_log.h"
+#include "tests/support/ownership_inspector.h"
 #include "tests/support/thread_shortage.h"
 
 namespace orva_accelerator::test {
@@ -27,10 +30,7 @@ TEST_F(PipeServerLifecycle, BeginsWithNothing) {
   EXPECT_TRUE(inspector_.requestPipes().empty());
   EXPECT_TRUE(inspector_.pushClients().empty());
   EXPECT_FALSE(inspector_.messageHandler());
-  EXPECT_FALSE(server_.ownership.accelerating);
-  EXPECT_EQ(server_.ownership.acceleratingClientId, 0U);
-  EXPECT_FALSE(server_.ownership.startPending);
-  EXPECT_EQ(server_.ownership.startPendingClientId, 0U);
+  EXPECT_EQ(get(server_.ownership), ipc::kNobody);
   EXPECT_EQ(inspector_.lastActivityMs(), 0);
   EXPECT_EQ(inspector_.stopEvent(), nullptr);
 }
@@ -231,6 +231,31 @@ TEST_F(PipeServerDeathTest, EndsTheProcessWhenAStoppedServerIsStartedAgain) {
         start();
       },
       testing::ExitedWithCode(3), "");
+}
+
+// A server without handler, as it was before its second start.
+ipc::PipeServerInspector* restarted = nullptr;
+std::wstring nameBeforeRestart;
+
+[[noreturn]] void endWith42IfNothingHasChanged() {
+  const bool same = restarted->requestPipeName() == nameBeforeRestart &&
+                    restarted->pushPipeName() != L"other" && !restarted->messageHandler();
+  std::_Exit(same ? 42 : 1);
+}
+
+// The old threads may still be reading it.
+TEST_F(PipeServerDeathTest, ChangesNothingBeforeItEndsTheProcessOverASecondStart) {
+  EXPECT_EXIT(
+      {
+        start();
+        server_.stop();
+        inspector_.messageHandler() = nullptr;
+        restarted = &inspector_;
+        nameBeforeRestart = requestName_;
+        std::set_terminate(endWith42IfNothingHasChanged);
+        (void)server_.start(L"other", L"other");
+      },
+      testing::ExitedWithCode(42), "");
 }
 
 TEST_F(PipeServerDeathTest, EndsTheProcessWhenThereIsNoThreadForAConnection) {

@@ -20,7 +20,7 @@ bool isOpen(HANDLE handle) {
 
 TEST(PushPipe, ClosesItsHandleWhenNobodyWrites) {
   const HANDLE handle = newHandle();
-  ipc::PushPipe pipe(handle);
+  ipc::PushPipe pipe{win32::UniqueFileHandle(handle)};
   EXPECT_EQ(pipe.get(), handle);
   pipe.close();
   EXPECT_FALSE(isOpen(handle));
@@ -30,7 +30,7 @@ TEST(PushPipe, ClosesItsHandleWhenNobodyWrites) {
 
 TEST(PushPipe, ClosesItsHandleAfterTheLastWrite) {
   const HANDLE handle = newHandle();
-  ipc::PushPipe pipe(handle);
+  ipc::PushPipe pipe{win32::UniqueFileHandle(handle)};
   std::optional<ipc::PushPipe::Writer> one(std::in_place, pipe);
   std::optional<ipc::PushPipe::Writer> two(std::in_place, pipe);
   EXPECT_EQ(one->get(), handle);
@@ -44,7 +44,7 @@ TEST(PushPipe, ClosesItsHandleAfterTheLastWrite) {
 
 TEST(PushPipe, GivesNoHandleToAWriterThatComesAfterTheClose) {
   const HANDLE handle = newHandle();
-  ipc::PushPipe pipe(handle);
+  ipc::PushPipe pipe{win32::UniqueFileHandle(handle)};
   std::optional<ipc::PushPipe::Writer> early(std::in_place, pipe);
   pipe.close();
   {
@@ -58,7 +58,7 @@ TEST(PushPipe, GivesNoHandleToAWriterThatComesAfterTheClose) {
 
 TEST(PushPipe, StaysOpenBetweenWrites) {
   const HANDLE handle = newHandle();
-  ipc::PushPipe pipe(handle);
+  ipc::PushPipe pipe{win32::UniqueFileHandle(handle)};
   {
     const ipc::PushPipe::Writer writer(pipe);
   }
@@ -70,7 +70,7 @@ TEST(PushPipe, StaysOpenBetweenWrites) {
 TEST(PushPipe, ClosesItsHandleWhenItIsDestroyed) {
   const HANDLE handle = newHandle();
   {
-    const ipc::PushPipe pipe(handle);
+    const ipc::PushPipe pipe{win32::UniqueFileHandle(handle)};
   }
   EXPECT_FALSE(isOpen(handle));
 }
@@ -78,7 +78,7 @@ TEST(PushPipe, ClosesItsHandleWhenItIsDestroyed) {
 TEST(PushPipe, LeavesItsHandleOpenWhenItIsAbandoned) {
   const HANDLE handle = newHandle();
   {
-    ipc::PushPipe pipe(handle);
+    ipc::PushPipe pipe{win32::UniqueFileHandle(handle)};
     pipe.abandon();
   }
   ASSERT_TRUE(isOpen(handle));

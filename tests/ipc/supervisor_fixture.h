@@ -17,6 +17,7 @@
 #include "tests/ipc/fake_process_list.h"
 #include "tests/support/fake_kernel.h"
 #include "tests/support/import_patch.h"
+#include "tests/support/ownership_inspector.h"
 #include "tests/support/pipe_names.h"
 #include "tests/support/running_server.h"
 
@@ -103,7 +104,7 @@ class Supervisor : public testing::Test {
     clients_[pipe] = process;
     PushClient client;
     client.id = id;
-    client.pipe = std::make_shared<PushPipe>(pipe);
+    client.pipe = std::make_shared<PushPipe>(win32::UniqueFileHandle(pipe));
     client.connected = true;
     inspector.putPushClient(id, std::move(client));
   }

@@ -179,18 +179,13 @@ TEST_F(Supervisor, StopsAccelerationOnceAndTellsNobody) {
     kernel.clearCalls();
     acceptStops = row.accepted ? 1 : 0;
     completeStops = row.completedInside;
-    server.ownership.accelerating = row.accelerating;
-    server.ownership.acceleratingClientId = row.accelerating ? 7 : 0;
-    server.ownership.startPending = row.startPending;
-    server.ownership.startPendingClientId = row.startPending ? 9 : 0;
+    set(server.ownership, {row.accelerating, row.accelerating ? 7U : 0U, row.startPending,
+                           row.startPending ? 9U : 0U});
     ImportHook<decltype(WriteFile)> writes("kernel32.dll", "WriteFile");
     inspector.runSupervisorLoop();
     EXPECT_THAT(kernel.calls(), ElementsAre("Kernel_StopAccel()"));
     EXPECT_EQ(writes.callCount(), 0U);
-    EXPECT_FALSE(server.ownership.accelerating);
-    EXPECT_EQ(server.ownership.acceleratingClientId, 0U);
-    EXPECT_FALSE(server.ownership.startPending);
-    EXPECT_EQ(server.ownership.startPendingClientId, 0U);
+    EXPECT_EQ(get(server.ownership), kNobody);
     EXPECT_FALSE(server.isRunning());
   }
 }
@@ -200,7 +195,7 @@ TEST_F(Supervisor, LetsAccelerationRunWhileAClientLives) {
   server.ownership.settle(4, 7);
   runUntilCycle(3);
   EXPECT_THAT(kernel.calls(), IsEmpty());
-  EXPECT_TRUE(server.ownership.accelerating);
+  EXPECT_EQ(get(server.ownership), (Owner{true, 7, false, 0}));
 }
 
 TEST_F(Supervisor, HoldsTheTablesMutexWhileItAsks) {

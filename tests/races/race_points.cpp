@@ -1,17 +1,19 @@
 #include "tests/races/race_points.h"
 
+#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <mutex>
 #include <set>
 #include <string_view>
 
+#include "tests/support/bounded_wait.h"
 #include "win32/race_point.h"
 
 namespace orva_accelerator::test {
 namespace {
 
-thread_local RacingThread* racing = nullptr;
+thread_local RacePointVisitor* visitor = nullptr;
 
 std::mutex placesMutex;
 std::set<std::string> places;
@@ -23,14 +25,15 @@ void remember(const char* place) {
 
 }  // namespace
 
-RacingThread::RacingThread(std::uint64_t seed) : random_(seed) {
-  racing = this;
+RacePointVisitor::RacePointVisitor() {
+  visitor = this;
 }
-RacingThread::~RacingThread() {
-  racing = nullptr;
+RacePointVisitor::~RacePointVisitor() {
+  visitor = nullptr;
 }
 
-void RacingThread::waitOrPass() {
+void RacingThread::visit(const char* place) {
+  if (std::string_view(place).starts_with("race: ")) remember(place);
   switch (below(8)) {
     case 0:
       return Sleep(1);
@@ -45,6 +48,13 @@ void RacingThread::waitOrPass() {
   }
 }
 
+void GatedThread::visit(const char* place) {
+  if (passed_ || std::string_view(place) != gate_.place) return;
+  passed_ = true;
+  ++gate_.held;
+  EXPECT_TRUE(waitUntil([this] { return gate_.open.load(); }));
+}
+
 std::vector<std::string> passedRacePoints() {
   const std::lock_guard lock(placesMutex);
   return {places.begin(), places.end()};
@@ -53,8 +63,5 @@ std::vector<std::string> passedRacePoints() {
 }  // namespace orva_accelerator::test
 
 void orva_accelerator::win32::racePoint(const char* place) {
-  using namespace orva_accelerator::test;
-  if (racing == nullptr) return;
-  if (std::string_view(place).starts_with("race: ")) remember(place);
-  racing->waitOrPass();
+  if (orva_accelerator::test::visitor != nullptr) orva_accelerator::test::visitor->visit(place);
 }

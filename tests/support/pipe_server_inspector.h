@@ -24,21 +24,21 @@ class PipeServerInspector {
 
   // A copy of the push-client table, taken under its mutex.
   std::map<std::uint32_t, PushClient> pushClients() const {
-    const std::lock_guard lock(server_.pushClientsMutex);
-    return server_.pushClients;
+    const std::lock_guard lock(pushClientsMutex());
+    return server_.pushClients.pushClients;
   }
   // Null when the client is not in the table.
   std::shared_ptr<PushPipe> pushPipe(std::uint32_t id) const {
-    const std::lock_guard lock(server_.pushClientsMutex);
-    const auto found = server_.pushClients.find(id);
-    return found == server_.pushClients.end() ? nullptr : found->second.pipe;
+    const auto clients = pushClients();
+    const auto found = clients.find(id);
+    return found == clients.end() ? nullptr : found->second.pipe;
   }
   void putPushClient(std::uint32_t id, PushClient client) {
-    const std::lock_guard lock(server_.pushClientsMutex);
-    server_.pushClients[id] = std::move(client);
+    const std::lock_guard lock(pushClientsMutex());
+    server_.pushClients.pushClients[id] = std::move(client);
   }
   // Held, it stops every access to the table.
-  std::mutex& pushClientsMutex() { return server_.pushClientsMutex; }
+  std::mutex& pushClientsMutex() const { return server_.pushClients.pushClientsMutex; }
 
   std::set<HANDLE> requestPipes() const {
     const std::lock_guard lock(server_.requestPipesMutex);
@@ -73,9 +73,10 @@ class PipeServerInspector {
   }
   void setRunning(bool running) { server_.running = running; }
   void runRequestAcceptLoop() { server_.RequestAcceptLoop(); }
-  void runConnectionLoop(HANDLE pipe) { server_.ConnectionLoop(pipe); }
   void runPushAcceptLoop() { server_.PushAcceptLoop(); }
-  DWORD runPushClientThread(HANDLE pipe) { return server_.PushClientThread(pipe); }
+  DWORD runPushClientThread(HANDLE pipe) {
+    return server_.PushClientThread(win32::UniqueFileHandle(pipe));
+  }
   void runSupervisorLoop() { server_.SupervisorLoop(); }
 
  private:
