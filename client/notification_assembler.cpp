@@ -39,10 +39,12 @@ Result<std::optional<Notification>> NotificationAssembler::TakeHeader(ByteView m
 
 Result<std::optional<Notification>> NotificationAssembler::TakePayload(ByteView message) {
   std::optional<Error> mismatch;
+  auto unserved = waiting_.end();
   for (auto it = waiting_.begin(); it != waiting_.end(); ++it) {
     if (it->payloadLength != message.size()) continue;
     auto body = DecodeNotificationBody(it->type, message);
     if (!body) {
+      if (unserved == waiting_.end()) unserved = it;
       if (!mismatch) mismatch = body.error();
       continue;
     }
@@ -50,7 +52,11 @@ Result<std::optional<Notification>> NotificationAssembler::TakePayload(ByteView 
     waiting_.erase(it);
     return std::optional(Assemble(header, std::move(body.value())));
   }
-  if (mismatch) return *mismatch;
+  if (mismatch) {
+    // This was the payload of one of them. Kept, that header would take another one's payload.
+    waiting_.erase(unserved);
+    return *mismatch;
+  }
   return Misplaced("a message of " + std::to_string(message.size()) +
                    " bytes belongs to no header that came before it");
 }

@@ -27,7 +27,8 @@ class NotificationAssembler {
 
   // Takes the next whole message. Gives a notification when this message completes one, nothing
   // when more is needed, and a protocol error for a message that fits nowhere; that message is
-  // dropped and the next ones can still be taken.
+  // dropped, with the earliest header of its length if there is one, and the next ones can still be
+  // taken.
   Result<std::optional<Notification>> Take(ByteView message);
 
   std::size_t waiting() const { return waiting_.size(); }

@@ -92,7 +92,7 @@ else
     "$stage/$library/PUT-OpenKernel.dll-HERE.txt"
 fi
 add_client_files
-for page in protocol c-interface orvactl security; do
+for page in protocol compatibility troubleshooting c-interface orvactl security; do
   install -D "$root/docs/$page.md" "$stage/docs/$page.md"
 done
 cp "$root/docs/protocol-vectors.json" "$stage/docs/"

@@ -27,9 +27,14 @@ const schema = {
   fields: 'the same bytes field by field: offset from the start of the header, size, and for people ' +
     'the name and what the bytes mean. "varies": true where they differ from run to run (a time) and ' +
     'are an example: skip them when you compare',
+  encodes: 'only there, and false, where a request is not what a client would write: the values do not ' +
+    'encode to the bytes, because the reserved words are set',
   values: 'what the bytes mean, by field name: numbers, texts, and lists of them (summary, nodes). ' +
     'Magic, type, lengths, padding and the time stamp are left out, except in a header alone. A ' +
     'number above 9007199254740991 is a decimal string, because many JSON readers would round it',
+  sequences: 'what comes on the push pipe, message by message: the bytes, and what they give. null: ' +
+    'nothing yet. A notification: its header and values; a payload in hexadecimal instead of values ' +
+    'where the type is unknown. "lost": the message fits nowhere, and the page says what goes with it',
 };
 
 const headerLengths = { requests: 24, responses: 8, notifications: 20 };
@@ -42,10 +47,15 @@ function writtenOut(value) {
   return Object.fromEntries(Object.entries(value).map(([name, part]) => [name, writtenOut(part)]));
 }
 
+// Upper-case digits without blanks, of one piece or of several.
+function hexOf(pieces) {
+  return [pieces].flat().map(writtenOut).join('').replaceAll(' ', '');
+}
+
 function fieldsOf(vector) {
   let offset = 0;
   return vector.fields.map(([bytes, text, varies]) => {
-    const hex = writtenOut(bytes).replaceAll(' ', '');
+    const hex = hexOf(bytes);
     const field = { offset, size: hex.length / 2, text, hex };
     offset += field.size;
     return varies === 'variable' ? { ...field, varies: true } : field;
@@ -53,7 +63,7 @@ function fieldsOf(vector) {
 }
 
 function vectorOf(file, vector) {
-  const { name, description, message, type, direction } = vector;
+  const { name, description, message, type, direction, encodes } = vector;
   const fields = fieldsOf(vector);
   const bytes = fields.map(({ hex }) => hex).join('');
   const kind = file === 'headers' ? (name === 'registration' ? name : 'header') : file.slice(0, -1);
@@ -67,30 +77,44 @@ function vectorOf(file, vector) {
     headerLength: headerLengths[file] ?? (kind === 'header' ? bytes.length / 2 : 0),
     bytes,
     fields: fields.map(({ hex, ...field }) => field),
+    ...(encodes === undefined ? {} : { encodes }),
     values: writtenOut(vector.values),
   };
 }
 
-function readVectors(file) {
+function sequenceOf({ name, description, messages }) {
+  return {
+    name: `sequences/${name}`,
+    description,
+    messages: messages.map(([pieces, gives]) => ({
+      bytes: hexOf(pieces),
+      gives: gives?.payload === undefined ? writtenOut(gives) : { ...gives, payload: hexOf(gives.payload) },
+    })),
+  };
+}
+
+function readSource(file) {
   const text = readFileSync(new URL(`tests/vectors/${file}.json`, root), 'utf8');
   // JavaScript would round these.
   const exact = text.replace(/(": )(\d{16,})/g, (all, before, digits) =>
     Number.isSafeInteger(Number(digits)) ? all : `${before}"${digits}"`,
   );
-  return JSON.parse(exact).map((vector) => vectorOf(file, vector));
+  return JSON.parse(exact);
 }
 
-// One member a line, and one field: differences can be read.
-function written(vectors) {
+const readVectors = (file) => readSource(file).map((vector) => vectorOf(file, vector));
+
+// One member a line, and one field or message: differences can be read.
+function written(vectors, sequences) {
   const members = (object, indent, line) =>
     Object.entries(object)
       .map(([name, value]) => `${indent}${JSON.stringify(name)}: ${line(name, value)}`)
       .join(',\n');
   const list = (items, indent, line) => `[\n${items.map((item) => indent + line(item)).join(',\n')}`;
-  const fields = (items) => `${list(items, '        ', JSON.stringify)}\n      ]`;
+  const lines = (items) => `${list(items, '        ', JSON.stringify)}\n      ]`;
   const vector = (object) =>
     `{\n${members(object, '      ', (name, value) =>
-      name === 'fields' ? fields(value) : JSON.stringify(value),
+      name === 'fields' || name === 'messages' ? lines(value) : JSON.stringify(value),
     )}\n    }`;
   return `{
   "about": ${JSON.stringify(about)},
@@ -98,6 +122,8 @@ function written(vectors) {
 ${members(schema, '    ', (name, value) => JSON.stringify(value))}
   },
   "vectors": ${list(vectors, '    ', vector)}
+  ],
+  "sequences": ${list(sequences, '    ', vector)}
   ]
 }
 `;
@@ -105,7 +131,10 @@ ${members(schema, '    ', (name, value) => JSON.stringify(value))}
 
 // What the file has to hold.
 export function vectorFileText() {
-  return written(['headers', 'requests', 'responses', 'notifications'].flatMap(readVectors));
+  return written(
+    ['headers', 'requests', 'responses', 'notifications'].flatMap(readVectors),
+    readSource('sequences').map(sequenceOf),
+  );
 }
 
 function main(option) {

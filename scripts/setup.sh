@@ -17,6 +17,8 @@ packages=(
   wine wine64 xvfb xdotool
   # Package
   nsis zip
+  # The sample in C#
+  mono-mcs mono-runtime
   # Libraries of the tests and tools
   googletest libcli11-dev nlohmann-json3-dev
 )

@@ -5,6 +5,7 @@
 // Initialises the library, logs in, accelerates until it is confirmed, shows some figures, stops and
 // leaves. Prints a line for each step; ends with 1 and a reason if a step fails.
 using System;
+using System.Collections.Generic;
 using System.ComponentModel;
 using System.Diagnostics;
 using System.IO;
@@ -22,7 +23,6 @@ namespace Orva.Samples
     {
         private static readonly TimeSpan ConnectTime = TimeSpan.FromSeconds(5);
         private static readonly TimeSpan AnswerTime = TimeSpan.FromSeconds(10);
-        private static readonly byte[] Nothing = new byte[0];
 
         private readonly uint clientId = (uint)Process.GetCurrentProcess().Id;
         private readonly NotificationReader reader = new NotificationReader();
@@ -44,7 +44,7 @@ namespace Orva.Samples
                 throw;
             }
             // Gives the service the moment in which it notices the registration.
-            Ask(Request.Heartbeat, Nothing);
+            Ask(Request.Heartbeat);
             Console.WriteLine("connected");
         }
 
@@ -56,7 +56,10 @@ namespace Orva.Samples
 
         public void Initialise()
         {
-            int result = Ask(Request.SdkInit, Protocol.EncodeInit(1, 0, "official")).I32();
+            long result = Ask(Request.SdkInit, new Values
+            {
+                { "channelId", 1L }, { "channelNumber", 0L }, { "channelName", "official" },
+            }).Number("result");
             if (result != 1)
                 throw new RefusedException("the acceleration library cannot be initialised: " + result);
             Console.WriteLine("initialised");
@@ -64,28 +67,27 @@ namespace Orva.Samples
 
         public void LogIn(string account, string credential)
         {
-            Ask(Request.UserLogin, Protocol.EncodeLogin(account, credential));
-            int code = Outcome(Notify.UserLogin, Notify.UserLogin).I32();
+            Ask(Request.UserLogin, new Values { { "account", account }, { "credential", credential } });
+            long code = Outcome(Notify.UserLogin, Notify.UserLogin).Number("code");
             if (code != 0) throw new RefusedException("the login was refused, code " + code);
             Console.WriteLine("logged in");
         }
 
         public void Accelerate(uint game, uint area, string server)
         {
-            byte[] payload = Protocol.EncodeStart(game, area, 0, server, "auto");
-            if (Ask(Request.StartAccel, payload).U8() == 0)
-                throw new RefusedException("the start was refused");
+            Values answer = Ask(Request.StartAccel, new Values
+            {
+                { "startArg1", (long)game }, { "startArg2", (long)area }, { "startArg3", 0L },
+                { "startText", server },
+                // "", "auto", or integers separated by ';'. Anything else ends the service.
+                { "nodeSelection", "auto" },
+            });
+            if (answer.Number("accepted") == 0) throw new RefusedException("the start was refused");
             for (;;)
             {
-                PayloadReader result = Outcome(Notify.StartAccel, Notify.StartAccelEx);
-                result.Skip(8);  // value1, value2
-                result.TextLength();
-                result.Skip(6);  // Padding, value3.
-                uint state = result.U32();
-                result.Skip(8);  // value4, value5
-                result.TextLength();
-                result.Skip(2);
-                Console.WriteLine("state {0}: {1}, {2}", state, result.Text(), result.Text());
+                Values result = Outcome(Notify.StartAccel, Notify.StartAccelEx);
+                long state = result.Number("state");
+                Console.WriteLine("state {0}: {1}, {2}", state, result["text1"], result["text2"]);
                 if (state >= 5 && state <= 7)
                     throw new RefusedException("the acceleration has ended");
                 if (state == 4) return;
@@ -94,63 +96,42 @@ namespace Orva.Samples
 
         public void ShowFigures(uint game)
         {
-            PayloadReader owner = Ask(Request.QueryAccelOwner, Nothing);
-            owner.U8();
-            Console.WriteLine("mine: " + (owner.U8() != 0 ? "yes" : "no"));
-
-            PayloadReader data = Ask(Request.GetAccelData, Nothing);
-            uint value2 = data.U32();
-            uint value3 = data.U32();
-            data.Skip(36);  // To text3Length.
-            data.TextLength();
-            data.Skip(2);
-            Console.WriteLine("game {0}, area {1}, node {2}", value2, value3, data.Text());
-
-            PayloadReader nodes = Ask(Request.GetGameUsedNodeList, Protocol.EncodeGame(game));
-            nodes.U32();  // The status, always 1.
-            for (uint left = nodes.U32(); left > 0; --left)
-            {
-                uint node = nodes.U32();
-                nodes.Skip(20);  // To usedText1Length.
-                nodes.TextLength();
-                nodes.TextLength();
-                nodes.Skip(4);
-                Console.WriteLine("used node {0}: {1}", node, nodes.Text());
-                nodes.Text();
-            }
+            Values owner = Ask(Request.QueryAccelOwner);
+            Console.WriteLine("mine: " + (owner.Number("ownedByCaller") != 0 ? "yes" : "no"));
+            Values data = Ask(Request.GetAccelData);
+            Console.WriteLine("game {0}, area {1}, node {2}", data["value2"], data["value3"],
+                data["text3"]);
+            Values used = Ask(Request.GetGameUsedNodeList, new Values { { "gameId", (long)game } });
+            foreach (Values node in (List<Values>)used["nodes"])
+                Console.WriteLine("used node {0}: {1}", node["used1"], node["usedText1"]);
         }
 
         public void StopAndLeave()
         {
-            Ask(Request.StopAccel, Nothing);
-            PayloadReader stopped = Outcome(Notify.StopAccel, Notify.StopAccel);
-            stopped.U32();  // success
-            Console.WriteLine("stopped, code " + stopped.I32());
-            PayloadReader left = Ask(Request.ClientLeaving, Nothing);
-            left.U32();  // lastClient
-            Console.WriteLine("left, {0} remain", left.U32());
+            Ask(Request.StopAccel);
+            Console.WriteLine("stopped, code {0}", Outcome(Notify.StopAccel, Notify.StopAccel)["code"]);
+            Console.WriteLine("left, {0} remain", Ask(Request.ClientLeaving)["remainingClients"]);
         }
 
-        // Sends a request and gives the payload of its answer.
-        private PayloadReader Ask(Request type, byte[] payload)
+        // Sends a request and gives its answer.
+        private Values Ask(Request type, Values values = null)
         {
-            requests.Write(Protocol.EncodeRequest(type, clientId, payload), AnswerTime);
+            requests.Write(Protocol.EncodeRequest(type, clientId, values), AnswerTime);
             uint length = Protocol.DecodeResponseHeader(requests.Read(AnswerTime));
-            if (length == 0) throw new ProtocolException("the service does not know " + type);
-            byte[] answer = requests.Read(AnswerTime);
-            if (answer.Length != length)
-                throw new ProtocolException(answer.Length + " of " + length + " bytes came");
-            return new PayloadReader(answer);
+            byte[] payload = length == 0 ? new byte[0] : requests.Read(AnswerTime);
+            if (payload.Length != length)
+                throw new ProtocolException(payload.Length + " of " + length + " bytes came");
+            return Protocol.DecodeResponse(type, payload);
         }
 
-        // The payload of the next notification of one of two types that is about this client.
-        private PayloadReader Outcome(Notify type, Notify other)
+        // The next notification of one of two types that is about this client.
+        private Values Outcome(Notify type, Notify other)
         {
             for (;;)
             {
                 Notification came = reader.Take(push.Read(AnswerTime));
                 if (came == null || came.ClientId != clientId) continue;
-                if (came.Type == type || came.Type == other) return new PayloadReader(came.Payload);
+                if (came.Type == type || came.Type == other) return came.Values;
             }
         }
     }

@@ -19,22 +19,36 @@ namespace Orva.Samples
         private readonly NamedPipeClientStream stream;
 
         // Connects, trying again until the time is over: between two instances of its pipe the service
-        // is away for a moment.
+        // is away for a moment, and any program can make an instance beside the service's.
         public ServicePipe(string name, TimeSpan timeout)
         {
-            // Anonymous: the service may not act in this program's name.
-            stream = new NamedPipeClientStream(".", name, PipeDirection.InOut,
-                PipeOptions.Asynchronous, TokenImpersonationLevel.Anonymous);
-            try
+            DateTime end = DateTime.UtcNow + timeout;
+            for (;;)
             {
-                stream.Connect((int)timeout.TotalMilliseconds);
-                CheckServer(stream.SafePipeHandle);
-                stream.ReadMode = PipeTransmissionMode.Message;
-            }
-            catch
-            {
+                // Anonymous: the service may not act in this program's name.
+                stream = new NamedPipeClientStream(".", name, PipeDirection.InOut,
+                    PipeOptions.Asynchronous, TokenImpersonationLevel.Anonymous);
+                try
+                {
+                    uint service = ServiceProcess();
+                    TimeSpan left = end - DateTime.UtcNow;
+                    stream.Connect(Math.Max(0, (int)left.TotalMilliseconds));
+                    if (IsServedBy(service))
+                    {
+                        stream.ReadMode = PipeTransmissionMode.Message;
+                        return;
+                    }
+                    if (DateTime.UtcNow >= end)
+                        throw new UnauthorizedAccessException(
+                            "another program serves the pipe and is not the service");
+                }
+                catch
+                {
+                    stream.Dispose();
+                    throw;
+                }
                 stream.Dispose();
-                throw;
+                Thread.Sleep(10);
             }
         }
 
@@ -80,14 +94,16 @@ namespace Orva.Samples
             }
         }
 
-        // Any program could have made a pipe of this name, to be told the next credential.
-        private static void CheckServer(SafePipeHandle pipe)
+        // Whether that process, which ran the service before the pipe was opened, still does and serves
+        // the pipe. An instance keeps the process id of its maker after that has gone, so the id alone
+        // could have been prepared; but no user's process is in session 0.
+        private bool IsServedBy(uint service)
         {
-            uint server;
-            if (!GetNamedPipeServerProcessId(pipe, out server)) throw new Win32Exception();
-            if (server != ServiceProcess())
-                throw new UnauthorizedAccessException(
-                    "process " + server + " serves the pipe and is not the service");
+            uint server, session;
+            if (!GetNamedPipeServerProcessId(stream.SafePipeHandle, out server) ||
+                !GetNamedPipeServerSessionId(stream.SafePipeHandle, out session))
+                throw new Win32Exception();
+            return server == service && session == 0 && ServiceProcess() == service;
         }
 
         // 0 when the service does not run.
@@ -126,6 +142,9 @@ namespace Orva.Samples
 
         [DllImport("kernel32", SetLastError = true)]
         private static extern bool GetNamedPipeServerProcessId(SafePipeHandle pipe, out uint id);
+
+        [DllImport("kernel32", SetLastError = true)]
+        private static extern bool GetNamedPipeServerSessionId(SafePipeHandle pipe, out uint id);
 
         [DllImport("advapi32", CharSet = CharSet.Unicode, SetLastError = true)]
         private static extern IntPtr OpenSCManager(string machine, string database, uint access);

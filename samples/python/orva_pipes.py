@@ -55,6 +55,7 @@ _CreateEvent = _declare(_kernel32, "CreateEventW", _H, _P, _B, _B, _W)
 _WaitNamedPipe = _declare(_kernel32, "WaitNamedPipeW", _B, _W, _D)
 _SetState = _declare(_kernel32, "SetNamedPipeHandleState", _B, _H, _PD, _P, _P)
 _GetServer = _declare(_kernel32, "GetNamedPipeServerProcessId", _B, _H, _PD)
+_GetServerSession = _declare(_kernel32, "GetNamedPipeServerSessionId", _B, _H, _PD)
 _ReadFile = _declare(_kernel32, "ReadFile", _B, _H, _P, _D, _P, _PO)
 _WriteFile = _declare(_kernel32, "WriteFile", _B, _H, _P, _D, _P, _PO)
 _GetResult = _declare(_kernel32, "GetOverlappedResult", _B, _H, _PO, _PD, _B)
@@ -108,14 +109,43 @@ def _open(name, deadline):
             time.sleep(0.01)
 
 
+def _is_served_by(handle, service):
+    """Whether that process, which ran the service before the pipe was opened, still does and serves it.
+
+    An instance keeps the process id of its maker after that has gone, so the id alone could have been
+    prepared; but no user's process is in session 0.
+    """
+    server, session = wintypes.DWORD(), wintypes.DWORD()
+    if not (_GetServer(handle, ctypes.byref(server))
+            and _GetServerSession(handle, ctypes.byref(session))):
+        raise _failure("the pipe does not tell its server")
+    return server.value == service and session.value == 0 and _service_process() == service
+
+
+def _open_service_pipe(name, deadline):
+    """Any program can make an instance beside the service's, to be told the next credential."""
+    while True:
+        service = _service_process()
+        handle = _open(name, deadline)
+        try:
+            if _is_served_by(handle, service):
+                return handle
+        except BaseException:
+            _CloseHandle(handle)
+            raise
+        _CloseHandle(handle)
+        if time.monotonic() >= deadline:
+            raise PermissionError("another program serves the pipe and is not the service")
+        time.sleep(0.01)
+
+
 class Pipe:
     """One connection; one thread at a time. Times are in seconds."""
 
     def __init__(self, name, timeout):
         self._event = None
-        self._handle = _open(name, time.monotonic() + timeout)
+        self._handle = _open_service_pipe(name, time.monotonic() + timeout)
         try:
-            self._check_server()
             mode = wintypes.DWORD(_PIPE_READMODE_MESSAGE)
             if not _SetState(self._handle, ctypes.byref(mode), None, None):
                 raise _failure("the pipe cannot be put into message mode")
@@ -136,14 +166,6 @@ class Pipe:
         _CloseHandle(self._handle)
         if self._event:
             _CloseHandle(self._event)
-
-    def _check_server(self):
-        """Any program could have made a pipe of this name, to be told the next credential."""
-        server = wintypes.DWORD()
-        if not _GetServer(self._handle, ctypes.byref(server)):
-            raise _failure("the pipe does not tell its server")
-        if server.value != _service_process():
-            raise PermissionError(f"process {server.value} serves the pipe and is not the service")
 
     def _run(self, start, deadline):
         """Starts an operation and waits for its end: the bytes moved, and whether there are more."""

@@ -114,8 +114,11 @@ def _encode(layout, values):
     return fixed + texts
 
 
-def _decode(layout, data):
-    """The values, and what is left of the data behind them."""
+def _decode(layout, data, surplus=0):
+    """The values, and what is left of the data behind them.
+
+    `surplus`: how many bytes the first text has beyond its length.
+    """
     formats = ["H" if code == "text" else code for code, _ in layout]
     fixed = struct.Struct("<" + "".join(formats))
     if len(data) < fixed.size:
@@ -126,7 +129,7 @@ def _decode(layout, data):
         if name is None:
             continue
         if code == "text":
-            length = numbers.pop(0)
+            length, surplus = numbers.pop(0) + surplus, 0
             if length > len(rest):
                 raise ProtocolError(f"{name} is longer than what came")
             # What is no UTF-8 is shown, not refused.
@@ -172,38 +175,56 @@ def decode_response(message_type, payload):
     return values
 
 
+def decode_notification(kind, payload):
+    """The values; of a type that is not known, the bytes as "payload"."""
+    layout = NOTIFICATIONS.get(kind)
+    if layout is None:
+        return {"payload": payload}
+    values, rest = _decode(layout, payload)
+    # A start's texts go out whole when their lengths do not fit.
+    if rest and layout is _ACCEL_RESULT and len(rest) % 65536 == 0:
+        values, rest = _decode(layout, payload, len(rest))
+    if rest:
+        raise ProtocolError(f"{len(rest)} bytes too many came")
+    return values
+
+
 class NotificationReader:
     """Puts the messages of the push pipe together.
 
     Headers of notifications that are sent at the same time may come before both payloads: a payload
-    goes to the first header that waits for so many bytes.
+    belongs to the earliest header that announces its length and whose type it decodes as.
     """
 
     def __init__(self):
         self._waiting = []
 
     def take(self, message):
-        """The notification that this message completes, or None."""
+        """The notification that this message completes, or None.
+
+        Raises ProtocolError for a message that is lost; the next ones can still be taken.
+        """
         if len(message) == PUSH_HEADER.size:
             magic, client_id, kind, length, timestamp = PUSH_HEADER.unpack(message)
             if magic == PUSH_MAGIC:
                 header = {"clientId": client_id, "type": kind, "timestamp": timestamp}
                 if length == 0:
-                    return self._complete(header, b"")
+                    return {**header, **decode_notification(kind, b"")}
                 self._waiting.append((length, header))
                 return None
-        for index, (length, header) in enumerate(self._waiting):
-            if length == len(message):
-                del self._waiting[index]
-                return self._complete(header, message)
-        raise ProtocolError(f"{len(message)} bytes belong to no header")
+        return self._take_payload(message)
 
-    @staticmethod
-    def _complete(header, payload):
-        layout = NOTIFICATIONS.get(header["type"])
-        if layout is not None:
-            values, rest = _decode(layout, payload)
-            # Only a text of 65,536 bytes or more leaves a rest, whose length does not fit its field.
-            header.update(values)
-            header["rest"] = rest
-        return header
+    def _take_payload(self, message):
+        candidates = [entry for entry in self._waiting if entry[0] == len(message)]
+        for entry in candidates:
+            header = entry[1]
+            try:
+                values = decode_notification(header["type"], message)
+            except ProtocolError:
+                continue  # Another header's payload.
+            self._waiting.remove(entry)
+            return {**header, **values}
+        # It was the payload of one of them: kept, that header would take another one's.
+        if candidates:
+            self._waiting.remove(candidates[0])
+        raise ProtocolError(f"{len(message)} bytes belong to no header")

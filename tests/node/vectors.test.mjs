@@ -4,8 +4,18 @@ import { readFileSync } from 'node:fs';
 import test from 'node:test';
 
 import { vectorFile, vectorFileText } from '../../scripts/protocol_vectors.mjs';
-import { notifications, requests } from './layouts.mjs';
-import { bytesOf, checkFields, checkMeaning, goldenVectors } from './vectors.mjs';
+import { ProtocolError } from '../../clients/node/lib/codec.mjs';
+import { notifications, requests } from '../../clients/node/lib/layouts.mjs';
+import { PushStream } from '../../clients/node/lib/push_stream.mjs';
+import { PushReader } from './push_reader.mjs';
+import {
+  bytesOf,
+  checkFields,
+  checkMeaning,
+  comparable,
+  goldenSequences,
+  goldenVectors,
+} from './vectors.mjs';
 
 const vectors = goldenVectors();
 
@@ -18,13 +28,64 @@ test('docs/protocol-vectors.json is what tests/vectors say', () => {
 });
 
 test('names are unique', () => {
-  assert.equal(new Set(vectors.map(({ name }) => name)).size, vectors.length);
+  const names = [...vectors, ...goldenSequences()].map(({ name }) => name);
+  assert.equal(new Set(names).size, names.length);
 });
 
 for (const vector of vectors) {
   test(`${vector.name} decodes to its values and encodes to its bytes`, () => {
     checkMeaning(vector);
     checkFields(vector);
+  });
+}
+
+// As the vectors write a notification.
+function written({ clientId, type, timestamp, values, payload }) {
+  if (values) return { clientId, type, timestamp, values: comparable(values) };
+  return { clientId, type, timestamp, payload: payload.toString('hex').toUpperCase() };
+}
+
+function given(take) {
+  try {
+    const notification = take();
+    return notification ? written(notification) : null;
+  } catch (error) {
+    if (error instanceof ProtocolError) return 'lost';
+    throw error;
+  }
+}
+
+// What a stream gives of these bytes when they come in pieces of this length.
+function givenByStream(bytes, length) {
+  const stream = new PushStream();
+  const all = [];
+  try {
+    for (let at = 0; at < bytes.length; at += length) {
+      for (const one of stream.take(bytes.subarray(at, at + length))) all.push(written(one));
+    }
+  } catch (error) {
+    if (!(error instanceof ProtocolError)) throw error;
+    all.push('lost');
+  }
+  return all;
+}
+
+for (const { name, messages } of goldenSequences()) {
+  test(`${name} gives what it says, message by message`, () => {
+    const reader = new PushReader();
+    for (const { bytes, gives } of messages) {
+      assert.deepEqual(given(() => reader.take(Buffer.from(bytes, 'hex'))), gives);
+    }
+    assert.equal(reader.waiting, 0);
+  });
+
+  test(`${name} gives the same as a stream, however it is cut, up to what is lost`, () => {
+    const bytes = Buffer.from(messages.map((message) => message.bytes).join(''), 'hex');
+    const expected = messages.map(({ gives }) => gives).filter((gives) => gives !== null);
+    if (expected.includes('lost')) expected.length = expected.indexOf('lost') + 1;
+    // In single bytes only where that is not for ever.
+    const lengths = bytes.length < 1000 ? [1, 7, 20, bytes.length] : [4096, 65536, bytes.length];
+    for (const length of lengths) assert.deepEqual(givenByStream(bytes, length), expected);
   });
 }
 

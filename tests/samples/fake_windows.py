@@ -23,7 +23,7 @@ class FakeWindows:
         self.error = 0
         self.pipes = {}              # Name to FakePipe.
         self.open_failures = []      # The next opens fail with these.
-        self.server = SERVICE_PROCESS
+        self.servers = [(SERVICE_PROCESS, 0)]  # Process and session of each opening; the last stays.
         self.service = SERVICE_PROCESS
         self.open_handles = set()
         self.pending = None          # (moved, error) of the operation under way; None: still pending.
@@ -69,7 +69,13 @@ class FakeWindows:
         return 1
 
     def GetNamedPipeServerProcessId(self, _handle, out):
-        out._obj.value = self.server
+        out._obj.value = self.servers[0][0]
+        return 1
+
+    def GetNamedPipeServerSessionId(self, _handle, out):
+        out._obj.value = self.servers[0][1]
+        if len(self.servers) > 1:
+            self.servers.pop(0)
         return 1
 
     def OpenSCManagerW(self, *_):

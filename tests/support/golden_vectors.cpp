@@ -30,17 +30,28 @@ void writeOut(json& value) {
   }
 }
 
+// A string of hexadecimal bytes, {"repeat", "times"} of one, or a list of these.
+Bytes bytesOf(const json& source) {
+  if (source.is_string()) return bytesFromHex(source.get<std::string>());
+  // A blank between repetitions keeps the last digit of one from the first digit of the next.
+  if (isRepetition(source)) {
+    return bytesFromHex(repeated(source.at("repeat").get<std::string>() + " ",
+                                 source.at("times").get<std::size_t>()));
+  }
+  Bytes all;
+  for (const json& piece : source) {
+    const Bytes more = bytesOf(piece);
+    all.insert(all.end(), more.begin(), more.end());
+  }
+  return all;
+}
+
 void appendField(const json& field, GoldenVector& vector) {
   const bool isVariable = field.size() == 3;
   if (field.size() < 2 || field.size() > 3 || (isVariable && field.at(2) != "variable")) {
     throw std::runtime_error(vector.name + ": not a field: " + field.dump());
   }
-  // A blank between repetitions keeps the last digit of one from the first digit of the next.
-  const json& bytes = field.at(0);
-  const Bytes more =
-      bytesFromHex(isRepetition(bytes) ? repeated(bytes.at("repeat").get<std::string>() + " ",
-                                                  bytes.at("times").get<std::size_t>())
-                                       : bytes.get<std::string>());
+  const Bytes more = bytesOf(field.at(0));
   vector.bytes.insert(vector.bytes.end(), more.begin(), more.end());
   vector.variable.insert(vector.variable.end(), more.size(), isVariable);
 }
@@ -75,13 +86,30 @@ std::string vectorFolder() {
   return folder == nullptr ? ORVA_GOLDEN_VECTOR_DIR : folder;
 }
 
-std::vector<GoldenVector> readFile(const std::string& file) {
+json readSource(const std::string& file) {
   const std::string path = vectorFolder() + "/" + file;
   std::ifstream stream(path, std::ios::binary);
   if (!stream) throw std::runtime_error("cannot read " + path);
+  return json::parse(stream);
+}
+
+std::vector<GoldenVector> readFile(const std::string& file) {
   std::vector<GoldenVector> vectors;
-  for (const json& source : json::parse(stream)) vectors.push_back(parseVector(file, source));
+  for (const json& source : readSource(file)) vectors.push_back(parseVector(file, source));
   return vectors;
+}
+
+std::vector<GoldenSequence> readSequences() {
+  std::vector<GoldenSequence> sequences;
+  for (const json& source : readSource("sequences.json")) {
+    GoldenSequence& sequence = sequences.emplace_back();
+    sequence.name = source.at("name").get<std::string>();
+    for (const json& message : source.at("messages")) {
+      sequence.messages.push_back({bytesOf(message.at(0)), message.at(1)});
+      writeOut(sequence.messages.back().gives);
+    }
+  }
+  return sequences;
 }
 
 testing::AssertionResult compare(const std::string& name, std::span<const std::uint8_t> expected,
@@ -132,6 +160,11 @@ const GoldenVector& goldenVector(std::string_view file, std::string_view name) {
     if (vector.name == name) return vector;
   }
   throw std::runtime_error("no vector " + std::string(name) + " in " + std::string(file));
+}
+
+const std::vector<GoldenSequence>& goldenSequences() {
+  static const std::vector<GoldenSequence> sequences = readSequences();
+  return sequences;
 }
 
 testing::AssertionResult isMessage(const GoldenVector& vector,

@@ -44,6 +44,20 @@ const std::vector<GoldenVector>& goldenVectors(std::string_view file);
 // One vector of a file; throws std::runtime_error when there is none of that name.
 const GoldenVector& goldenVector(std::string_view file, std::string_view name);
 
+// What comes on the push pipe, message by message, and what each gives: null for nothing yet,
+// "lost", or an object with the notification's clientId, type, timestamp, and values or payload.
+struct GoldenSequence {
+  struct Message {
+    Bytes bytes;
+    nlohmann::json gives;
+  };
+  std::string name;
+  std::vector<Message> messages;
+};
+
+// All of them, read once. Throws std::runtime_error as goldenVectors does.
+const std::vector<GoldenSequence>& goldenSequences();
+
 // Whether `actual` is the whole message, or just its payload, except where bytes vary. The failure
 // message shows the first difference.
 testing::AssertionResult isMessage(const GoldenVector& vector,

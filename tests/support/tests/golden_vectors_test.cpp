@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
+#include <span>
 
 namespace orva_accelerator::test {
 namespace {
@@ -75,6 +77,18 @@ TEST(GoldenVectors, WriteOutRepetitions) {
   const GoldenVector& list =
       goldenVector("responses.json", "get_game_used_node_list_longest_texts");
   EXPECT_EQ(list.values.at("nodes").at(0).at("usedText1").get<std::string>().size(), 768U);
+}
+
+TEST(GoldenSequences, ArePutTogetherFromTheirPieces) {
+  const auto& sequences = goldenSequences();
+  const auto wrapped = std::ranges::find(sequences, "wrapped_length", &GoldenSequence::name);
+  ASSERT_NE(wrapped, sequences.end());
+  ASSERT_EQ(wrapped->messages.size(), 2U);
+  EXPECT_TRUE(wrapped->messages[0].gives.is_null());
+  const auto& [bytes, gives] = wrapped->messages[1];
+  EXPECT_EQ(bytes.size(), 32U + 65539U + 2U);
+  EXPECT_EQ(hexFromBytes(std::span(bytes).last(3)), "61 62 62");
+  EXPECT_EQ(gives.at("values").at("text1").get<std::string>().size(), 65539U);
 }
 
 TEST(GoldenVectors, AreMatchedExceptWhereTheyVary) {

@@ -1,5 +1,5 @@
-// Bytes to values and back, for every message of docs/protocol.md. Plain Node.js: a second reading of
-// that page, which shares nothing with the service and its client library.
+// Bytes to values and back, for every message of docs/protocol.md. A second reading of that page, which
+// shares nothing with the service and its client library in C++.
 //
 // Decoders take exactly one message, header and payload one after the other, and throw a
 // ProtocolError for everything else: a wrong magic, an end that comes early, bytes left over. Padding
@@ -199,6 +199,21 @@ export function encodeResponse({ type, values }) {
     : Buffer.alloc(0);
   return frame(layouts.responseHeader, { reserved: 0 }, payload);
 }
+
+export const pushHeaderLength = layouts.pushFrameHeader.size;
+
+// Whether a header may begin here: as many of its first four bytes as there are.
+export function beginsPushHeader(bytes) {
+  const magic = Buffer.from('PKXR');
+  const length = Math.min(bytes.length, magic.length);
+  return bytes.subarray(0, length).equals(magic.subarray(0, length));
+}
+
+export const isPushHeader = (message) =>
+  message.length === pushHeaderLength && beginsPushHeader(message);
+
+// How many bytes of payload a push header says to come.
+export const announcedLength = (header) => header.readUInt32LE(12);
 
 // The payload of an unknown type stays as it is, in `payload`.
 export function decodeNotification(bytes) {
