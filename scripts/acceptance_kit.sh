@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # usage: acceptance_kit.sh
 #
-# Builds the release with its system tests and packs them, with scripts/acceptance.ps1, into one zip to
-# be tried on a real Windows PC: build/package/OrvaAcceleratorService-VERSION-x64-acceptance.zip.
+# Builds the release with its system tests and packs them, with scripts/acceptance/, into one zip to be
+# tried on a real Windows PC: build/package/OrvaAcceleratorService-VERSION-x64-acceptance.zip.
 source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 strict_mode
 
@@ -22,7 +22,7 @@ name=OrvaAcceleratorService-$version-x64-acceptance
 kit=build/package/$name
 rm -rf "$kit" "$kit.zip"
 mkdir -p "$kit/bin/tests"
-cp scripts/acceptance.ps1 "$kit/"
+cp scripts/acceptance/*.ps1 "$kit/"
 cp -r tests/vectors "$kit/"
 cp -r build/release/bin/{OrvaAcceleratorService.exe,orvactl.exe,OrvaClient.dll} "$kit/bin/"
 cp -r build/release/bin/{accel_sdk,samples,variants} "$kit/bin/"
