@@ -3,11 +3,9 @@
 #include <windows.h>
 
 #include "handlers/request_handlers.h"
-#include "handlers/response_writer.h"
 #include "ipc/monotonic_clock.h"
 #include "ipc/notifiers.h"
 #include "ipc/pipe_server.h"
-#include "ipc/wire/responses.h"
 
 namespace orva_accelerator::ipc {
 
@@ -18,24 +16,24 @@ constexpr DWORD kLastClientPauseMs = 100;
 
 }  // namespace
 
-void HandleClientLeaving(PipeServer& server, const MessageHeader& header, const void* /*payload*/,
-                         void*& response, std::uint32_t& responseLength) {
-  if (server.ownership.isHeldBy(header.clientId)) StopAccelUnasked(server.ownership);
-  server.UnregisterPushClient(header.clientId);
+Answer HandleClientLeaving(const Request<MsgClientLeaving>& request) {
+  PipeServer& server = request.server;
+  if (server.ownership.isHeldBy(request.clientId)) StopAccelUnasked(server.ownership);
+  server.UnregisterPushClient(request.clientId);
   const std::uint32_t remaining = server.PushClientCount();
-  respond(ClientLeavingResponse{remaining == 0 ? 1U : 0U, remaining}, response, responseLength);
+  Answer answer =
+      request.answer({.lastClient = remaining == 0 ? 1U : 0U, .remainingClients = remaining});
   if (remaining == 0) {
     if (server.ownership.isActive()) StopAccelUnasked(server.ownership);
     Sleep(kLastClientPauseMs);
     server.stop();
   }
+  return answer;
 }
 
-void HandleHeartbeat(PipeServer& server, const MessageHeader& header, const void* /*payload*/,
-                     void*& response, std::uint32_t& responseLength) {
-  server.TouchPushClient(header.clientId);
-  const auto now = static_cast<std::uint32_t>(static_cast<std::uint64_t>(monotonicMs()));
-  respond(now, response, responseLength);
+Answer HandleHeartbeat(const Request<MsgHeartbeat>& request) {
+  request.server.TouchPushClient(request.clientId);
+  return request.answer({.serviceClockMs = static_cast<std::uint32_t>(monotonicMs())});
 }
 
 }  // namespace orva_accelerator::ipc

@@ -1,40 +1,31 @@
 // One handler for each message type.
 //
-// All take the same arguments as MessageHandler, and the server. Each leaves a response, allocated
-// at its exact length; a failed operation answers its documented failure layout, never nothing.
-// They run on connection threads, several at once.
+// Each answers with the record that the table of messages gives for it. A failed operation answers
+// its documented failure layout, never nothing. They run on connection threads, several at once.
 #pragma once
 
-#include <cstdint>
-
-#include "ipc/message_handler.h"
-#include "ipc/wire/headers.h"
+#include "handlers/request.h"
 
 namespace orva_accelerator::ipc {
 
-class PipeServer;
+Answer HandleSdkInit(const Request<MsgSdkInit>& request);
+Answer HandleUserLogin(const Request<MsgUserLogin>& request);
+Answer HandleSdkRelease(const Request<MsgSdkRelease>& request);
+Answer HandleSdkIsInitialised(const Request<MsgSdkIsInitialised>& request);
 
-using RequestHandler = void(PipeServer& server, const MessageHeader& header, const void* payload,
-                            void*& response, std::uint32_t& responseLength);
+Answer HandleStartAccel(const Request<MsgStartAccel>& request);
+Answer HandleStartAccelEx(const Request<MsgStartAccelEx>& request);
+Answer HandleStopAccel(const Request<MsgStopAccel>& request);
+Answer HandleQueryAccelOwner(const Request<MsgQueryAccelOwner>& request);
 
-RequestHandler HandleSdkInit;
-RequestHandler HandleUserLogin;
-RequestHandler HandleSdkRelease;
-RequestHandler HandleSdkIsInitialised;
+Answer HandleGetAccelData(const Request<MsgGetAccelData>& request);
+Answer HandleGetGameLastAccelInfo(const Request<MsgGetGameLastAccelInfo>& request);
+Answer HandleGetGameAccelInfo(const Request<MsgGetGameAccelInfo>& request);
+Answer HandleGetTestSpeedData(const Request<MsgGetTestSpeedData>& request);
+Answer HandleGetConsoleData(const Request<MsgGetConsoleData>& request);
+Answer HandleGetGameUsedNodeList(const Request<MsgGetGameUsedNodeList>& request);
 
-RequestHandler HandleStartAccel;
-RequestHandler HandleStartAccelEx;
-RequestHandler HandleStopAccel;
-RequestHandler HandleQueryAccelOwner;
-
-RequestHandler HandleGetAccelData;
-RequestHandler HandleGetGameLastAccelInfo;
-RequestHandler HandleGetGameAccelInfo;
-RequestHandler HandleGetTestSpeedData;
-RequestHandler HandleGetConsoleData;
-RequestHandler HandleGetGameUsedNodeList;
-
-RequestHandler HandleClientLeaving;
-RequestHandler HandleHeartbeat;
+Answer HandleClientLeaving(const Request<MsgClientLeaving>& request);
+Answer HandleHeartbeat(const Request<MsgHeartbeat>& request);
 
 }  // namespace orva_accelerator::ipc

@@ -1,51 +1,38 @@
 // Setting up the library and logging in.
 
-#include "handlers/payload_reader.h"
 #include "handlers/request_handlers.h"
-#include "handlers/response_writer.h"
-#include "handlers/text_conversion.h"
 #include "ipc/notifiers.h"
-#include "ipc/wire/requests.h"
 #include "sdk/accel_sdk.h"
 
 namespace orva_accelerator::ipc {
 
-void HandleSdkInit(PipeServer& /*server*/, const MessageHeader& /*header*/, const void* payload,
-                   void*& response, std::uint32_t& responseLength) {
-  const auto request = readFixedPart<SdkInitRequest>(payload);
-  std::uint32_t cursor = sizeof(request);
-  sdk::SdkInitParams params;
-  params.channelId = request.channelId;
-  params.channelNumber = request.channelNumber;
-  params.channelName = ReadPayloadText(payload, cursor, request.channelNameLength);
-  const std::int32_t result = sdk::AccelSdk::Instance().Init(params);
-  respond(result, response, responseLength);
+Answer HandleSdkInit(const Request<MsgSdkInit>& request) {
+  auto [channelName] = request.texts();
+  return request.answer({.result = sdk::AccelSdk::Instance().Init({
+                             .channelId = request.fixed.channelId,
+                             .channelNumber = request.fixed.channelNumber,
+                             .channelName = std::move(channelName),
+                         })});
 }
 
-void HandleUserLogin(PipeServer& server, const MessageHeader& header, const void* payload,
-                     void*& response, std::uint32_t& responseLength) {
-  const auto request = readFixedPart<UserLoginRequest>(payload);
-  std::uint32_t cursor = sizeof(request);
-  const std::wstring account = ReadPayloadText(payload, cursor, request.accountLength);
-  const std::wstring credential = ReadPayloadText(payload, cursor, request.credentialLength);
-  // The answer says that the request was taken, whatever becomes of the login; its outcome is a
+Answer HandleUserLogin(const Request<MsgUserLogin>& request) {
+  const auto [account, credential] = request.texts();
+  // Made ahead: it says that the request was taken, whatever becomes of the login. The outcome is a
   // notification.
-  respond(std::uint32_t{1}, response, responseLength);
+  Answer taken = request.answer({.taken = 1});
   (void)sdk::AccelSdk::Instance().UserLoginFromAccount(
-      account, credential, LoginResultNotifier(server, header.clientId));
+      account, credential, LoginResultNotifier(request.server, request.clientId));
+  return taken;
 }
 
-void HandleSdkRelease(PipeServer& /*server*/, const MessageHeader& /*header*/,
-                      const void* /*payload*/, void*& response, std::uint32_t& responseLength) {
+Answer HandleSdkRelease(const Request<MsgSdkRelease>& request) {
   sdk::AccelSdk::Instance().Release();
-  respond(std::uint32_t{1}, response, responseLength);
+  return request.answer({.released = 1});
 }
 
-void HandleSdkIsInitialised(PipeServer& /*server*/, const MessageHeader& /*header*/,
-                            const void* /*payload*/, void*& response,
-                            std::uint32_t& responseLength) {
-  const std::uint8_t initialised = sdk::AccelSdk::Instance().IsInitialised() ? 1 : 0;
-  respond(initialised, response, responseLength);
+Answer HandleSdkIsInitialised(const Request<MsgSdkIsInitialised>& request) {
+  const bool initialised = sdk::AccelSdk::Instance().IsInitialised();
+  return request.answer({.initialised = std::uint8_t{initialised}});
 }
 
 }  // namespace orva_accelerator::ipc

@@ -4,6 +4,18 @@
 
 namespace orva_accelerator::ipc {
 
+namespace {
+
+// A `room` of 0 asks for the size. 0 for a text that cannot be converted.
+std::size_t convert(std::wstring_view text, void* utf8, std::size_t room) {
+  const int bytes =
+      WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
+                          static_cast<char*>(utf8), static_cast<int>(room), nullptr, nullptr);
+  return bytes > 0 ? static_cast<std::size_t>(bytes) : 0;
+}
+
+}  // namespace
+
 std::wstring ReadPayloadText(const void* payload, std::uint32_t& cursor, std::uint16_t length) {
   if (length == 0) return {};
   const char* const utf8 = static_cast<const char*>(payload) + cursor;
@@ -15,38 +27,18 @@ std::wstring ReadPayloadText(const void* payload, std::uint32_t& cursor, std::ui
   return text;
 }
 
-namespace {
-
-// 0 for a text that cannot be converted, and for none.
-std::size_t utf8Size(const std::wstring& text) {
-  if (text.empty()) return 0;
-  const int bytes = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                        nullptr, 0, nullptr, nullptr);
-  return bytes > 0 ? static_cast<std::size_t>(bytes) : 0;
+std::size_t Utf8Size(std::wstring_view text) {
+  return text.empty() ? 0 : convert(text, nullptr, 0);
 }
 
-bool writeUtf8(const std::wstring& text, char* utf8, std::size_t size) {
-  const int bytes = static_cast<int>(size);
-  return WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), utf8, bytes,
-                             nullptr, nullptr) == bytes;
+std::size_t WriteUtf8(std::wstring_view text, void* utf8, std::size_t room) {
+  return text.empty() || room == 0 ? 0 : convert(text, utf8, room);
 }
 
-}  // namespace
-
-std::string ToUtf8(const std::wstring& text) {
-  const std::size_t size = utf8Size(text);
-  if (size == 0) return {};
-  std::string utf8(size, '\0');
-  if (!writeUtf8(text, utf8.data(), size)) return {};
+std::string ToUtf8(std::wstring_view text) {
+  std::string utf8(Utf8Size(text), '\0');
+  if (WriteUtf8(text, utf8.data(), utf8.size()) != utf8.size()) return {};
   return utf8;
-}
-
-Utf8Text::Utf8Text(const std::wstring& text) {
-  const std::size_t size = utf8Size(text);
-  if (size == 0) return;
-  if (size > usual_.size()) long_.reset(new char[size]);
-  char* const utf8 = long_ ? long_.get() : usual_.data();
-  if (writeUtf8(text, utf8, size)) view_ = {utf8, size};
 }
 
 }  // namespace orva_accelerator::ipc

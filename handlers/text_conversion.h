@@ -1,10 +1,8 @@
 // Text on the wire (UTF-8, no terminator) and inside the service (UTF-16).
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -16,27 +14,12 @@ namespace orva_accelerator::ipc {
 // payload's read margin (see PayloadBuffer) is what makes that safe.
 std::wstring ReadPayloadText(const void* payload, std::uint32_t& cursor, std::uint16_t length);
 
-// The UTF-8 form of a wide string.
-std::string ToUtf8(const std::wstring& text);
+// The UTF-8 form of a wide string; empty when the system cannot convert it.
+std::string ToUtf8(std::wstring_view text);
 
-// The same, held without a heap block as long as it is no longer than the texts of the library's
-// records can become.
-class Utf8Text {
- public:
-  explicit Utf8Text(const std::wstring& text);
-  Utf8Text(const Utf8Text&) = delete;
-  Utf8Text& operator=(const Utf8Text&) = delete;
-
-  // Valid as long as this object.
-  std::string_view view() const { return view_; }
-
- private:
-  static constexpr std::size_t kUsualSize =
-      std::size_t{256} * 3;  // A unit takes at most three bytes.
-
-  std::array<char, kUsualSize> usual_;  // Written where it is used.
-  std::unique_ptr<char[]> long_;
-  std::string_view view_;
-};
+// The same into memory of the caller's: how many bytes it takes, and how many were written. Nothing
+// is written of a text that does not fit.
+std::size_t Utf8Size(std::wstring_view text);
+std::size_t WriteUtf8(std::wstring_view text, void* utf8, std::size_t room);
 
 }  // namespace orva_accelerator::ipc

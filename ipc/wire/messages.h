@@ -15,45 +15,75 @@
 
 namespace orva_accelerator::ipc {
 
-// A message whose texts' lengths stand at `TextLengths` in the fixed part of its request. The texts
-// follow the fixed part in this order.
-template <MessageType Type, typename RequestRecord, typename ResponseRecord,
-          std::size_t... TextLengths>
+// Where in a record the lengths of its texts stand, as 16-bit fields. The texts follow the record
+// in this order.
+template <typename Record>
+inline constexpr auto kTextLengths = std::array<std::size_t, 0>{};
+template <>
+inline constexpr auto kTextLengths<SdkInitRequest> =
+    std::array{offsetof(SdkInitRequest, channelNameLength)};
+template <>
+inline constexpr auto kTextLengths<UserLoginRequest> = std::array{
+    offsetof(UserLoginRequest, accountLength), offsetof(UserLoginRequest, credentialLength)};
+template <>
+inline constexpr auto kTextLengths<StartAccelRequest> = std::array{
+    offsetof(StartAccelRequest, startTextLength), offsetof(StartAccelRequest, nodeSelectionLength)};
+template <>
+inline constexpr auto kTextLengths<StartAccelExRequest> = kTextLengths<StartAccelRequest>;
+template <>
+inline constexpr auto kTextLengths<TestSpeedRequest> =
+    std::array{offsetof(TestSpeedRequest, serverKeyLength)};
+template <>
+inline constexpr auto kTextLengths<AccelDataResponse> =
+    std::array{offsetof(AccelDataResponse, text3Length)};
+template <>
+inline constexpr auto kTextLengths<GameLastAccelInfoResponse> =
+    std::array{offsetof(GameLastAccelInfoResponse, infoTextLength),
+               offsetof(GameLastAccelInfoResponse, serverKeyLength)};
+template <>
+inline constexpr auto kTextLengths<GameAccelInfoResponse> =
+    std::array{offsetof(GameAccelInfoResponse, gameTextLength),
+               offsetof(GameAccelInfoResponse, infoTextLength),
+               offsetof(GameAccelInfoResponse, serverKeyLength),
+               offsetof(GameAccelInfoResponse, serverTextLength),
+               offsetof(GameAccelInfoResponse, nodeTextLength)};
+template <>
+inline constexpr auto kTextLengths<UsedNodeBlock> =
+    std::array{offsetof(UsedNodeBlock, usedText1Length), offsetof(UsedNodeBlock, usedText2Length)};
+
+template <MessageType Type, typename RequestRecord, typename ResponseRecord>
 struct Message {
   using Request = RequestRecord;  // NoRequest: the request has no payload.
   using Response = ResponseRecord;
   static constexpr MessageType kType = Type;
-  static constexpr std::array<std::size_t, sizeof...(TextLengths)> kTextLengths = {TextLengths...};
 };
 
 template <typename... Message>
-struct MessageList {};
+struct MessageList : Message... {};
 
-using Messages = MessageList<
-    Message<MsgSdkInit, SdkInitRequest, SdkInitResponse,
-            offsetof(SdkInitRequest, channelNameLength)>,
-    Message<MsgUserLogin, UserLoginRequest, UserLoginResponse,
-            offsetof(UserLoginRequest, accountLength),
-            offsetof(UserLoginRequest, credentialLength)>,
-    Message<MsgSdkRelease, NoRequest, SdkReleaseResponse>,
-    Message<MsgSdkIsInitialised, NoRequest, SdkIsInitialisedResponse>,
-    Message<MsgStartAccel, StartAccelRequest, StartAccelResponse,
-            offsetof(StartAccelRequest, startTextLength),
-            offsetof(StartAccelRequest, nodeSelectionLength)>,
-    Message<MsgStartAccelEx, StartAccelExRequest, StartAccelResponse,
-            offsetof(StartAccelRequest, startTextLength),
-            offsetof(StartAccelRequest, nodeSelectionLength)>,
-    Message<MsgStopAccel, NoRequest, StopAccelResponse>,
-    Message<MsgQueryAccelOwner, NoRequest, AccelOwnerResponse>,
-    Message<MsgGetAccelData, NoRequest, AccelDataResponse>,
-    Message<MsgGetGameLastAccelInfo, GameRequest, GameLastAccelInfoResponse>,
-    Message<MsgGetGameAccelInfo, GameRequest, GameAccelInfoResponse>,
-    Message<MsgGetTestSpeedData, TestSpeedRequest, TestSpeedResponse,
-            offsetof(TestSpeedRequest, serverKeyLength)>,
-    Message<MsgGetConsoleData, NoRequest, ConsoleDataResponse>,
-    Message<MsgGetGameUsedNodeList, GameRequest, UsedNodeListResponse>,
-    Message<MsgClientLeaving, NoRequest, ClientLeavingResponse>,
-    Message<MsgHeartbeat, NoRequest, HeartbeatResponse>>;
+using Messages =
+    MessageList<Message<MsgSdkInit, SdkInitRequest, SdkInitResponse>,
+                Message<MsgUserLogin, UserLoginRequest, UserLoginResponse>,
+                Message<MsgSdkRelease, NoRequest, SdkReleaseResponse>,
+                Message<MsgSdkIsInitialised, NoRequest, SdkIsInitialisedResponse>,
+                Message<MsgStartAccel, StartAccelRequest, StartAccelResponse>,
+                Message<MsgStartAccelEx, StartAccelExRequest, StartAccelResponse>,
+                Message<MsgStopAccel, NoRequest, StopAccelResponse>,
+                Message<MsgQueryAccelOwner, NoRequest, AccelOwnerResponse>,
+                Message<MsgGetAccelData, NoRequest, AccelDataResponse>,
+                Message<MsgGetGameLastAccelInfo, GameRequest, GameLastAccelInfoResponse>,
+                Message<MsgGetGameAccelInfo, GameRequest, GameAccelInfoResponse>,
+                Message<MsgGetTestSpeedData, TestSpeedRequest, TestSpeedResponse>,
+                Message<MsgGetConsoleData, NoRequest, ConsoleDataResponse>,
+                Message<MsgGetGameUsedNodeList, GameRequest, UsedNodeListResponse>,
+                Message<MsgClientLeaving, NoRequest, ClientLeavingResponse>,
+                Message<MsgHeartbeat, NoRequest, HeartbeatResponse>>;
+
+// The row of one type.
+template <MessageType Type, typename Request, typename Response>
+Message<Type, Request, Response> rowOf(const Message<Type, Request, Response>& list);
+template <MessageType Type>
+using MessageOf = decltype(rowOf<Type>(Messages()));
 
 // The same for those who go through all messages and need no types.
 struct MessageRow {
@@ -66,7 +96,8 @@ struct MessageRow {
 template <typename... Message>
 constexpr std::array<MessageRow, sizeof...(Message)> messageRows(MessageList<Message...>) {
   return {MessageRow{Message::kType, recordSize<typename Message::Request>,
-                     Message::kTextLengths.size(), sizeof(typename Message::Response)}...};
+                     kTextLengths<typename Message::Request>.size(),
+                     sizeof(typename Message::Response)}...};
 }
 inline constexpr auto kMessages = messageRows(Messages());
 static_assert(kMessages.size() == 16);

@@ -1,8 +1,9 @@
 // The fixed parts of response payloads. Texts follow them back to back, in the order of their
 // length fields, in UTF-8 without terminator; lengths are in bytes.
 //
-// Reserved fields go out as zeros; clients ignore them. A failed query answers its fixed part with
-// zeros: nothing on the wire carries an error code.
+// Reserved fields go out as zeros; clients ignore them. Whoever makes an answer names neither them
+// nor its lengths, which are those of its texts. A failed query answers its fixed part with zeros:
+// nothing on the wire carries an error code.
 #pragma once
 
 #include <cstddef>
@@ -63,11 +64,11 @@ struct AccelDataResponse {
   std::uint32_t value5;
   std::uint32_t value6;
   std::uint32_t value9;
-  std::uint32_t reserved1;
+  std::uint32_t reserved1 = 0;
   std::uint64_t value8;
   std::uint32_t value10;
-  std::uint16_t text3Length;
-  std::uint16_t reserved2;
+  std::uint16_t text3Length = 0;
+  std::uint16_t reserved2 = 0;
 };
 
 // MsgGetConsoleData.
@@ -88,8 +89,8 @@ struct GameLastAccelInfoResponse {
   std::uint32_t nodeId;
   std::uint32_t infoFlag;  // 0 or 1.
   std::uint32_t infoValue;
-  std::uint16_t infoTextLength;
-  std::uint16_t serverKeyLength;
+  std::uint16_t infoTextLength = 0;
+  std::uint16_t serverKeyLength = 0;
 };
 
 // MsgGetTestSpeedData.
@@ -107,16 +108,16 @@ struct GameAccelInfoResponse {
   std::uint32_t infoFlag;  // 0 or 1.
   std::uint32_t infoValue;
   std::uint32_t reservedWord;  // Always 0.
-  std::uint32_t reserved1;
+  std::uint32_t reserved1 = 0;
   std::uint64_t reservedLong;  // Always 0.
   std::uint32_t nodeValue1;
   std::uint32_t nodeValue2;
-  std::uint16_t gameTextLength;
-  std::uint16_t infoTextLength;
-  std::uint16_t serverKeyLength;
-  std::uint16_t serverTextLength;
-  std::uint16_t nodeTextLength;
-  std::uint8_t reserved2[6];
+  std::uint16_t gameTextLength = 0;
+  std::uint16_t infoTextLength = 0;
+  std::uint16_t serverKeyLength = 0;
+  std::uint16_t serverTextLength = 0;
+  std::uint16_t nodeTextLength = 0;
+  std::uint8_t reserved2[6] = {};
 };
 
 // MsgGetGameUsedNodeList: this head, then `count` times a UsedNodeBlock with its texts.
@@ -130,11 +131,11 @@ struct UsedNodeBlock {
   std::uint32_t used1;
   std::uint32_t used2;
   std::uint32_t used3;
-  std::uint32_t reserved1;
+  std::uint32_t reserved1 = 0;
   std::uint64_t used4;
-  std::uint16_t usedText1Length;
-  std::uint16_t usedText2Length;
-  std::uint32_t reserved2;
+  std::uint16_t usedText1Length = 0;
+  std::uint16_t usedText2Length = 0;
+  std::uint32_t reserved2 = 0;
 };
 
 // MsgHeartbeat.

@@ -16,7 +16,7 @@
 #include <new>
 #include <stdexcept>
 
-#include "handlers/request_handlers.h"
+#include "ipc/message_handler.h"
 #include "ipc/payload_buffer.h"
 #include "ipc/pipe_server.h"
 #include "sdk/accel_sdk.h"

@@ -1,10 +1,11 @@
-// What a query costs in heap blocks. This executable replaces the global operators with ones that
-// count, so nothing else is tested here.
+// What a query costs in heap blocks, and that none of what they held goes out. This executable
+// replaces the global operators with ones that count and fill.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <span>
@@ -12,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "handlers/answer.h"
 #include "ipc/message_handler.h"
 #include "ipc/payload_buffer.h"
 #include "ipc/pipe_server.h"
@@ -23,6 +25,8 @@
 #include "tests/support/replaced_heap.h"
 
 namespace {
+
+constexpr std::uint8_t kHeapRubbish = 0xCC;
 
 // Blocks asked for while counting; on one thread at a time. No allocation of its own.
 struct Allocations {
@@ -40,6 +44,7 @@ thread_local Allocations allocations;
 
 void* orva_accelerator::test::allocateBlock(std::size_t size, bool isArray) {
   void* const block = allocateFromRuntime(size);
+  std::memset(block, kHeapRubbish, size);
   Allocations& mine = allocations;
   if (mine.counting && mine.count < mine.blocks.size()) mine.blocks[mine.count++] = {size, isArray};
   return block;
@@ -200,11 +205,33 @@ TEST_F(QueryAllocations, AreTheResponseAndTheListsForShortTexts) {
   // For each list the array alone: only one record of it is wanted.
   EXPECT_THAT(costOf(MsgGetGameAccelInfo).otherBlocks,
               testing::ElementsAre(sizeof(sdk::ServerRecord), sizeof(sdk::NodeRecord)));
-  // The array, then its entries, then their UTF-8.
+  // The array, then its entries.
   EXPECT_THAT(costOf(MsgGetGameUsedNodeList).otherBlocks,
-              testing::ElementsAre(3 * sizeof(sdk::UsedNodeRecord), 3 * sizeof(sdk::UsedNodeInfo),
-                                   3 * 2 * sizeof(std::string)));
+              testing::ElementsAre(3 * sizeof(sdk::UsedNodeRecord), 3 * sizeof(sdk::UsedNodeInfo)));
 }
+
+std::vector<std::uint8_t> bytesOf(Answer answer) {
+  const std::uint32_t length = answer.length();
+  const std::unique_ptr<std::uint8_t[]> owned(answer.release());
+  return {owned.get(), owned.get() + length};
+}
+
+// A record without its text, for an answer that has room for both.
+Answer answerWithoutItsText() {
+  Answer answer(sizeof(HeartbeatResponse) + 3);
+  answer.append(HeartbeatResponse{0x01020304});
+  return answer;
+}
+
+#ifdef NDEBUG
+TEST(Answer, GoesOutWithZerosWhereItWasNotFilled) {
+  EXPECT_EQ(bytesOf(answerWithoutItsText()), (std::vector<std::uint8_t>{4, 3, 2, 1, 0, 0, 0}));
+}
+#else
+TEST(Answer, EndsTheProcessOfACheckedBuildWhenItWasNotFilled) {
+  EXPECT_DEATH((void)bytesOf(answerWithoutItsText()), "filled_ == length_");
+}
+#endif
 
 }  // namespace
 }  // namespace orva_accelerator::ipc

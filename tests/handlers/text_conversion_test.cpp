@@ -203,24 +203,19 @@ TEST(ToUtf8, AsksTheSystemForTheSizeAndThenForTheTextWithoutDefaultCharacter) {
   EXPECT_EQ(std::get<5>(calls[1]), 4);
 }
 
-TEST(Utf8Text, IsWhatToUtf8MakesOfAnyText) {
-  EXPECT_EQ(Utf8Text(L"").view(), "");
-  EXPECT_EQ(Utf8Text(L"a\xD83Cz").view(), ToUtf8(L"a\xD83Cz"));
-  for (const Pair& row : pairs()) EXPECT_EQ(Utf8Text(row.wide).view(), row.utf8);
-  // Around the length up to which no heap block is needed.
-  for (const std::size_t units : {255U, 256U, 257U}) {
-    const std::wstring text(units, L'\u6E38');
-    EXPECT_EQ(Utf8Text(text).view(), ToUtf8(text)) << units;
-    EXPECT_EQ(Utf8Text(text).view().size(), units * 3);
+TEST(WriteUtf8, WritesWhatUtf8SizeAnnounces) {
+  for (const Pair& row : pairs()) {
+    std::string utf8(Utf8Size(row.wide), '?');
+    EXPECT_EQ(WriteUtf8(row.wide, utf8.data(), utf8.size()), row.utf8.size());
+    EXPECT_EQ(utf8, row.utf8);
   }
 }
 
-TEST(Utf8Text, IsEmptyWhenTheSystemCannotConvert) {
-  for (const std::size_t failing : {1U, 2U}) {
-    test::ImportHook<decltype(WideCharToMultiByte)> hook("kernel32.dll", "WideCharToMultiByte");
-    hook.failCall(failing, ERROR_INVALID_PARAMETER, 0);
-    EXPECT_EQ(Utf8Text(L"ab").view(), "");
-  }
+TEST(WriteUtf8, WritesNothingOfATextThatDoesNotFit) {
+  char room[] = "??";
+  EXPECT_EQ(WriteUtf8(L"abc", room, 2), 0U);
+  EXPECT_EQ(WriteUtf8(L"abc", room, 0), 0U);
+  EXPECT_EQ(WriteUtf8(L"", nullptr, 0), 0U);
 }
 
 TEST(ToUtf8, IsEmptyWhenTheSystemCannotConvert) {

@@ -3,7 +3,6 @@
 
 #include <new>
 
-#include "handlers/response_writer.h"
 #include "ipc/wire/message_types.h"
 #include "tests/handlers/query_fixture.h"
 
@@ -106,36 +105,6 @@ TEST_F(GetGameUsedNodeList, ThrowsWhenThereIsNoMemoryForTheCount) {
 
 TEST(GetGameUsedNodeListBeforeInit, Is8Bytes) {
   EXPECT_EQ(answerTo(MsgGetGameUsedNodeList, Bytes{1, 0, 0, 0}), (Bytes{1, 0, 0, 0, 0, 0, 0, 0}));
-}
-
-// Three million nodes with the longest texts would be one.
-TEST(ResponseWriter, ThrowsForAResponseThatIsLongerThanItsLengthFieldCanSay) {
-  void* response = nullptr;
-  std::uint32_t responseLength = 0;
-  EXPECT_THROW(ResponseWriter(response, responseLength, 0x1'0000'0000), std::bad_alloc);
-  EXPECT_EQ(response, nullptr);
-  EXPECT_EQ(responseLength, 0U);
-}
-
-TEST(ResponseWriter, WritesAsManyBytesOfATextAsItsLengthFieldSays) {
-  const std::string text = "abc" + std::string(65'536, 'x');
-  EXPECT_EQ(textLength(text), 3);
-  void* response = nullptr;
-  std::uint32_t responseLength = 0;
-  ResponseWriter(response, responseLength, textLength(text)).writeText(text);
-  const std::unique_ptr<std::uint8_t[]> owned(static_cast<std::uint8_t*>(response));
-  EXPECT_EQ(Bytes(owned.get(), owned.get() + responseLength), (Bytes{'a', 'b', 'c'}));
-}
-
-// A view of no text has no pointer either; the build that traps on undefined behaviour shows it.
-TEST(ResponseWriter, TakesATextThatPointsToNothing) {
-  void* response = nullptr;
-  std::uint32_t responseLength = 0;
-  ResponseWriter writer(response, responseLength, 1);
-  writer.writeText({});
-  writer.write(std::uint8_t{5});
-  const std::unique_ptr<std::uint8_t[]> owned(static_cast<std::uint8_t*>(response));
-  EXPECT_EQ(Bytes(owned.get(), owned.get() + responseLength), Bytes{5});
 }
 
 }  // namespace
