@@ -25,7 +25,7 @@ class UniqueHandle {
   UniqueHandle& operator=(const UniqueHandle&) = delete;
   UniqueHandle(UniqueHandle&& other) noexcept : value_(other.release()) {}
   UniqueHandle& operator=(UniqueHandle&& other) noexcept {
-    if (this != &other) reset(other.release());
+    reset(other.release());
     return *this;
   }
   ~UniqueHandle() { reset(); }
@@ -37,10 +37,10 @@ class UniqueHandle {
   // Gives the handle away; the caller closes it from now on.
   [[nodiscard]] Value release() noexcept { return std::exchange(value_, Traits::none()); }
 
-  // Closes the handle that is held, if any, and holds `value` from now on.
+  // Closes the handle that is held, if any, and holds `value`, another one, from now on.
   void reset(Value value = Traits::none()) noexcept {
     const Value old = std::exchange(value_, value);
-    if (old == Traits::none() || old == value) return;
+    if (old == Traits::none()) return;
     const DWORD lastError = GetLastError();
     Traits::close(old);
     SetLastError(lastError);
@@ -55,7 +55,8 @@ struct KernelHandleTraits {
   using Value = HANDLE;
   static Value none() noexcept { return nullptr; }
   static void close(Value value) noexcept {
-    (void)CloseHandle(value);  // Fails only for a handle that is not ours to close.
+    // Fails only for a handle that is not ours to close.
+    (void)CloseHandle(value);
   }
 };
 
@@ -65,7 +66,8 @@ struct FileHandleTraits {
   using Value = HANDLE;
   static Value none() noexcept { return INVALID_HANDLE_VALUE; }
   static void close(Value value) noexcept {
-    (void)CloseHandle(value);  // Fails only for a handle that is not ours to close.
+    // Fails only for a handle that is not ours to close.
+    (void)CloseHandle(value);
   }
 };
 
@@ -73,7 +75,8 @@ struct ServiceHandleTraits {
   using Value = SC_HANDLE;
   static Value none() noexcept { return nullptr; }
   static void close(Value value) noexcept {
-    (void)CloseServiceHandle(value);  // Fails only for a handle that is not ours to close.
+    // Fails only for a handle that is not ours to close.
+    (void)CloseServiceHandle(value);
   }
 };
 
@@ -81,7 +84,8 @@ struct ModuleHandleTraits {
   using Value = HMODULE;
   static Value none() noexcept { return nullptr; }
   static void close(Value value) noexcept {
-    (void)FreeLibrary(value);  // Fails only for a module that is not loaded.
+    // Fails only for a module that is not loaded.
+    (void)FreeLibrary(value);
   }
 };
 
@@ -90,7 +94,8 @@ struct LocalMemoryTraits {
   using Value = void*;
   static Value none() noexcept { return nullptr; }
   static void close(Value value) noexcept {
-    (void)LocalFree(value);  // Returns the memory again when it fails; there is nothing to do then.
+    // Returns the memory again when it fails; there is nothing to do then.
+    (void)LocalFree(value);
   }
 };
 
