@@ -2,15 +2,16 @@
 
 #include <windows.h>
 
+#include <cstdarg>
+#include <cstdio>
+#include <cwchar>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "service/crash_dialogs.h"
-#include "service/print_message.h"
+#include "service/registration.h"
 #include "service/service_host.h"
 #include "service/service_identity.h"
-#include "service/service_installer.h"
 #include "win32/executable_path.h"
 
 namespace orva_accelerator::service {
@@ -51,8 +52,8 @@ int update() {
 }
 
 int runAsService() {
-  suppressCrashDialogs();
-  std::wstring name = kServiceName;  // The table wants it writable.
+  // The table wants it writable.
+  std::wstring name = kServiceName;
   const SERVICE_TABLE_ENTRYW table[] = {{name.data(), serviceMain}, {nullptr, nullptr}};
   if (StartServiceCtrlDispatcherW(table)) return 0;
   const DWORD error = GetLastError();
@@ -73,6 +74,14 @@ constexpr Command kCommands[] = {
 };
 
 }  // namespace
+
+void printMessage(const wchar_t* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  // Whoever closed the output still gets the exit code.
+  (void)std::vfwprintf(stdout, format, arguments);
+  va_end(arguments);
+}
 
 const wchar_t* updateFailureReason(int result) {
   switch (result) {

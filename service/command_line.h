@@ -9,10 +9,14 @@ namespace orva_accelerator::service {
 // service (1).
 //
 // Returns the process's exit code; for a command word that is the result of its operation, see
-// service_installer.h, or 1 when the executable's own path cannot be had.
+// registration.h, or 1 when the executable's own path cannot be had.
 int runCommandLine(int argc, const wchar_t* const* argv);
 
 // Why updateServicePath failed, in words.
 const wchar_t* updateFailureReason(int result);
+
+// Wide formatted printing on standard output, unchanged. A wide text is "%ls" in `format`: what
+// "%s" means there depends on the compiler's library.
+void printMessage(const wchar_t* format, ...);
 
 }  // namespace orva_accelerator::service

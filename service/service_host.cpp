@@ -12,6 +12,23 @@ namespace {
 constexpr DWORD kServerPollMs = 1000;
 constexpr DWORD kStopWaitHintMs = 3000;
 
+// A stop ends the process through std::terminate, which calls abort, and abort is taken for a
+// crash: no dialog and no error report may tell a player that the service "has stopped working".
+// To be called right before that ending, so that a real fault until then is reported like that of
+// any program. The exit code stays 3.
+void makeTerminationQuiet() {
+  // The C runtime that is part of Windows raises a fatal exception in abort; without this flag it
+  // brings up the error reporting dialog.
+  // The mode before is of no use: the process ends.
+  (void)SetErrorMode(GetErrorMode() | SEM_NOGPFAULTERRORBOX);
+#if defined(_MSC_VER) || defined(_UCRT)
+  // The universal C runtime asks for a report by itself and then ends with 0xC0000409, and its
+  // debug build shows a message box. Without both, abort ends with 3 as the other runtime does.
+  // The flags before are of no use either.
+  (void)_set_abort_behavior(0, _WRITE_ABORT_MSG | _CALL_REPORTFAULT);
+#endif
+}
+
 }  // namespace
 
 void WINAPI serviceMain(DWORD /*argc*/, LPWSTR* /*argv*/) {
@@ -32,23 +49,21 @@ void ServiceHost::run() {
       RegisterServiceCtrlHandlerW(kServiceName, serviceControlHandler);
   if (handle == nullptr) return;
   serviceStatusHandle = handle;
-  enterState(SERVICE_START_PENDING, 0);
-  report();
+  report(SERVICE_START_PENDING, 0);
 
   // An event that an earlier, failed run left behind is not closed: a late control may be about to
   // signal it.
-  const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-  serviceStopEvent = event;
-  if (event == nullptr || !startServer()) {
-    enterState(SERVICE_STOPPED);
-    report();
+  serviceStopEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  if (serviceStopEvent == nullptr || !startServer()) {
+    report(SERVICE_STOPPED);
     return;
   }
 
-  enterState(SERVICE_RUNNING, 0);
-  report();
-  (void)SetPriorityClass(GetCurrentProcess(), HIGH_PRIORITY_CLASS);  // Serves as well without.
-  waitAndTakeDown();
+  report(SERVICE_RUNNING, 0);
+  // Serves as well without.
+  (void)SetPriorityClass(GetCurrentProcess(), HIGH_PRIORITY_CLASS);
+  waitForTheEnd();
+  takeServerDown();
   endProcess();
 }
 
@@ -63,25 +78,27 @@ bool ServiceHost::startServer() {
   return pipeServer->start(ipc::kRequestPipeName, ipc::kPushPipeName);
 }
 
-void ServiceHost::waitAndTakeDown() {
-  while (pipeServer != nullptr) {
-    if (pipeServer->isRunning() &&
-        WaitForSingleObject(serviceStopEvent, kServerPollMs) != WAIT_OBJECT_0) {
-      continue;
-    }
-    pipeServer->stop();
-    pipeServer = nullptr;
-    // Ends the process: the server's threads may be blocked in pipe calls for as long as a client
-    // likes, so nobody waits for them. The manager learns of the end from the process.
-    pipeServerOwner.reset();
+void ServiceHost::waitForTheEnd() {
+  while (pipeServer->isRunning()) {
+    // A time-out and a failed wait are the same: look again.
+    if (WaitForSingleObject(serviceStopEvent, kServerPollMs) == WAIT_OBJECT_0) return;
   }
 }
 
+void ServiceHost::takeServerDown() {
+  pipeServer->stop();
+  pipeServer = nullptr;
+  makeTerminationQuiet();
+  // Ends the process: the server's threads may be blocked in pipe calls for as long as a client
+  // likes, so nobody waits for them. The manager learns of the end from the process.
+  pipeServerOwner.reset();
+}
+
 void ServiceHost::endProcess() {
-  enterState(SERVICE_STOPPED);
-  report();
+  report(SERVICE_STOPPED);
   const HANDLE event = serviceStopEvent.exchange(nullptr);
-  (void)CloseHandle(event);  // The process ends anyway.
+  // The process ends anyway.
+  (void)CloseHandle(event);
   // Nothing else calls exit while the service comes down.
   // NOLINTNEXTLINE(concurrency-mt-unsafe)
   std::exit(0);
@@ -89,34 +106,36 @@ void ServiceHost::endProcess() {
 
 void ServiceHost::handleControl(DWORD control) {
   if (control != SERVICE_CONTROL_STOP && control != SERVICE_CONTROL_SHUTDOWN) return;
-  enterState(SERVICE_STOP_PENDING, kStopWaitHintMs);
+  serviceStatus.state = SERVICE_STOP_PENDING;
+  serviceStatus.waitHintMs = kStopWaitHintMs;
   // Signalled before the report: the stop is under way even when the manager keeps us waiting.
   if (const HANDLE event = serviceStopEvent; event != nullptr) {
-    (void)SetEvent(event);  // Fails only when the service has come down meanwhile.
+    // Fails only when the service has come down meanwhile.
+    (void)SetEvent(event);
   }
   report();
 }
 
-void ServiceHost::enterState(DWORD state) {
-  std::atomic_ref(serviceStatus.dwCurrentState).store(state);
+void ServiceHost::report(DWORD state, DWORD waitHintMs) {
+  serviceStatus.waitHintMs = waitHintMs;
+  report(state);
 }
 
-void ServiceHost::enterState(DWORD state, DWORD waitHintMs) {
-  enterState(state);
-  std::atomic_ref(serviceStatus.dwWaitHint).store(waitHintMs);
+void ServiceHost::report(DWORD state) {
+  serviceStatus.state = state;
+  report();
 }
 
 void ServiceHost::report() {
-  SERVICE_STATUS copy = {};
-  copy.dwServiceType = serviceStatus.dwServiceType;
-  copy.dwCurrentState = std::atomic_ref(serviceStatus.dwCurrentState).load();
-  copy.dwControlsAccepted = serviceStatus.dwControlsAccepted;
-  copy.dwWin32ExitCode = serviceStatus.dwWin32ExitCode;
-  copy.dwServiceSpecificExitCode = serviceStatus.dwServiceSpecificExitCode;
-  copy.dwCheckPoint = serviceStatus.dwCheckPoint;
-  copy.dwWaitHint = std::atomic_ref(serviceStatus.dwWaitHint).load();
+  SERVICE_STATUS status = {.dwServiceType = SERVICE_WIN32_OWN_PROCESS,
+                           .dwCurrentState = serviceStatus.state,
+                           .dwControlsAccepted = SERVICE_ACCEPT_STOP | SERVICE_ACCEPT_SHUTDOWN,
+                           .dwWin32ExitCode = NO_ERROR,
+                           .dwServiceSpecificExitCode = 0,
+                           .dwCheckPoint = 0,
+                           .dwWaitHint = serviceStatus.waitHintMs};
   // A manager that cannot be told is one that is ending itself.
-  (void)SetServiceStatus(serviceStatusHandle, &copy);
+  (void)SetServiceStatus(serviceStatusHandle, &status);
 }
 
 }  // namespace orva_accelerator::service

@@ -34,33 +34,32 @@ class ServiceHost {
   void handleControl(DWORD control);
 
  private:
+  friend class ServiceHostInspector;  // Lets tests look at the server.
+
   ServiceHost() = default;
   ~ServiceHost() = default;
 
   bool startServer();
-  void waitAndTakeDown();
+  void waitForTheEnd();
+  void takeServerDown();
   [[noreturn]] void endProcess();
 
-  void enterState(DWORD state);
-  void enterState(DWORD state, DWORD waitHintMs);
+  // Enters the state, keeping the wait hint where none is given, and reports.
+  void report(DWORD state, DWORD waitHintMs);
+  void report(DWORD state);
   void report();
 
   std::atomic<SERVICE_STATUS_HANDLE> serviceStatusHandle = nullptr;
 
-  // What every report sends. Only the current state and the wait hint change. Both threads write
-  // these two and report, without agreeing on an order: a stop that arrives while the service
-  // comes up may be overtaken by RUNNING, and a report made late shows the state that was written
-  // last. Nothing depends on more than that, and no lock keeps the handler from answering while
-  // the other thread is inside a call of the manager. The two fields are therefore only touched
-  // through atomic references, and a report sends a copy that nobody else writes.
-  SERVICE_STATUS serviceStatus = {
-      .dwServiceType = SERVICE_WIN32_OWN_PROCESS,
-      .dwCurrentState = 0,
-      .dwControlsAccepted = SERVICE_ACCEPT_STOP | SERVICE_ACCEPT_SHUTDOWN,
-      .dwWin32ExitCode = NO_ERROR,
-      .dwServiceSpecificExitCode = 0,
-      .dwCheckPoint = 0,
-      .dwWaitHint = 0};
+  // What changes in the status that is reported. Both threads write it and report, without agreeing
+  // on an order: a stop that arrives while the service comes up may be overtaken by RUNNING, and a
+  // report made late shows the state that was written last. Nothing depends on more than that, and
+  // no lock keeps the handler from answering while the other thread is inside a call of the
+  // manager.
+  struct {
+    std::atomic<DWORD> state = 0;
+    std::atomic<DWORD> waitHintMs = 0;
+  } serviceStatus;
 
   // Manual reset, unnamed. Null until serviceMain has created it, which a control may precede.
   // Not the server's own stop event.

@@ -166,11 +166,18 @@ void FakeServiceManager::answerConfigurationCalls() {
 BOOL FakeServiceManager::answerConfiguration(QUERY_SERVICE_CONFIGW* config, DWORD size,
                                              DWORD* needed) {
   const std::size_t pathBytes = (registeredPath.size() + 1) * sizeof(wchar_t);
-  *needed = reportZeroSize ? 0 : static_cast<DWORD>(sizeof(*config) + pathBytes);
-  if (config == nullptr || size < *needed || reportZeroSize) {
+  const auto rightSize = static_cast<DWORD>(sizeof(*config) + pathBytes);
+  if (config == nullptr) {
+    *needed = reportedSize.value_or(rightSize);
+    SetLastError(sizeQueryError);
+    return sizeQueryError == ERROR_SUCCESS;
+  }
+  *needed = rightSize;
+  if (size < rightSize) {
     SetLastError(ERROR_INSUFFICIENT_BUFFER);
     return FALSE;
   }
+  configuration = config;
   config->lpBinaryPathName = reinterpret_cast<wchar_t*>(config + 1);
   std::memcpy(config->lpBinaryPathName, registeredPath.c_str(), pathBytes);
   return TRUE;

@@ -6,6 +6,7 @@
 #include <sddl.h>
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,8 +40,12 @@ class FakeServiceManager {
   // Answers of the stop control and of each status query; the last one is repeated.
   DWORD stateAfterStop = SERVICE_STOP_PENDING;
   std::vector<DWORD> states = {SERVICE_STOPPED};
-  // What the size query of the configuration reports; 0 stands for the right size.
-  bool reportZeroSize = false;
+  // What the size query of the configuration reports instead of the right size, and the error with
+  // which it ends; 0 for a query that succeeds.
+  std::optional<DWORD> reportedSize;
+  DWORD sizeQueryError = ERROR_INSUFFICIENT_BUFFER;
+  // Where the configuration was last written to.
+  const void* configuration = nullptr;
 
  private:
   template <typename Function>

@@ -12,12 +12,6 @@ namespace {
 // Never looked into by anybody but the faked calls.
 const SERVICE_STATUS_HANDLE kStatusHandle = reinterpret_cast<SERVICE_STATUS_HANDLE>(0x5747);
 
-// At once and whole: the process may end in the next call.
-void say(const std::string& line) {
-  (void)std::fputs((line + "\n").c_str(), stderr);  // A line that is missing fails the test.
-  (void)std::fflush(stderr);
-}
-
 std::string narrow(const wchar_t* ascii) {
   std::string text;
   for (; *ascii != L'\0'; ++ascii) text.push_back(static_cast<char>(*ascii));
@@ -37,8 +31,16 @@ std::string text(const SERVICE_STATUS& status) {
 
 HostStage::HostStage() {
   answerManager();
+  answerErrorMode();
   answerEvents();
   answerServer();
+}
+
+// At once and whole: the process may end in the next call.
+void HostStage::say(const std::string& line) {
+  // A line that is missing fails the test.
+  (void)std::fputs((line + "\n").c_str(), stderr);
+  (void)std::fflush(stderr);
 }
 
 void HostStage::returned() {
@@ -70,10 +72,19 @@ void HostStage::answerManager() {
   });
 }
 
+void HostStage::answerErrorMode() {
+  errorMode_.replace([]() -> UINT { return SEM_NOOPENFILEERRORBOX; });
+  setErrorMode_.replace([](UINT mode) -> UINT {
+    say("SetErrorMode(" + std::to_string(mode) + ")");
+    return SEM_NOOPENFILEERRORBOX;
+  });
+}
+
 // The threads of the C++ library create events as well, all of them later than these two.
 HANDLE HostStage::createEvent(LPSECURITY_ATTRIBUTES security, BOOL manual, BOOL signalled,
                               LPCSTR name) {
   const int number = ++events_;
+  if (number == 2 && onServerEvent_) onServerEvent_();
   if (number <= 2) {
     say("CreateEventA(" + std::string(security == nullptr ? "null" : "security") + ", " +
         std::to_string(manual) + ", " + std::to_string(signalled) + ", " +

@@ -34,10 +34,15 @@ class HostStage {
   // The event that fails to be created, counted from 1: the service's own is the first one of a
   // run, the server's the second one.
   void refuseEvent(int number) { refusedEvent_ = number; }
+  // What happens just before the server's event is created.
+  void onServerEvent(std::function<void()> action) { onServerEvent_ = std::move(action); }
   void showPipeNames() { showsPipeNames_ = true; }
 
   // Both pipes have been tried.
   bool triedBothPipes() const { return pipes_.callCount() >= 2; }
+
+  // One more line, as the calls make them.
+  static void say(const std::string& line);
 
   // Ends the process with kReturned after saying so. For after serviceMain.
   [[noreturn]] static void returned();
@@ -53,6 +58,7 @@ class HostStage {
   HANDLE createEvent(LPSECURITY_ATTRIBUTES security, BOOL manual, BOOL signalled, LPCSTR name);
   DWORD wait(HANDLE handle, DWORD milliseconds);
   void answerManager();
+  void answerErrorMode();
   void answerEvents();
   void answerServer();
   std::string nameOf(HANDLE handle) const;
@@ -63,6 +69,7 @@ class HostStage {
   bool raisesPriority_ = true;
   bool showsPipeNames_ = false;
   int refusedEvent_ = 0;
+  std::function<void()> onServerEvent_;
   int events_ = 0;
   HANDLE stopEvent_ = nullptr;
   HANDLE serverEvent_ = nullptr;
@@ -75,6 +82,8 @@ class HostStage {
   Hook<decltype(WaitForSingleObject)> wait_{"kernel32.dll", "WaitForSingleObject"};
   Hook<decltype(CloseHandle)> closeHandle_{"kernel32.dll", "CloseHandle"};
   Hook<decltype(SetPriorityClass)> priority_{"kernel32.dll", "SetPriorityClass"};
+  Hook<decltype(GetErrorMode)> errorMode_{"kernel32.dll", "GetErrorMode"};
+  Hook<decltype(SetErrorMode)> setErrorMode_{"kernel32.dll", "SetErrorMode"};
   Hook<decltype(CreateNamedPipeW)> pipes_{"kernel32.dll", "CreateNamedPipeW"};
   Hook<decltype(Sleep)> sleep_{"kernel32.dll", "Sleep"};
 };

@@ -10,6 +10,16 @@
 #include "tests/support/bounded_wait.h"
 #include "tests/support/pipe_server_inspector.h"
 
+namespace orva_accelerator::service {
+
+class ServiceHostInspector {
+ public:
+  static ipc::PipeServer* owned() { return ServiceHost::instance().pipeServerOwner.get(); }
+  static ipc::PipeServer* watched() { return ServiceHost::instance().pipeServer; }
+};
+
+}  // namespace orva_accelerator::service
+
 namespace orva_accelerator::service::test {
 namespace {
 
@@ -35,9 +45,11 @@ constexpr char kWaits[] = "WaitForSingleObject(service's event, 1000)\n";
 constexpr char kTakesTheStop[] =
     "SetEvent(service's event)\n"
     "SetServiceStatus(status handle, {16, 3, 5, 0, 0, 0, 3000})\n";
-// Once by stopping the server, once by destroying it.
+// Stops the server, lets its end be no crash on top of the mode that is there, and destroys it,
+// which stops it again.
 constexpr char kTakesTheServerDown[] =
     "SetEvent(server's event)\n"
+    "SetErrorMode(32770)\n"
     "SetEvent(server's event)\n";
 
 std::string joined(std::initializer_list<const char*> parts) {
@@ -64,6 +76,13 @@ void letThreadsGo(ipc::PipeServer& server) {
   inspector.requestAcceptThread().detach();
   inspector.pushAcceptThread().detach();
   inspector.supervisorThread().detach();
+}
+
+// Lives as long as the server.
+std::weak_ptr<ipc::PushPipe> markWithAPushClient(ipc::PipeServer* server) {
+  auto pipe = std::make_shared<ipc::PushPipe>(win32::UniqueFileHandle());
+  server->RegisterPushClient(1, pipe);
+  return pipe;
 }
 
 HostStage::Wait returns(DWORD result) {
@@ -118,6 +137,33 @@ TEST(ServiceMain, GoesFromStartPendingToStoppedWhenTheServerCannotStart) {
                  "CreateEventA(null, 1, 0, null)\n"
                  "SetServiceStatus(status handle, {16, 1, 5, 0, 0, 0, 0})\n"
                  "returned\n"));
+}
+
+TEST(ServiceMain, LeavesAServerThatDidNotStartWhereItIs) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.refuseEvent(2);
+        serviceMain(0, nullptr);
+        ipc::PipeServer* const server = ServiceHostInspector::owned();
+        if (server != nullptr && server == ServiceHostInspector::watched()) HostStage::returned();
+      },
+      ExitedWithCode(HostStage::kReturned), HasSubstr("returned\n"));
+}
+
+TEST(ServiceMain, ReportsRunningWithoutTheWaitHintOfAStopThatCameEarly) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.onServerEvent([] { HostStage::control(SERVICE_CONTROL_STOP); });
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(kTerminated),
+      HasSubstr(joined({kTakesTheStop,
+                        "CreateEventA(null, 1, 0, null)\n"
+                        "SetServiceStatus(status handle, {16, 4, 5, 0, 0, 0, 0})\n"
+                        "SetPriorityClass(this process, 128)\n",
+                        kWaits, kTakesTheServerDown})));
 }
 
 TEST(ServiceMain, StopsAndDestroysTheServerAndEndsTheProcessThereOnAStop) {
@@ -178,13 +224,15 @@ TEST(ServiceMain, ReportsStoppedClosesItsEventAndExitsWhenDestructionReturns) {
           HostStage::control(SERVICE_CONTROL_STOP);
           letThreadsGo(*currentPipeServer.load());
         })});
+        (void)std::atexit([] { HostStage::say("exit handlers run"); });
         serviceMain(0, nullptr);
         HostStage::returned();
       },
       ExitedWithCode(0),
       StartsWith(joined({kComesUp, kWaits, kTakesTheStop, kWaits, kTakesTheServerDown,
                          "SetServiceStatus(status handle, {16, 1, 5, 0, 0, 0, 3000})\n"
-                         "CloseHandle(service's event)\n"})));
+                         "CloseHandle(service's event)\n"
+                         "exit handlers run\n"})));
 }
 
 TEST(ServiceMain, RunsOnWhenItsPriorityCannotBeRaised) {
@@ -222,8 +270,14 @@ TEST(ServiceMain, PutsANewServerInPlaceOfOneThatDidNotStartWhenItRunsAgain) {
           stage.refuseEvent(2);
           serviceMain(0, nullptr);
         }
+        const std::weak_ptr<ipc::PushPipe> mark =
+            markWithAPushClient(ServiceHostInspector::owned());
+        if (mark.expired()) HostStage::say("the old server is gone too early");
         HostStage stage;
-        stage.onWaits({timesOutAfterControl(SERVICE_CONTROL_STOP)});
+        stage.onWaits({timesOutAfter([mark] {
+          if (!mark.expired()) HostStage::say("the old server is still there");
+          HostStage::control(SERVICE_CONTROL_STOP);
+        })});
         serviceMain(0, nullptr);
       },
       ExitedWithCode(kTerminated),

@@ -73,11 +73,10 @@ TEST_F(ServiceCommandWords, UpdateRegistersTheRunningExecutable) {
   EXPECT_EQ(found->displayName, L"Somebody's own name");
 }
 
-TEST_F(ServiceCommandWords, UpdateSucceedsForAPrefixedPathInOtherLetterCase) {
+TEST_F(ServiceCommandWords, UpdateReplacesAPathThatOnlyHasAPrefixAndOtherLetterCase) {
   const std::wstring registered = L"\\\\?\\" + upperCase(executable().wstring());
   ASSERT_EQ(registerPath(registered, SERVICE_DEMAND_START), 0u);
-  const ChildResult result = runChild(upperCase(executable().wstring()), {L"update"});
-  expectOutcome(result, 0, "Service path updated successfully.");
+  expectOutcome(runService({L"update"}), 0, "Service path updated successfully.");
   EXPECT_TRUE(isRegisteredHere());
 }
 

@@ -37,8 +37,17 @@ TEST_F(RunningService, HasHighPriority) {
   EXPECT_TRUE(waitUntil([this] { return GetPriorityClass(process()) == HIGH_PRIORITY_CLASS; }));
 }
 
-TEST_F(RunningService, EndsThroughTerminateOnAStop) {
+// Stop-pending is the last that the manager hears; Windows then notes the end by itself.
+TEST_F(RunningService, EndsThroughTerminateAndWithoutReportingStoppedOnAStop) {
   EXPECT_EQ(stop(), kTerminated);
+  const auto last = status();
+  ASSERT_TRUE(last);
+  if (last->dwCurrentState == SERVICE_STOPPED) {
+    EXPECT_EQ(last->dwWin32ExitCode, DWORD{ERROR_PROCESS_ABORTED});
+  } else {
+    EXPECT_EQ(last->dwCurrentState, DWORD{SERVICE_STOP_PENDING});
+    EXPECT_EQ(last->dwWaitHint, 3000u);
+  }
 }
 
 TEST_F(RunningService, StartsAgainAfterAStop) {
@@ -50,14 +59,16 @@ TEST_F(RunningService, StartsAgainAfterAStop) {
 }
 
 TEST_F(RunningService, RunsOnAfterPauseContinueAndInterrogate) {
-  // Whether the manager passes them on is the manager's affair.
-  (void)sendControl(SERVICE_CONTROL_PAUSE);
-  (void)sendControl(SERVICE_CONTROL_CONTINUE);
-  (void)sendControl(SERVICE_CONTROL_INTERROGATE);
-  EXPECT_TRUE(isRunning());
+  // The manager does not pass on what the service does not accept.
+  EXPECT_EQ(sendControl(SERVICE_CONTROL_PAUSE), DWORD{ERROR_INVALID_SERVICE_CONTROL});
+  EXPECT_EQ(sendControl(SERVICE_CONTROL_CONTINUE), DWORD{ERROR_INVALID_SERVICE_CONTROL});
+  EXPECT_EQ(sendControl(SERVICE_CONTROL_INTERROGATE), DWORD{ERROR_SUCCESS});
   const auto current = status();
   ASSERT_TRUE(current);
   EXPECT_EQ(current->dwCurrentState, DWORD{SERVICE_RUNNING});
+  EXPECT_EQ(current->dwWaitHint, 0u);
+  // Longer than it takes the service to notice a stop.
+  EXPECT_EQ(waitForEnd(std::chrono::milliseconds(1500)), std::nullopt);
   EXPECT_EQ(stop(), kTerminated);
 }
 

@@ -1,6 +1,6 @@
 // Installing and reinstalling: what the service control manager is asked, in which order, and what
 // every refusal leads to.
-#include "service/service_installer.h"
+#include "service/registration.h"
 
 #include <gmock/gmock.h>
 

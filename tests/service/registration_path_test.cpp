@@ -1,7 +1,7 @@
 // Pointing the registration at the running executable.
 #include <gmock/gmock.h>
 
-#include "service/service_installer.h"
+#include "service/registration.h"
 #include "tests/service/expected_calls.h"
 #include "tests/service/fake_service_manager.h"
 
@@ -80,6 +80,16 @@ TEST(UpdateServicePath, ReturnsMinusFourWhenTheComparisonFails) {
   FakeServiceManager manager;
   manager.fail("CompareStringOrdinal", ERROR_INVALID_PARAMETER);
   EXPECT_EQ(updateServicePath(), -4);
+}
+
+// A block of this size is given back to the system when it is freed.
+TEST(UpdateServicePath, FreesTheConfigurationThatItRead) {
+  FakeServiceManager manager;
+  manager.reportedSize = 64 * 1024 * 1024;
+  EXPECT_EQ(updateServicePath(), 0);
+  MEMORY_BASIC_INFORMATION memory = {};
+  ASSERT_NE(VirtualQuery(manager.configuration, &memory, sizeof memory), 0u);
+  EXPECT_NE(memory.State, DWORD{MEM_COMMIT});
 }
 
 TEST(UpdateServicePath, CutsAPathThatIsTooLong) {

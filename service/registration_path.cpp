@@ -1,8 +1,8 @@
 #include <memory>
 #include <string_view>
 
+#include "service/registration.h"
 #include "service/service_identity.h"
-#include "service/service_installer.h"
 #include "win32/executable_path.h"
 #include "win32/service_access.h"
 

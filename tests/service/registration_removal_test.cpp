@@ -2,7 +2,7 @@
 // what every refusal leads to.
 #include <gmock/gmock.h>
 
-#include "service/service_installer.h"
+#include "service/registration.h"
 #include "tests/service/expected_calls.h"
 #include "tests/service/fake_service_manager.h"
 
@@ -50,6 +50,15 @@ TEST(UninstallService, EndsPollingWhenTheServiceHasStopped) {
   EXPECT_THAT(manager.calls(), ElementsAreArray(joined({kOpen, kStop, polls(3), kDelete})));
 }
 
+TEST(UninstallService, PollsOnInEveryStateButStopped) {
+  FakeServiceManager manager;
+  manager.states = {SERVICE_START_PENDING,    SERVICE_STOP_PENDING,  SERVICE_RUNNING,
+                    SERVICE_CONTINUE_PENDING, SERVICE_PAUSE_PENDING, SERVICE_PAUSED,
+                    SERVICE_STOPPED};
+  EXPECT_EQ(uninstallService(), 0);
+  EXPECT_THAT(manager.calls(), ElementsAreArray(joined({kOpen, kStop, polls(7), kDelete})));
+}
+
 TEST(UninstallService, PollsOnWhenAQueryFails) {
   FakeServiceManager manager;
   manager.fail("QueryServiceStatus", ERROR_ACCESS_DENIED, 1);
@@ -65,7 +74,8 @@ TEST(UninstallService, PollsAServiceThatStillRunsAfterTheStopControl) {
 }
 
 TEST(UninstallService, DoesNotPollInAnyOtherState) {
-  for (const int state : {SERVICE_STOPPED, SERVICE_START_PENDING, SERVICE_PAUSED}) {
+  for (const int state : {SERVICE_STOPPED, SERVICE_START_PENDING, SERVICE_CONTINUE_PENDING,
+                          SERVICE_PAUSE_PENDING, SERVICE_PAUSED}) {
     FakeServiceManager manager;
     manager.stateAfterStop = static_cast<DWORD>(state);
     EXPECT_EQ(uninstallService(), 0);

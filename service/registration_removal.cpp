@@ -1,6 +1,5 @@
-#include "service/last_error.h"
+#include "service/registration.h"
 #include "service/service_identity.h"
-#include "service/service_installer.h"
 #include "win32/service_access.h"
 
 namespace orva_accelerator::service {
@@ -14,12 +13,14 @@ constexpr int kStopPolls = 20;
 constexpr DWORD kStopPollMs = 500;
 
 // Waits for a service that took the stop control and has not ended yet; at most 10 seconds.
+//
+// The handle was opened without the right to query, so where rights are enforced every question
+// fails and the whole time passes, however soon the service ends. A service that is going down is
+// given that time.
 void waitUntilStopped(SC_HANDLE service) {
   for (int poll = 0; poll < kStopPolls; ++poll) {
     Sleep(kStopPollMs);
     SERVICE_STATUS status = {};
-    // The handle was opened without the right to query. Where that is enforced every query fails
-    // and the whole time passes, which a stopping service is given anyway.
     if (QueryServiceStatus(service, &status) && status.dwCurrentState == SERVICE_STOPPED) return;
   }
 }

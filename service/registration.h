@@ -42,7 +42,9 @@ void releaseServiceConfig(QUERY_SERVICE_CONFIGW* config);
 int reinstallService(const std::wstring& binaryPath);
 
 // Stops the service, waits at most 10 seconds, and deletes the registration whether or not the
-// service has stopped by then; the manager removes it when the service ends.
+// service has stopped by then; the manager removes it when the service ends. For a service that
+// runs, the wait takes the whole 10 seconds on Windows: the right to query the status is not asked
+// for, so no question is answered.
 //
 // -1: the manager or the service cannot be opened.  -3: deletion failed.
 int uninstallService();
@@ -52,5 +54,12 @@ int uninstallService();
 // -1: not installed.  -2: the manager or the service cannot be opened.  -3: the change failed.
 // -4: the registration names another path afterwards. Never a Win32 error code.
 int updateServicePath();
+
+// The result for the call that has just failed: its error code, or `ownCode` when it left none, so
+// that a failure never reads as success.
+inline int lastErrorOr(int ownCode) {
+  const DWORD error = GetLastError();
+  return error != ERROR_SUCCESS ? static_cast<int>(error) : ownCode;
+}
 
 }  // namespace orva_accelerator::service

@@ -1,7 +1,7 @@
 // Asking whether the service is installed, and reading its configuration.
 #include <gmock/gmock.h>
 
-#include "service/service_installer.h"
+#include "service/registration.h"
 #include "tests/service/expected_calls.h"
 #include "tests/service/fake_service_manager.h"
 
@@ -50,11 +50,36 @@ TEST(QueryServiceConfig, ReleasesNothingWhenThereIsNothing) {
 
 TEST(QueryServiceConfig, QueriesAgainWhenTheSizeIsZeroButTheBufferWasTooSmall) {
   FakeServiceManager manager;
-  manager.reportZeroSize = true;
+  manager.reportedSize = 0;
   QUERY_SERVICE_CONFIGW* config = nullptr;
   EXPECT_FALSE(queryServiceConfig(config));
   EXPECT_EQ(config, nullptr);
   EXPECT_THAT(manager.calls(), ElementsAreArray(joined({kOpen, kQuerySize, kQuery, closeBoth()})));
+}
+
+// What the size query returns counts for nothing.
+TEST(QueryServiceConfig, FailsAtOnceWhenTheSizeIsZeroForAnyOtherReason) {
+  for (const int error : {ERROR_SUCCESS, ERROR_ACCESS_DENIED, ERROR_MORE_DATA}) {
+    FakeServiceManager manager;
+    manager.reportedSize = 0;
+    manager.sizeQueryError = static_cast<DWORD>(error);
+    QUERY_SERVICE_CONFIGW* config = nullptr;
+    EXPECT_FALSE(queryServiceConfig(config));
+    EXPECT_THAT(manager.calls(), ElementsAreArray(joined({kOpen, kQuerySize, closeBoth()})))
+        << error;
+  }
+}
+
+TEST(QueryServiceConfig, QueriesAgainWheneverASizeIsReported) {
+  for (const int error : {ERROR_SUCCESS, ERROR_ACCESS_DENIED, ERROR_MORE_DATA}) {
+    FakeServiceManager manager;
+    manager.sizeQueryError = static_cast<DWORD>(error);
+    QUERY_SERVICE_CONFIGW* config = nullptr;
+    EXPECT_TRUE(queryServiceConfig(config)) << error;
+    EXPECT_THAT(manager.calls(), ElementsAreArray(joined({kOpen, kQuerySize, kQuery, closeBoth()})))
+        << error;
+    releaseServiceConfig(config);
+  }
 }
 
 struct RefusedQuery {

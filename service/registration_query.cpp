@@ -2,8 +2,8 @@
 #include <cstddef>
 #include <memory>
 
+#include "service/registration.h"
 #include "service/service_identity.h"
-#include "service/service_installer.h"
 #include "win32/service_access.h"
 
 namespace orva_accelerator::service {
@@ -28,15 +28,18 @@ bool queryServiceConfig(QUERY_SERVICE_CONFIGW*& config) {
   if (!service) return false;
 
   DWORD size = 0;
-  const BOOL answered = QueryServiceConfigW(service.get(), nullptr, 0, &size);
-  if (!answered && size == 0 && GetLastError() != ERROR_INSUFFICIENT_BUFFER) return false;
+  // Fails by design: there is no room. What counts is whether it told the size.
+  (void)QueryServiceConfigW(service.get(), nullptr, 0, &size);
+  const DWORD error = GetLastError();
+  if (size == 0 && error != ERROR_INSUFFICIENT_BUFFER) return false;
 
   // Never less than the record itself, whatever size was reported: callers read its fields.
   const std::size_t capacity = std::max<std::size_t>(size, sizeof(QUERY_SERVICE_CONFIGW));
   ConfigBytes bytes = std::make_unique<std::byte[]>(capacity);
   auto* record = reinterpret_cast<QUERY_SERVICE_CONFIGW*>(bytes.get());
   if (!QueryServiceConfigW(service.get(), record, size, &size)) return false;
-  (void)bytes.release();  // The caller's from now on, under the name below.
+  // The caller's from now on, under the name below.
+  (void)bytes.release();
   config = record;
   return true;
 }

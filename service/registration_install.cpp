@@ -1,10 +1,9 @@
-#include "service/service_installer.h"
+#include "service/registration.h"
 
 #include <sddl.h>
 
 #include <string_view>
 
-#include "service/last_error.h"
 #include "service/service_identity.h"
 #include "win32/service_access.h"
 #include "win32/utf8.h"
