@@ -65,6 +65,10 @@ add_client_files() {
     python/{orva_pipes.py,orva_protocol.py,session.py}; do
     install -D "$root/samples/$sample" "$client/samples/$sample"
   done
+  local file
+  (cd "$root/clients/node" && find . -type f) | while read -r file; do
+    install -D -m 644 "$root/clients/node/$file" "$client/node/$file"
+  done
 }
 
 # deterministic_zip FILE FOLDER: of the folder itself with all that is in it.

@@ -24,6 +24,8 @@ packages=(
 )
 # Any Node.js will do, wherever it comes from.
 command -v node >/dev/null || packages+=(nodejs)
+# It fetches Node.js for Windows; see fetch_node.sh.
+command -v npm >/dev/null || packages+=(npm)
 
 is_installed() {
   [[ $(dpkg-query -W -f '${db:Status-Abbrev}' "$1" 2>/dev/null) == ?i* ]]

@@ -48,10 +48,11 @@ TEST_F(Installer, LeavesWhatClientsAreWrittenWithToTheZip) {
                              "samples/csharp/OrvaSession.csproj", "samples/csharp/Program.cs",
                              "samples/csharp/Protocol.cs", "samples/csharp/ServicePipe.cs",
                              "samples/python/orva_pipes.py", "samples/python/orva_protocol.py",
-                             "samples/python/session.py"}) {
+                             "samples/python/session.py", "node/package.json",
+                             "node/index.mjs", "node/index.d.ts", "node/lib/client.mjs"}) {
       EXPECT_THAT(files, Contains(Key(file)));
     }
-    EXPECT_EQ(files.size(), 13u);
+    EXPECT_EQ(files.size(), 29u);
   }
   ASSERT_EQ(setup(Package::kOrdinary), 0u);
   EXPECT_FALSE(std::filesystem::exists(installFolder() / "client"));
