@@ -299,6 +299,7 @@ test('closing ends what is under way', async () => {
   client.close();
   await assert.rejects(waiting, HungUpError);
   await assert.rejects(client.request('MsgHeartbeat'), HungUpError);
+  await service.abandoned();
 });
 
 test('a push connection that ends is made anew, and iterators go on', async () => {
@@ -322,7 +323,7 @@ test('a service that starts anew is found again', async () => {
 });
 
 test('a service that stays away ends the iterators and requests with a NotRunningError', async () => {
-  const client = await connect({ reconnectMs: 600 });
+  const client = await connect({ reconnectMs: 1000 });
   const iterator = client.notifications();
   await service.end();
   await assert.rejects(iterator.next(), NotRunningError);

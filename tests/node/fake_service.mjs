@@ -111,6 +111,11 @@ export class FakeService {
     return this.requests.map(({ message }) => message);
   }
 
+  // When every client has closed its connections.
+  async abandoned() {
+    await Promise.all([...this.#sockets].map((socket) => socket.closed || once(socket, 'close')));
+  }
+
   async end() {
     for (const socket of this.#sockets) socket.destroy();
     const closed = this.#servers.map((server) => new Promise((resolve) => server.close(resolve)));
