@@ -1,4 +1,4 @@
-// A connection to one of the service's two pipes. Windows only.
+// A connection to one of the service's two pipes. Windows only; never run with real pipes yet.
 using System;
 using System.ComponentModel;
 using System.IO;

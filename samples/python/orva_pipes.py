@@ -1,4 +1,7 @@
-"""The service's two pipes, by ctypes: nothing needs to be installed beside Python. Windows only."""
+"""The service's two pipes, by ctypes: nothing needs to be installed beside Python. Windows only.
+
+Run against stand-ins for Windows only, never with real pipes yet.
+"""
 
 import ctypes
 import time
