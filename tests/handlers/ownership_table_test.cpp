@@ -18,9 +18,11 @@ const std::vector<Row> kStartTable = {
     {kIdle,         start(kOther,  kAccepted),   "- / 8", "StartAccel",              "01",   ""},
     {kIdle,         start(kUnknown, kAccepted),  "- / 99", "StartAccel",             "01",   ""},
     {kIdle,         start(kOwner,  kRefused),    "- / -", "StartAccel",              "00",   ""},
+    {kIdle,         start(kOther,  kRefused),    "- / -", "StartAccel",              "00",   ""},
     {kIdle,         startEx(kOwner, kAccepted),  "- / 7", "StopAccel, StartAccelEx", "01",   ""},
     {kIdle,         startEx(kOther, kAccepted),  "- / 8", "StopAccel, StartAccelEx", "01",   ""},
     {kIdle,         startEx(kOwner, kRefused),   "- / -", "StopAccel, StartAccelEx", "00",   ""},
+    {kIdle,         startEx(kOther, kRefused),   "- / -", "StopAccel, StartAccelEx", "00",   ""},
     {kIdle,         startExAfterRefusedStop(kOther), "- / 8", "StopAccel, StartAccelEx", "01", ""},
 
     // A pending start is answered without the library, 1 to its own client and 0 to all others.
@@ -47,10 +49,14 @@ const std::vector<Row> kStartTable = {
     {kStartingOver, start(kPender, kAccepted),   "7 / 9", "",                        "01",   ""},
     {kStartingOver, start(kOwner,  kAccepted),   "7 / 9", "",                        "00",   ""},
     {kStartingOver, start(kOther,  kAccepted),   "7 / 9", "",                        "00",   ""},
+    {kStartingOver, start(kPender, kRefused),    "7 / 9", "",                        "01",   ""},
+    {kStartingOver, start(kOwner,  kRefused),    "7 / 9", "",                        "00",   ""},
     {kStartingOver, start(kOther,  kRefused),    "7 / 9", "",                        "00",   ""},
     {kStartingOver, startEx(kPender, kAccepted), "7 / 9", "",                        "01",   ""},
     {kStartingOver, startEx(kOwner, kAccepted),  "7 / 9", "",                        "00",   ""},
     {kStartingOver, startEx(kOther, kAccepted),  "7 / 9", "",                        "00",   ""},
+    {kStartingOver, startEx(kPender, kRefused),  "7 / 9", "",                        "01",   ""},
+    {kStartingOver, startEx(kOwner, kRefused),   "7 / 9", "",                        "00",   ""},
     {kStartingOver, startEx(kOther, kRefused),   "7 / 9", "",                        "00",   ""},
 };
 

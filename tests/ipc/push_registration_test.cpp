@@ -139,6 +139,23 @@ TEST_F(PushRegistration, KeepsThePipeWhenTheSamePipeIsRegisteredAgain) {
   EXPECT_EQ(client.read().message.size(), 20U);
 }
 
+// Nothing is read from a client that is registered.
+TEST_F(PushRegistration, IsNotChangedByASecondMessageOfTheClient) {
+  RawPipeClient client = registerPushClient(7);
+  const ipc::PushClient before = inspector_.pushClients().at(7);
+  ASSERT_TRUE(client.write(u32Bytes({8})).done());
+  const RawPipeClient later = registerPushClient(9);
+  EXPECT_EQ(ids(), (std::vector<std::uint32_t>{7, 9}));
+  const ipc::PushClient now = inspector_.pushClients().at(7);
+  EXPECT_EQ(now.pipe, before.pipe);
+  EXPECT_EQ(now.lastHeartbeatMs, before.lastHeartbeatMs);
+  DWORD unread = 0;
+  EXPECT_TRUE(PeekNamedPipe(now.pipe->get(), nullptr, 0, nullptr, &unread, nullptr));
+  EXPECT_EQ(unread, 4U);
+  EXPECT_TRUE(server_.BroadcastPush(1, 2, nullptr, 0));
+  EXPECT_EQ(client.read().message.size(), 20U);
+}
+
 TEST_F(PushRegistration, SetsAllFieldsAgainWhenTheIdIsReplaced) {
   RawPipeClient first = registerPushClient(7);
   ipc::PushClient old = inspector_.pushClients().at(7);

@@ -5,12 +5,14 @@
 #include <psapi.h>
 
 #include <atomic>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "tests/ipc/background_call.h"
 #include "tests/ipc/channel_test.h"
 #include "tests/ipc/scripted_dispatcher.h"
+#include "tests/support/import_patch.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -144,13 +146,39 @@ TEST_F(RequestConnection, IsListedWhileItIsOpen) {
   expectServed(two);
 }
 
-TEST_F(RequestConnection, MayBeOpenedAndClosedAtOnceAgainAndAgain) {
+// Counts the clients that the accept loop has met, and those that had gone before it waited for
+// them.
+class CountedRequestConnection : public RequestConnection {
+ protected:
+  CountedRequestConnection() {
+    waiting_.replace([this, counts = counts_](HANDLE pipe, LPOVERLAPPED operation) -> BOOL {
+      const BOOL connected = waiting_.callOriginal(pipe, operation);
+      const DWORD error = GetLastError();
+      ++(connected || error == ERROR_PIPE_CONNECTED ? counts->met : counts->missed);
+      SetLastError(error);
+      return connected;
+    });
+  }
+
+  struct Counts {
+    std::atomic<std::size_t> met{0};
+    std::atomic<std::size_t> missed{0};
+  };
+  const std::shared_ptr<Counts> counts_ = std::make_shared<Counts>();
+
+ private:
+  ImportHook<decltype(ConnectNamedPipe)> waiting_{"kernel32.dll", "ConnectNamedPipe"};
+};
+
+TEST_F(CountedRequestConnection, MayBeOpenedAndClosedAtOnceAgainAndAgain) {
   for (int i = 0; i < 50; ++i) (void)connect();
   RawPipeClient client = connect();
   expectServed(client);
-  // Clients are accepted one after the other, so all others have had their turn. One that has gone
-  // before the wait for it began has cost no thread.
-  EXPECT_LE(inspector_.connectionThreadCount(), 51U);
+  // Clients are accepted one after the other, so all others have had their turn. Each that was met
+  // has a thread; one that had gone before the wait for it began has cost none.
+  EXPECT_EQ(counts_->met + counts_->missed, 51U);
+  EXPECT_GT(counts_->met, 1U);
+  EXPECT_TRUE(waitUntil([this] { return inspector_.connectionThreadCount() == counts_->met; }));
   EXPECT_TRUE(waitUntil([this] { return inspector_.requestPipes().size() == 1; }));
 }
 

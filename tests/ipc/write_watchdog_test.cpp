@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -64,6 +65,69 @@ TEST(WriteWatchdog, CancelsAWriteThatNobodyReads) {
   });
   EXPECT_TRUE(call.ends());
   EXPECT_EQ(error, static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+}
+
+// The clock by which the watchdog judges writes, in the hands of a test. The test's own thread
+// keeps the real one, by which it waits.
+class WatchdogClock {
+ public:
+  WatchdogClock() {
+    ticks_.replace([this, state = state_, own = GetCurrentThreadId()]() -> ULONGLONG {
+      if (GetCurrentThreadId() == own) return ticks_.callOriginal();
+      ++state->looks;
+      return state->now;
+    });
+  }
+
+  void advance(ULONGLONG ms) { state_->now += ms; }
+
+  // The watchdog has looked at the writes with the time as it is now.
+  [[nodiscard]] bool isLookedAt() const {
+    const std::size_t before = state_->looks;
+    return waitUntil([&] { return state_->looks >= before + 2; });
+  }
+
+ private:
+  struct State {
+    std::atomic<ULONGLONG> now{1'000'000};
+    std::atomic<std::size_t> looks{0};
+  };
+  const std::shared_ptr<State> state_ = std::make_shared<State>();
+  ImportHook<decltype(GetTickCount64)> ticks_{"kernel32.dll", "GetTickCount64"};
+};
+
+// Whatever the load of the machine, the wait for a client that does not read ends with the first
+// look after two seconds, and looks are a tenth of a second apart: so nobody waits for three.
+TEST(WriteWatchdog, CancelsAWriteWithTheFirstLookAfterTwoSeconds) {
+  WatchdogClock clock;
+  ImportHook<decltype(SetThreadpoolTimer)> timer("kernel32.dll", "SetThreadpoolTimer");
+  std::atomic<std::int64_t> firstLook{0};
+  timer.observe([&](PTP_TIMER, FILETIME* due, DWORD, DWORD) {
+    if (due == nullptr) return;
+    firstLook = static_cast<std::int64_t>(
+        ULARGE_INTEGER{{due->dwLowDateTime, due->dwHighDateTime}}.QuadPart);
+  });
+  const PipePair pipe;
+  std::atomic<bool> writing{false};
+  std::atomic<DWORD> error{0};
+  const BackgroundCall call([&] {
+    ipc::WatchedThread watched;
+    watched.beginWrite();
+    writing = true;
+    error = writeBlocking(pipe.server.get());
+    watched.endWrite();
+  });
+  ASSERT_TRUE(waitUntil([&] { return writing.load(); }));
+  clock.advance(1999);
+  EXPECT_TRUE(clock.isLookedAt());
+  EXPECT_FALSE(call.ends(milliseconds(0)));
+  clock.advance(1);
+  EXPECT_TRUE(call.ends());
+  EXPECT_EQ(error, static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+  EXPECT_EQ(firstLook, -1'000'000);  // From then on, in units of 100 ns.
+  const auto armed = timer.calls().at(0);
+  EXPECT_EQ(std::get<2>(armed), 100U);
+  EXPECT_EQ(std::get<3>(armed), 0U);
 }
 
 TEST(WriteWatchdog, CancelsWritesOfSeveralThreads) {

@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 
+#include "sdk/accel_sdk_impl.h"
 #include "tests/sdk/acceleration_control_fixture.h"
 
 namespace orva_accelerator::sdk {
@@ -25,9 +26,16 @@ TEST_F(AccelerationControl, ExtendedStartPassesItsFourthArgumentBehindTheThird) 
 }
 
 TEST_F(AccelerationControl, StartsGiveTheBindingsRecordAsContextAndTheCompletionFunction) {
+  // What the record has learnt from an initialisation tells it from any other.
+  accelSdk.Release();
+  ASSERT_EQ(accelSdk.Init({3, 20250, L"official"}), 1);
   EXPECT_TRUE(accelSdk.StartAccel(1, 2, L"", L"", 3, remember(results)));
   void* const context = kernel.accelContext();
-  EXPECT_NE(context, nullptr);
+  ASSERT_NE(context, nullptr);
+  const auto* const record = static_cast<const AccelSdkImpl*>(context);
+  EXPECT_EQ(record->channelNumber, 20250U);
+  EXPECT_EQ(record->channelName, L"official");
+  EXPECT_EQ(record->module, kernel.module());
   EXPECT_EQ(kernel.accelCompletion(), &OnAccelResult);
   EXPECT_TRUE(accelSdk.StartAccelEx(1, 2, L"", L"", 3, 4, remember(results)));
   EXPECT_EQ(kernel.accelContext(), context);
