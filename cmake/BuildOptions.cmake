@@ -40,7 +40,7 @@ if(MINGW)
   target_link_options(orva_build_options INTERFACE -Wl,--no-insert-timestamp)
 endif()
 
-if(ORVA_TRAP_UNDEFINED)
+if(ORVA_CHECKED)
   target_compile_definitions(orva_build_options INTERFACE _GLIBCXX_ASSERTIONS)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(orva_build_options INTERFACE -fsanitize=undefined

@@ -10,8 +10,8 @@
 # file with lines left; and lines.csv.
 source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 strict_mode
-ORVA_WINEPREFIX=$root/build/wine/coverage
-export ORVA_WINEPREFIX
+# Each test takes a prefix that is free.
+unset ORVA_WINEPREFIX
 source "$root/scripts/lib/wine_prefix.sh"
 cd "$root"
 
@@ -20,7 +20,7 @@ folders=(win32 sdk ipc handlers service client tools installer simulator)
 report=$root/build/coverage/report
 
 "$root/scripts/setup.sh"
-trap stop_prefix EXIT
+trap 'each_test_prefix stop_prefix' EXIT
 
 step "Build"
 configure coverage
@@ -29,7 +29,8 @@ build coverage
 step "Run the tests"
 # Counters of an earlier run are added to, and those of an earlier build do not fit.
 find build/coverage -name '*.gcda' -delete
-remove_prefix && start_prefix 600 || fail "cannot make or start the Wine prefix $WINEPREFIX"
+each_test_prefix remove_prefix
+start_test_prefixes "$(nproc)" || fail "cannot make or start a Wine prefix"
 tests=passed
 # What counts lines imports functions that nothing shipped does.
 ctest --preset coverage --no-label-summary --parallel "$(nproc)" --no-tests=error \

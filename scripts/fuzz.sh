@@ -18,7 +18,7 @@ export ORVA_WINEPREFIX
 source "$root/scripts/lib/wine_prefix.sh"
 
 targets=(dispatch client text)
-programs=$root/build/release/bin/tests
+programs=$root/build/checked/bin/tests
 kept=$root/build/fuzz
 inputs=$root/tests/fuzz
 
@@ -89,8 +89,8 @@ trap stop_prefix EXIT
 cd "$root"
 mkdir -p "$kept"
 step "Build"
-configure release
-build release "${targets[@]/#/fuzz_}"
+configure checked
+build checked "${targets[@]/#/fuzz_}"
 step "Prepare Wine"
 start_prefix 600 || fail "cannot make or start the Wine prefix $WINEPREFIX"
 

@@ -1,13 +1,17 @@
 #!/usr/bin/env bash
 # usage: soak.sh [PART...]
 #
-# The long tests of the installed service, at full size, unattended: about half an hour for all of
-# them on a machine that does nothing else. scripts/test.sh runs the same tests in small.
+# The long tests at full size, unattended: about an hour for all of them on a machine that does nothing
+# else. scripts/test.sh runs the same tests in small.
 #   frames   1,000,000 malformed frames beside a client that is served
 #   library  a library that blocks, calls back wrongly, raises exceptions
 #   load     1,500 clients at once; silent, deaf and 1,000 killed ones
 #   soak     100,000 request connections and 10,000 push registrations: handles and memory
 #   stop     500 stops at a random moment under load
+# Without the installed service:
+#   storm    five minutes of clients that start, stop, leave and vanish, and a library that does as it likes
+#   faults   every call of every function of the system fails
+#   races    10,000 seeds for threads that wait where it hurts
 #
 # Prints how far each part has come and how long it will take. Leaves in build/soak/results: a
 # summary.md with a row a test, results.json, and a log a part. Ends with 1 if anything failed.
@@ -26,8 +30,16 @@ declare -A suites=(
   [load]='Load.*'
   [soak]='ConnectionSoak.*'
   [stop]='StopUnderFire.*'
+  [storm]='AccelerationStorm.*'
+  [faults]='*'
+  [races]='*'
 )
-parts=(frames library load soak stop)
+declare -A programs=(
+  [storm]=checked/bin/tests/handlers_acceleration_storm_test.exe
+  [faults]=checked/bin/tests/fault_tests.exe
+  [races]=checked/bin/tests/race_tests.exe
+)
+parts=(frames library load soak stop storm faults races)
 [[ $# -eq 0 ]] || parts=("$@")
 for part in "${parts[@]}"; do
   if [[ -z ${suites[$part]:-} ]]; then
@@ -37,7 +49,7 @@ for part in "${parts[@]}"; do
 done
 
 results=$root/build/soak/results
-export ORVA_SOAK=long
+export ORVA_SOAK=long ORVA_STORM_SECONDS=300 ORVA_FAULTS=all ORVA_RACE_SEEDS=10000
 export ORVA_SOAK_SEED=${ORVA_SOAK_SEED:-$(date -u +%Y%m%d)}
 # As a Windows program sees it.
 export ORVA_SOAK_RESULTS=Z:$results
@@ -58,7 +70,7 @@ END
 run_part() {
   local part=$1
   remove_prefix && start_prefix 600 || return
-  "$root/scripts/wine.sh" "$root/build/release/bin/tests/soak_tests.exe" \
+  "$root/scripts/wine.sh" "$root/build/${programs[$part]:-release/bin/tests/soak_tests.exe}" \
     --gtest_filter="${suites[$part]}" --gtest_brief=1 </dev/null 2>&1 | tee "$results/$part.log"
 }
 
@@ -82,6 +94,8 @@ cd "$root"
 step "Build"
 configure release
 build release soak_tests
+configure checked
+build checked handlers_acceleration_storm_test fault_tests race_tests
 rm -rf "$results"
 mkdir -p "$results"
 # From here on, everything that is started, the Wine server first, inherits the processors.

@@ -1,18 +1,20 @@
 #!/usr/bin/env bash
 # usage: test.sh [CTEST ARGUMENT...]        for instance: test.sh -R PipeServer
 #
-# Builds everything with every preset and runs every test:
+# Builds everything and runs every test:
 #   formatting   clang-format changes nothing
+#   checked      the in-process tests, in a build that is optimised, traps on undefined behaviour,
+#                checks the library's preconditions and guards the heap
+#   release      what is shipped, and the tests that drive it
 #   clang        all that is shipped builds with the second compiler
 #   clang-tidy   has no complaint about it; see scripts/tidy.sh
-#   debug        the in-process tests, trapping on undefined behaviour
-#   release      all tests
-# Goes on after a failure as long as that makes sense, and ends with a summary. Logs and JUnit
-# results are left in build/test.
+# What needs no tests is done beside those of the checked build, with what they leave of the processors.
+# Goes on after a failure as long as that makes sense, and ends with a summary. build/test has the
+# logs, which name every single test, and JUnit results.
 source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 strict_mode
-ORVA_WINEPREFIX=$root/build/wine/test
-export ORVA_WINEPREFIX
+# Each test takes a prefix that is free.
+unset ORVA_WINEPREFIX
 source "$root/scripts/lib/wine_prefix.sh"
 cd "$root"
 
@@ -21,77 +23,115 @@ results=$root/build/test
 summary=()
 failures=0
 
-# check NAME COMMAND...: runs a command, keeps its outcome for the summary, and returns it. In the
-# commands "set -e" has no effect, hence the chains.
+# note NAME OUTCOME: for the summary.
+note() {
+  [[ $2 == ok ]] || failures=$((failures + 1))
+  summary+=("$(printf '%-24s %s' "$1" "$2")")
+  [[ $2 == ok ]]
+}
+
+# check NAME COMMAND...: runs a command, notes its outcome, and returns it. In the commands "set -e"
+# has no effect, hence the chains.
 check() {
   local name=$1 outcome=ok
   shift
   step "$name"
   "$@" || outcome=FAILED
-  [[ $outcome == ok ]] || failures=$((failures + 1))
-  summary+=("$(printf '%-24s %s' "$name" "$outcome")")
-  [[ $outcome == ok ]]
+  note "$name" "$outcome"
+}
+
+# start_beside NAME COMMAND...: begins a command beside what comes next. check_beside NAME: waits for
+# it, shows what it has said, notes its outcome, and returns it.
+declare -A beside
+start_beside() {
+  local name=$1
+  shift
+  (trap - ERR EXIT && renice -n 19 "$BASHPID" >/dev/null && "$@") \
+    >"$results/$name.log" 2>&1 </dev/null &
+  beside[$name]=$!
+}
+check_beside() {
+  local outcome=ok
+  step "$1"
+  wait "${beside[$1]}" || outcome=FAILED
+  [[ $outcome == ok ]] && tail -n 1 "$results/$1.log" || cat "$results/$1.log"
+  note "$1" "$outcome"
 }
 
 check_formatting() {
-  git ls-files -z -- '*.cpp' '*.h' | xargs -0 -r clang-format-19 --dry-run -Werror
+  git ls-files -z -- '*.cpp' '*.h' |
+    xargs -0 -r -n 32 -P "$(nproc)" clang-format-19 --dry-run -Werror
 }
 
+# A build that is there configures itself when it has to.
 configure_and_build() {
-  configure "$1" && build "$1"
+  [[ build/$1/build.ninja -nt CMakePresets.json ]] || configure "$1" || return
+  build "$1"
 }
 
-# run_tests PRESET [CTEST ARGUMENT...]
+second_compiler_and_tidy() {
+  configure_and_build clang && scripts/tidy.sh
+}
+
+# run_tests PRESET LABELS [CTEST ARGUMENT...]
 run_tests() {
-  local preset=$1
-  shift
-  # A prefix without a past: no service, no file of an earlier run.
-  remove_prefix && start_prefix 600 || return
-  ctest --preset "$preset" --no-label-summary --parallel "$(nproc)" \
-    --output-junit "$results/$preset.xml" "$@" 2>&1 </dev/null | tee "$results/$preset.log"
+  local preset=$1 labels=$2
+  shift 2
+  ctest --preset "$preset" --no-label-summary --parallel "$(nproc)" --label-regex "^($labels)\$" \
+    --output-junit "$results/$preset.xml" --test-output-size-passed 1000000 "$@" 2>&1 </dev/null |
+    tee "$results/$preset.log"
+  local status=${PIPESTATUS[0]}
+  cp "build/$preset/Testing/Temporary/LastTest.log" "$results/$preset-output.log" || return
+  return "$status"
 }
 
-# wine_faults PRESET: how often a test was begun again because of Wine; see wine.sh.
-wine_faults() {
-  local log=$root/build/$1/Testing/Temporary/LastTest.log
-  [[ -f $log ]] || return 0
-  # No line is a failure for grep, not for us.
-  printf 'Begun again because Wine held a program up: %s, because it never began it: %s\n' \
-    "$(grep -c '^wine.sh: Wine holds up' "$log" || true)" \
-    "$(grep -c '^wine.sh: Wine ended.* before it began' "$log" || true)"
-}
+# count_lines PATTERN FILE: no line is a failure for grep, not for us.
+count_lines() { grep -cE "$1" "$2" || true; }
 
-# closing_lines PRESET: what ctest said in the end, failed tests included.
+# closing_lines PRESET: what ctest said in the end, failed tests included, how many tests that were one
+# by one, and how often one was begun again because of Wine; see wine.sh.
 closing_lines() {
-  if [[ -f $results/$1.log ]]; then
-    sed -n '/^[0-9]*% tests passed/,$p; /^No tests were found/p' "$results/$1.log"
-    wine_faults "$1"
-  else
+  local output=$results/$1-output.log
+  if [[ ! -f $output ]]; then
     echo "no test was run"
+    return
   fi
+  sed -n '/^[0-9]*% tests passed/,$p; /^No tests were found/p' "$results/$1.log"
+  printf 'Tests of GoogleTest among them, one by one: %s passed, %s failed\n' \
+    "$(count_lines '^\[       OK \] .*\)$' "$output")" \
+    "$(count_lines '^\[  FAILED  \] .* ms\)$' "$output")"
+  printf 'Begun again because Wine held a program up: %s, because it never began it: %s\n' \
+    "$(count_lines '^wine.sh: Wine holds up' "$output")" \
+    "$(count_lines '^wine.sh: Wine ended.* before it began' "$output")"
 }
-
-trap stop_prefix EXIT
 
 "$root/scripts/setup.sh"
 rm -rf "$results"
 mkdir -p "$results"
+# Windows installations without a past: no service, no file of an earlier run.
+each_test_prefix remove_prefix
+trap 'each_test_prefix stop_prefix' EXIT
+start_beside "Wine" start_test_prefixes "$(nproc)"
 
 check "Formatting" check_formatting || true
-check "Build with clang" configure_and_build clang || true
-check "clang-tidy" scripts/tidy.sh || true
-# A selection of tests may hold none that run in this build.
-if check "Build debug" configure_and_build debug; then
-  check "Tests of debug" run_tests debug --label-regex '^inprocess$' \
-    --no-tests="$([[ $# -gt 0 ]] && echo ignore || echo error)" "${ctest_arguments[@]}" || true
-fi
-if check "Build release" configure_and_build release; then
-  check "Tests of release" run_tests release --no-tests=error "${ctest_arguments[@]}" || true
-fi
+check "Build checked" configure_and_build checked && built=yes || built=''
+check_beside "Wine" || true
+start_beside "Build release" configure_and_build release
+# A selection of tests may hold none of this build.
+no_tests=$([[ $# -gt 0 ]] && echo ignore || echo error)
+[[ -z $built ]] ||
+  check "Tests of checked" run_tests checked inprocess --no-tests="$no_tests" \
+    "${ctest_arguments[@]}" || true
+check_beside "Build release" && built=yes || built=''
+start_beside "Clang and clang-tidy" second_compiler_and_tidy
+[[ -z $built ]] ||
+  check "Tests of release" run_tests release 'shipped|system' --no-tests="$no_tests" \
+    "${ctest_arguments[@]}" || true
+check_beside "Clang and clang-tidy" || true
 
 step "Summary"
 printf '  %s\n' "${summary[@]}"
-for preset in debug release; do
+for preset in checked release; do
   printf '\n%s:\n' "$preset"
   closing_lines "$preset"
 done

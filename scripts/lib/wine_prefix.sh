@@ -24,18 +24,19 @@ fi
 # Every thread of a Windows program costs about four descriptors here.
 ulimit -S -n 65536 2>/dev/null || ulimit -S -n "$(ulimit -H -n)"
 
-# The functions below close file descriptor 9, the lock, in what they start: a Wine server lives on
-# and would hold it. They are called where "set -e" has no effect, hence the chains.
+# The functions below close their locks, descriptors 7 to 9, in what they start: a Wine server lives on
+# and would hold them. They are called where "set -e" has no effect, hence the chains.
 
 _make_template() {
   local version
+  mkdir -p "$_wine_root/build/wine"
   version=$(wine --version) || return
   [[ -f $wine_template/.complete && $(<"$wine_template/.complete") == "$version" ]] && return
   WINEPREFIX=$wine_template remove_prefix &&
     mkdir -p "$wine_template" &&
-    WINEPREFIX=$wine_template wineboot -i 9>&- </dev/null >/dev/null 2>&1 &&
+    WINEPREFIX=$wine_template wineboot -i 7>&- 8>&- 9>&- </dev/null >/dev/null 2>&1 &&
     # The registry is written when the server ends.
-    WINEPREFIX=$wine_template wineserver -w 9>&- &&
+    WINEPREFIX=$wine_template wineserver -w 7>&- 8>&- 9>&- &&
     [[ -f $wine_template/system.reg ]] &&
     printf '%s\n' "$version" >"$wine_template/.complete"
 }
@@ -43,7 +44,7 @@ _make_template() {
 _create_prefix() {
   # The second file is a link into the template, and dangles when that is gone or has moved.
   [[ -f $WINEPREFIX/system.reg && -f $WINEPREFIX/drive_c/windows/system32/ntdll.dll ]] && return
-  _make_template &&
+  { flock 7 && _make_template; } 7>"$_wine_root/build/wine/.lock" &&
     remove_prefix &&
     mkdir -p "$WINEPREFIX" &&
     cp -a "$wine_template/dosdevices" "$wine_template/.update-timestamp" "$WINEPREFIX/" &&
@@ -60,17 +61,33 @@ _create_prefix() {
 # does not run yet would hand them to the services that Wine starts with it, and whoever reads the
 # program's output through a pipe would wait for those.
 start_prefix() {
-  local seconds=${1:-60} parent
-  parent=$(dirname "$WINEPREFIX")
-  mkdir -p "$parent" "$_wine_root/build/wine"
+  local seconds=${1:-60}
+  mkdir -p "$_wine_root/build/wine" "${WINEPREFIX%/*}"
   {
     flock 9 &&
       _create_prefix &&
       # Fails with 2 if the prefix runs already.
-      if wineserver -p"$seconds" 9>&- </dev/null >/dev/null 2>&1; then
-        wine cmd /c exit 9>&- </dev/null >/dev/null 2>&1
+      if wineserver -p"$seconds" 8>&- 9>&- </dev/null >/dev/null 2>&1; then
+        wine cmd /c exit 8>&- 9>&- </dev/null >/dev/null 2>&1
       fi
-  } 9>"$_wine_root/build/wine/.lock"
+  } 9>"$WINEPREFIX.lock"
+}
+
+# take_prefix: waits until nobody else has taken $ORVA_WINEPREFIX, or else makes $WINEPREFIX the first
+# of build/wine/tests/1, 2, ... that nobody has. It is taken as long as descriptor 8 is open.
+take_prefix() {
+  local number
+  mkdir -p "${WINEPREFIX%/*}" "$_wine_root/build/wine/tests"
+  if [[ -n ${ORVA_WINEPREFIX:-} ]]; then
+    exec 8>"$WINEPREFIX.taken"
+    flock 8
+    return
+  fi
+  for ((number = 1; ; ++number)); do
+    WINEPREFIX=$_wine_root/build/wine/tests/$number
+    exec 8>"$WINEPREFIX.taken"
+    ! flock -n 8 || return 0
+  done
 }
 
 # stop_prefix: ends everything that runs in $WINEPREFIX.
@@ -90,4 +107,26 @@ remove_prefix() {
   else
     rmdir "$WINEPREFIX"
   fi
+}
+
+# start_test_prefixes COUNT: starts the first ones that take_prefix takes, so that no test waits for that.
+start_test_prefixes() {
+  local number starts=() failed=0
+  for ((number = 1; number <= $1; ++number)); do
+    (WINEPREFIX=$_wine_root/build/wine/tests/$number start_prefix 600) &
+    starts+=($!)
+  done
+  for number in "${starts[@]}"; do
+    wait "$number" || failed=1
+  done
+  return "$failed"
+}
+
+# each_test_prefix COMMAND...: does it for every prefix that take_prefix has made.
+each_test_prefix() {
+  local WINEPREFIX
+  for WINEPREFIX in "$_wine_root"/build/wine/tests/*/; do
+    WINEPREFIX=${WINEPREFIX%/}
+    [[ ! -d $WINEPREFIX ]] || "$@" || return
+  done
 }

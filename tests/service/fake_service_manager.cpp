@@ -166,7 +166,11 @@ void FakeServiceManager::answerConfigurationCalls() {
 BOOL FakeServiceManager::answerConfiguration(QUERY_SERVICE_CONFIGW* config, DWORD size,
                                              DWORD* needed) {
   const std::size_t pathBytes = (registeredPath.size() + 1) * sizeof(wchar_t);
-  const auto rightSize = static_cast<DWORD>(sizeof(*config) + pathBytes);
+  // A block of the guarded heap is aligned for a record only if whole records of that alignment
+  // fit.
+  constexpr std::size_t kAlignment = alignof(QUERY_SERVICE_CONFIGW);
+  const std::size_t textRoom = (pathBytes + kAlignment - 1) / kAlignment * kAlignment;
+  const auto rightSize = static_cast<DWORD>(sizeof(*config) + textRoom);
   if (config == nullptr) {
     *needed = reportedSize.value_or(rightSize);
     SetLastError(sizeQueryError);
