@@ -10,7 +10,6 @@
 
 #include <cstddef>
 #include <deque>
-#include <optional>
 
 #include "client/bytes.h"
 #include "client/notifications.h"
@@ -25,17 +24,16 @@ class NotificationAssembler {
   // threads as the library calls back on: a handful.
   static constexpr std::size_t kMostWaiting = 64;
 
-  // Takes the next whole message. Gives a notification when this message completes one, nothing
-  // when more is needed, and a protocol error for a message that fits nowhere; that message is
-  // dropped, with the earliest header of its length if there is one, and the next ones can still be
-  // taken.
-  Result<std::optional<Notification>> Take(ByteView message);
+  // Takes the next whole message. Gives a notification when this message completes one, null when
+  // more is needed, and a protocol error for a message that fits nowhere; that message is dropped,
+  // with the earliest header of its length if there is one, and the next ones can still be taken.
+  Result<Notification> Take(ByteView message);
 
   std::size_t waiting() const { return waiting_.size(); }
 
  private:
-  Result<std::optional<Notification>> TakeHeader(ByteView message);
-  Result<std::optional<Notification>> TakePayload(ByteView message);
+  Result<Notification> TakeHeader(const ipc::PushFrameHeader& header);
+  Result<Notification> TakePayload(ByteView message);
 
   std::deque<ipc::PushFrameHeader> waiting_;
 };

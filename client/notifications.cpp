@@ -1,6 +1,8 @@
 #include "client/notifications.h"
 
-#include "client/byte_reader.h"
+#include <string>
+
+#include "client/responses.h"
 #include "ipc/wire/message_types.h"
 #include "ipc/wire/notifications.h"
 
@@ -9,79 +11,86 @@ namespace {
 
 constexpr std::size_t kLengthModulus = 65536;
 
-Error Malformed(std::uint32_t type, ByteView payload) {
+// The states that settle who owns the acceleration; every other number is progress.
+constexpr std::uint32_t kAccelerating = 4;
+constexpr std::uint32_t kEndedFirst = 5;
+constexpr std::uint32_t kEndedLast = 7;
+
+Error Malformed(const ipc::PushFrameHeader& header, ByteView payload) {
   return Error{ErrorKind::Protocol, "decode a notification", 0,
                "the " + std::to_string(payload.size()) + " bytes of a notification of type " +
-                   std::to_string(type) + " are not what its own lengths announce"};
+                   std::to_string(header.type) + " are not what its own lengths announce"};
 }
 
-Result<NotificationBody> DecodeAccelResult(std::uint32_t type, ByteView payload) {
-  ByteReader reader(payload);
-  ipc::AccelResultPayload wire{};
-  if (!reader.Take(wire)) return Malformed(type, payload);
-  const std::size_t announced = std::size_t{wire.text1Length} + wire.text2Length;
-  if (reader.remaining() < announced) return Malformed(type, payload);
-  const std::size_t surplus = reader.remaining() - announced;
-  if (surplus % kLengthModulus != 0) return Malformed(type, payload);
-  AccelResult result;
-  if (!reader.TakeText(wire.text1Length + surplus, result.text1) ||
-      !reader.TakeText(wire.text2Length, result.text2)) {
-    return Malformed(type, payload);
-  }
-  result.value1 = wire.value1;
-  result.value2 = wire.value2;
-  result.value3 = wire.value3;
-  result.value4 = wire.value4;
-  result.state = wire.state;
-  result.value5 = wire.value5;
-  result.textLengthsWrapped = surplus != 0;
-  return NotificationBody(std::move(result));
+orva_notification HeadOf(const ipc::PushFrameHeader& header) {
+  orva_notification head{};
+  head.client_id = header.clientId;
+  head.type = header.type;
+  head.timestamp = header.timestamp;
+  return head;
 }
 
-Result<NotificationBody> DecodeStopResult(std::uint32_t type, ByteView payload) {
-  ByteReader reader(payload);
-  ipc::StopResultPayload wire{};
-  StopResult result;
-  if (!reader.Take(wire) || !reader.TakeText(wire.textLength, result.text) ||
-      reader.remaining() != 0) {
-    return Malformed(type, payload);
-  }
-  result.success = wire.success != 0;
-  result.code = wire.code;
-  return NotificationBody(std::move(result));
+// What does not travel but follows from what does.
+void Complete(orva_accel_result& result) {
+  result.accelerating = result.state == kAccelerating ? 1 : 0;
+  result.ended = result.state >= kEndedFirst && result.state <= kEndedLast ? 1 : 0;
+}
+void Complete(orva_stop_result& /*result*/) {}
+void Complete(orva_login_result& result) {
+  result.success = result.code == 0 ? 1 : 0;
 }
 
-Result<NotificationBody> DecodeLoginResult(std::uint32_t type, ByteView payload) {
-  ByteReader reader(payload);
-  ipc::LoginResultPayload wire{};
-  LoginResult result;
-  if (!reader.Take(wire) || !reader.TakeText(wire.textLength, result.text) ||
-      reader.remaining() != 0) {
-    return Malformed(type, payload);
-  }
-  result.code = wire.code;
-  return NotificationBody(std::move(result));
+// How many bytes of a start's texts their 16-bit lengths do not announce.
+std::size_t SurplusOf(ByteView payload) {
+  constexpr std::size_t kFixed = sizeof(ipc::AccelResultPayload);
+  if (payload.size() < kFixed) return 0;
+  const std::size_t announced = TextBytesBefore<orva_accel_result>(payload, kFixed);
+  const std::size_t there = payload.size() - kFixed;
+  return there < announced ? 0 : (there - announced) / kLengthModulus * kLengthModulus;
+}
+
+template <typename Body>
+Result<Notification> Decode(const ipc::PushFrameHeader& header, ByteView payload,
+                            const Body* orva_notification::* member, std::size_t surplus = 0) {
+  AnswerBlock block(sizeof(orva_notification) + sizeof(Body), CountTexts<Body>(), payload.size());
+  auto* const notification = block.Make<orva_notification>();
+  Body* const body = block.Make<Body>();
+  ByteView rest = payload;
+  if (!FillRecord(block, *body, rest, surplus) || !rest.empty()) return Malformed(header, payload);
+  Complete(*body);
+  *notification = HeadOf(header);
+  notification->*member = body;
+  if constexpr (std::is_same_v<Body, orva_accel_result>) body->text_lengths_wrapped = surplus != 0;
+  return block.Release(notification);
+}
+
+Notification Unknown(const ipc::PushFrameHeader& header, ByteView payload) {
+  AnswerBlock block(sizeof(orva_notification), 1, payload.size());
+  auto* const notification = block.Make<orva_notification>();
+  *notification = HeadOf(header);
+  notification->payload = reinterpret_cast<const std::uint8_t*>(block.Text(payload).bytes);
+  notification->payload_length = payload.size();
+  return block.Release(notification);
 }
 
 }  // namespace
 
 bool IsPushFrameHeader(ByteView message) {
-  ipc::PushFrameHeader header{};
-  return message.size() == sizeof(header) && ByteReader(message).Take(header) &&
-         header.magic == ipc::kPushMagic;
+  const auto header = FrontRecord<ipc::PushFrameHeader>(message);
+  return header && message.size() == sizeof(*header) && header->magic == ipc::kPushMagic;
 }
 
-Result<NotificationBody> DecodeNotificationBody(std::uint32_t type, ByteView payload) {
-  switch (type) {
+Result<Notification> DecodeNotification(const ipc::PushFrameHeader& header, ByteView payload) {
+  switch (header.type) {
     case ipc::NotifyStartAccel:
     case ipc::NotifyStartAccelEx:
-      return DecodeAccelResult(type, payload);
+      return Decode(header, payload, &orva_notification::accel, SurplusOf(payload));
     case ipc::NotifyStopAccel:
-      return DecodeStopResult(type, payload);
+      return Decode(header, payload, &orva_notification::stop);
     case ipc::NotifyUserLogin:
-      return DecodeLoginResult(type, payload);
+      return Decode(header, payload, &orva_notification::login);
     default:
-      return NotificationBody(UnknownResult{Bytes(payload.begin(), payload.end())});
+      return Unknown(header, payload);
   }
 }
 

@@ -6,7 +6,7 @@
 #include "client/deadline.h"
 #include "client/message_pipe.h"
 #include "client/result.h"
-#include "service/service_identity.h"
+#include "service/shared_names.h"
 
 namespace orva_accelerator::client {
 

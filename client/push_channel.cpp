@@ -33,7 +33,7 @@ Result<Notification> PushChannel::Next(const Deadline& deadline, HANDLE interrup
     const Bytes message = std::exchange(message_, {});
     auto taken = assembler_.Take(message);
     if (!taken) return taken.error();
-    if (auto& notification = taken.value()) return std::move(*notification);
+    if (taken.value() != nullptr) return taken;
   }
 }
 

@@ -1,7 +1,6 @@
 #include "client/request_channel.h"
 
 #include <algorithm>
-#include <cstring>
 #include <span>
 #include <string>
 #include <utility>
@@ -43,8 +42,7 @@ Result<Bytes> ReadResponse(MessagePipe& pipe, const Deadline& deadline) {
   Bytes headerBytes;
   auto more = ReadExactly(pipe, sizeof(ipc::ResponseHeader), headerBytes, deadline);
   if (!more) return more.error();
-  ipc::ResponseHeader header{};
-  std::memcpy(&header, headerBytes.data(), sizeof(header));
+  const auto header = FrontRecord<ipc::ResponseHeader>(headerBytes).value();
   if (header.payloadLength > RequestChannel::kLongestResponse) {
     return Broken("an answer of " + std::to_string(header.payloadLength) + " bytes was announced");
   }

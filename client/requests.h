@@ -5,11 +5,14 @@
 // header in front. Requests that carry nothing need no encoder.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "client/bytes.h"
 #include "client/result.h"
+#include "ipc/wire/messages.h"
 
 namespace orva_accelerator::client {
 
@@ -19,9 +22,10 @@ struct InitRequest {
   std::string channelName;
 };
 
+// Borrowed, so that no copy of a credential outlives its owner's.
 struct LoginRequest {
-  std::string account;
-  std::string credential;
+  std::string_view account;
+  std::string_view credential;
 };
 
 // The service hands all of it to the library as it is, but takes `nodeSelection` apart on the way:
@@ -52,6 +56,19 @@ Result<Bytes> EncodeStart(const StartRequest& request);
 Result<Bytes> EncodeStartEx(const StartExRequest& request);
 Result<Bytes> EncodeSpeed(const SpeedRequest& request);
 Bytes EncodeGame(std::uint32_t gameId);
+
+// `fixed` with the lengths of `texts` at these offsets, and the texts behind it.
+Result<Bytes> EncodePayload(ByteView fixed, std::span<const std::size_t> lengthOffsets,
+                            std::span<const std::string_view> texts);
+
+// The payload of any request that the table of messages describes.
+template <ipc::MessageType type, typename... Text>
+Result<Bytes> EncodeRequest(const typename ipc::MessageOf<type>::Request& fixed,
+                            const Text&... text) {
+  constexpr auto& kLengths = ipc::kTextLengths<typename ipc::MessageOf<type>::Request>;
+  const std::array<std::string_view, kLengths.size()> texts = {text...};
+  return EncodePayload(BytesOf(fixed), kLengths, texts);
+}
 
 // Header and payload as the one message that RequestChannel writes: the service reads the header
 // from its front and the payload from the rest. `type` is a number rather than an ipc::MessageType

@@ -1,125 +1,120 @@
 // What the service answers, decoded.
 //
-// Each decoder takes the payload of one response and is a pure function. A payload that is shorter
+// The decoders take the payload of one response and are pure functions. A payload that is shorter
 // or longer than its own fixed part and text lengths say is a protocol error; nothing is read that
 // is not there. An empty payload means that the service does not know the request: that is reported
-// as Refused. Reserved fields are not looked at. Texts are the bytes that came: UTF-8 from a
-// service that keeps to the protocol.
-//
-// Fields keep the names that they have on the wire; what the numbered ones mean is the acceleration
-// library's business.
+// as Refused. Reserved fields are not looked at.
 #pragma once
 
-#include <array>
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <string>
-#include <vector>
+#include <cstring>
+#include <type_traits>
+#include <utility>
 
-#include "client/bytes.h"
+#include "client/answer.h"
+#include "client/answer_fields.h"
 #include "client/result.h"
+#include "ipc/wire/messages.h"
 
 namespace orva_accelerator::client {
 
-struct AccelOwner {
-  bool anyAcceleration = false;
-  bool ownedByCaller = false;
-};
+// The error of a payload that is not what it should be.
+Error MalformedAnswer(ByteView payload);
 
-struct LeaveOutcome {
-  bool lastClient = false;  // The service ends itself after this answer.
-  std::uint32_t remainingClients = 0;
-};
+// Fills in the fields of `record` from the front of `bytes`, which is then behind them; its texts
+// go into `block`. `surplus` is how much longer the first text is than its length field says. False
+// when there are fewer bytes than announced.
+template <typename Record>
+bool FillRecord(AnswerBlock& block, Record& record, ByteView& bytes, std::size_t surplus = 0);
 
-// All zeros and no text when the library is not initialised or gave nothing.
-struct AccelData {
-  std::uint32_t value1 = 0;
-  std::uint32_t value2 = 0;
-  std::uint32_t value3 = 0;
-  std::string text3;
-  std::uint32_t value4 = 0;
-  std::uint32_t value5 = 0;
-  std::uint32_t value6 = 0;
-  std::uint64_t value8 = 0;
-  std::uint32_t value9 = 0;
-  std::uint32_t value10 = 0;
-};
+// An answer that is one wire record and nothing else.
+template <typename Wire>
+Result<Wire> DecodeRecord(ByteView payload) {
+  const auto record = FrontRecord<Wire>(payload);
+  if (!record || payload.size() != sizeof(Wire)) return MalformedAnswer(payload);
+  return *record;
+}
 
-// All zeros but `status`, which is always 1, when the library gave nothing.
-struct ConsoleData {
-  std::uint32_t status = 0;
-  std::uint32_t console1 = 0;
-  std::uint32_t console2 = 0;
-  std::uint32_t console3 = 0;
-  std::uint32_t console4 = 0;
-  std::uint32_t console5 = 0;
-  bool consoleFlag = false;
-};
+// An answer that AnswerFields describes.
+template <typename Record>
+Result<Answer<Record>> DecodeAnswer(ByteView payload) {
+  static_assert(CountTexts<Record>() ==
+                ipc::kTextLengths<typename AnswerFields<Record>::Wire>.size());
+  AnswerBlock block(sizeof(Record), CountTexts<Record>(), payload.size());
+  Record* const record = block.template Make<Record>();
+  ByteView rest = payload;
+  if (!FillRecord(block, *record, rest) || !rest.empty()) return MalformedAnswer(payload);
+  return block.Release(record);
+}
 
-// `status` 0: the library knows nothing of it and everything else is empty.
-struct LastAccelInfo {
-  std::uint32_t status = 0;
-  std::uint32_t areaId = 0;
-  std::uint32_t nodeId = 0;
-  bool infoFlag = false;
-  std::uint32_t infoValue = 0;
-  std::string infoText;
-  std::string serverKey;
-};
+// Costs as much memory as there are bytes, whatever number of nodes they announce.
+template <>
+Result<Answer<orva_used_nodes>> DecodeAnswer(ByteView payload);
 
-// `status` 0: no test result, or the test failed; everything else is 0.
-struct SpeedSummary {
-  std::uint32_t status = 0;
-  std::array<std::uint32_t, 14> summary{};  // summary1 to summary14.
-};
+// ---- How FillRecord works
 
-// `status` 0: the library knows nothing of it and everything else is empty.
-struct GameInfo {
-  std::uint32_t status = 0;
-  std::uint32_t gameId = 0;
-  std::uint32_t areaId = 0;
-  std::uint32_t nodeId = 0;
-  bool infoFlag = false;
-  std::uint32_t infoValue = 0;
-  std::uint32_t reservedWord = 0;
-  std::uint64_t reservedLong = 0;
-  std::uint32_t nodeValue1 = 0;
-  std::uint32_t nodeValue2 = 0;
-  std::string gameText;
-  std::string infoText;
-  std::string serverKey;
-  std::string serverText;
-  std::string nodeText;
-};
+inline std::size_t TextLengthAt(ByteView fixed, std::size_t offset) {
+  return FrontRecord<std::uint16_t>(fixed.subspan(offset)).value_or(0);
+}
 
-struct UsedNode {
-  std::uint32_t used1 = 0;
-  std::uint32_t used2 = 0;
-  std::string usedText1;
-  std::uint32_t used3 = 0;
-  std::string usedText2;
-  std::uint64_t used4 = 0;
-};
+// Bytes of the texts whose lengths stand before `end` in the fixed part of a `Record`.
+template <typename Record>
+std::size_t TextBytesBefore(ByteView fixed, std::size_t end) {
+  std::size_t bytes = 0;
+  ForEachField<Record>([&](const auto& field) {
+    if (field.kind == FieldKind::Text && field.offset < end) {
+      bytes += TextLengthAt(fixed, field.offset);
+    }
+  });
+  return bytes;
+}
 
-struct UsedNodeList {
-  std::uint32_t status = 0;  // Always 1.
-  std::vector<UsedNode> nodes;
-};
+template <typename Record>
+constexpr std::size_t FirstTextOffset() {
+  std::size_t first = sizeof(typename AnswerFields<Record>::Wire);
+  ForEachField<Record>([&first](const auto& field) {
+    if (field.kind == FieldKind::Text) first = std::min(first, field.offset);
+  });
+  return first;
+}
 
-// 1: initialised; -1: the library could not be loaded; -2: it lacks a function.
-Result<std::int32_t> DecodeInit(ByteView payload);
-// The u32 of login and release, 1 in every case: it says that the request was taken, no more.
-Result<std::uint32_t> DecodeAcknowledgement(ByteView payload);
-// The one byte of is-initialised, start, start-ex and stop.
-Result<bool> DecodeFlag(ByteView payload);
-Result<AccelOwner> DecodeAccelOwner(ByteView payload);
-Result<LeaveOutcome> DecodeLeave(ByteView payload);
-// The low 32 bits of the service's millisecond clock.
-Result<std::uint32_t> DecodeHeartbeat(ByteView payload);
-Result<AccelData> DecodeAccelData(ByteView payload);
-Result<ConsoleData> DecodeConsoleData(ByteView payload);
-Result<LastAccelInfo> DecodeLastAccelInfo(ByteView payload);
-Result<SpeedSummary> DecodeSpeedSummary(ByteView payload);
-Result<GameInfo> DecodeGameInfo(ByteView payload);
-Result<UsedNodeList> DecodeUsedNodes(ByteView payload);
+template <typename Record>
+constexpr bool NumbersFit() {
+  bool fit = true;
+  ForEachField<Record>([&fit](const auto& field) {
+    using Value = std::remove_reference_t<decltype(std::declval<Record&>().*field.member)>;
+    fit = fit && (field.kind != FieldKind::Number || field.size == sizeof(Value));
+  });
+  return fit;
+}
+
+template <typename Record>
+bool FillRecord(AnswerBlock& block, Record& record, ByteView& bytes, std::size_t surplus) {
+  static_assert(NumbersFit<Record>());
+  constexpr std::size_t kSize = sizeof(typename AnswerFields<Record>::Wire);
+  if (bytes.size() < kSize) return false;
+  const ByteView fixed = bytes.first(kSize);
+  const ByteView texts = bytes.subspan(kSize);
+  const std::size_t announced = TextBytesBefore<Record>(fixed, kSize) + surplus;
+  if (texts.size() < announced) return false;
+  ForEachField<Record>([&](const auto& field) {
+    auto& value = record.*field.member;
+    if constexpr (std::is_same_v<decltype(value), orva_text&>) {
+      const bool first = field.offset == FirstTextOffset<Record>();
+      const std::size_t from = TextBytesBefore<Record>(fixed, field.offset) + (first ? 0 : surplus);
+      const std::size_t length = TextLengthAt(fixed, field.offset) + (first ? surplus : 0);
+      value = block.Text(texts.subspan(from, length));
+    } else if (field.kind == FieldKind::Number) {
+      std::memcpy(&value, fixed.data() + field.offset, field.size);
+    } else if constexpr (std::is_same_v<decltype(value), std::int32_t&>) {
+      const ByteView flag = fixed.subspan(field.offset, field.size);
+      value = std::ranges::any_of(flag, [](std::uint8_t byte) { return byte != 0; }) ? 1 : 0;
+    }
+  });
+  bytes = texts.subspan(announced);
+  return true;
+}
 
 }  // namespace orva_accelerator::client

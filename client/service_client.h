@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <utility>
 
+#include "client/answer.h"
 #include "client/request_channel.h"
 #include "client/requests.h"
-#include "client/responses.h"
 #include "client/result.h"
 
 namespace orva_accelerator::client {
@@ -40,16 +40,16 @@ class ServiceClient {
   Result<bool> StartEx(const StartExRequest& request);
   // Taken, no more: the outcome is announced. Any client may stop what any other started.
   Result<Done> Stop();
-  Result<AccelOwner> QueryOwner();
-  Result<AccelData> GetAccelData();
-  Result<ConsoleData> GetConsoleData();
-  Result<LastAccelInfo> GetLastAccelInfo(std::uint32_t gameId);
-  Result<SpeedSummary> GetSpeedSummary(const SpeedRequest& request);
-  Result<GameInfo> GetGameInfo(std::uint32_t gameId);
-  Result<UsedNodeList> GetUsedNodes(std::uint32_t gameId);
+  Result<Answer<orva_owner>> QueryOwner();
+  Result<Answer<orva_accel_data>> GetAccelData();
+  Result<Answer<orva_console_data>> GetConsoleData();
+  Result<Answer<orva_last_accel_info>> GetLastAccelInfo(std::uint32_t gameId);
+  Result<Answer<orva_speed_summary>> GetSpeedSummary(const SpeedRequest& request);
+  Result<Answer<orva_game_info>> GetGameInfo(std::uint32_t gameId);
+  Result<Answer<orva_used_nodes>> GetUsedNodes(std::uint32_t gameId);
   // Ends this client's acceleration and its push connection; the last client to leave ends the
   // service.
-  Result<LeaveOutcome> Leave();
+  Result<Answer<orva_leave_outcome>> Leave();
   // The low 32 bits of the service's millisecond clock.
   Result<std::uint32_t> Heartbeat();
 
@@ -57,6 +57,8 @@ class ServiceClient {
   Result<Bytes> Ask(std::uint32_t type, ByteView payload);
 
  private:
+  Result<Bytes> AskEncoded(std::uint32_t type, const Result<Bytes>& payload);
+
   RequestChannel channel_;
   std::uint32_t clientId_;
   std::chrono::milliseconds timeout_;

@@ -3,7 +3,7 @@
 #include <windows.h>
 
 #include "installer/process_list.h"
-#include "service/service_identity.h"
+#include "service/shared_names.h"
 #include "win32/unique_handle.h"
 
 namespace orva_accelerator::installer {

@@ -55,7 +55,7 @@ add_client_files() {
   mkdir -p "$client/include" "$client/lib" "$client/samples" "$symbols/client"
   cp "$from/bin/OrvaClient.dll" "$symbols/client"
   x86_64-w64-mingw32-strip -p -o "$client/OrvaClient.dll" "$symbols/client/OrvaClient.dll"
-  cp "$root/client/c/orva_client.h" "$client/include/"
+  cp "$root/client/include/"*.h "$client/include/"
   cp "$from/client/c/libOrvaClient.dll.a" "$client/lib/"
   # Microsoft's linker wants one of its own form.
   lld-link-19 /lib /machine:x64 "/def:$from/client/c/OrvaClient.def" "/out:$client/lib/OrvaClient.lib"

@@ -47,14 +47,14 @@ class Context {
 };
 
 // Connects, asks one question and prints its answer: the whole of most commands. `ask` takes the
-// client and gives a Result of something that has a ToJson.
+// client and gives a Result of an Answer.
 template <typename Ask>
 int AskAndPrint(Context& context, const char* command, Ask ask) {
   auto service = context.Connect();
   if (!service) return context.Fail(service.error());
   auto answer = ask(service.value());
   if (!answer) return context.Fail(answer.error());
-  context.Print(command, ToJson(answer.value()));
+  context.Print(command, ToJson(*answer.value()));
   return kExitOk;
 }
 

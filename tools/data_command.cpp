@@ -43,9 +43,9 @@ int RunLive(Context& context, const DataOptions& options) {
     auto data = service.value().GetAccelData();
     if (!data) return context.Fail(data.error());
     if (context.options.json) {
-      context.Print("data", ToJson(data.value()));
+      context.Print("data", ToJson(*data.value()));
     } else {
-      figures.Add(data.value());
+      figures.Add(ToJson(*data.value()));
       Show(context, figures, shown);
     }
     if (context.console.outFailed()) return kExitOther;

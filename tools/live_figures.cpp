@@ -1,10 +1,10 @@
 #include "tools/live_figures.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "tools/display_width.h"
 #include "tools/record_text.h"
-#include "tools/records.h"
 
 namespace orva_accelerator::tools {
 namespace {
@@ -14,22 +14,20 @@ constexpr std::size_t kLeastValueWidth = 12;  // So that the trends do not jump 
 
 }  // namespace
 
-void LiveFigures::Add(const client::AccelData& data) {
-  latest_ = data;
-  const Json record = ToJson(data);
-  for (const auto& [name, value] : record.items()) {
+void LiveFigures::Add(Json figures) {
+  latest_ = std::move(figures);
+  for (const auto& [name, value] : latest_.items()) {
     if (value.is_number_unsigned()) trends_[name].Add(value.get<std::uint64_t>());
   }
 }
 
 std::string LiveFigures::Text() const {
-  const Json record = ToJson(latest_);
   std::size_t width = kLeastValueWidth;
-  for (const Json& value : record) {
+  for (const Json& value : latest_) {
     if (value.is_number()) width = std::max(width, DisplayWidth(ValueText(value)));
   }
   std::string text;
-  for (const auto& [name, value] : record.items()) {
+  for (const auto& [name, value] : latest_.items()) {
     text += Padded(name, kNameWidth) + "  ";
     const auto trend = trends_.find(name);
     const std::string line = trend == trends_.end() ? std::string() : trend->second.Line();

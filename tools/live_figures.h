@@ -4,20 +4,21 @@
 #include <map>
 #include <string>
 
-#include "client/responses.h"
+#include "tools/records.h"
 #include "tools/trend.h"
 
 namespace orva_accelerator::tools {
 
 class LiveFigures {
  public:
-  void Add(const client::AccelData& data);
+  // An answer with the figures.
+  void Add(Json figures);
 
   // One row a field with the latest value, and the trend of every figure that has moved.
   std::string Text() const;
 
  private:
-  client::AccelData latest_;
+  Json latest_;
   std::map<std::string, Trend> trends_;
 };
 

@@ -2,7 +2,6 @@
 
 #include <string>
 #include <utility>
-#include <variant>
 
 #include "tools/interrupt.h"
 #include "tools/notification_view.h"
@@ -12,9 +11,9 @@ namespace {
 
 constexpr char kStep[] = "get the outcome";
 
-bool Settles(const client::Notification& notification) {
-  const auto* start = std::get_if<client::AccelResult>(&notification.body);
-  return start == nullptr || start->accelerating() || start->ended();
+bool Settles(const orva_notification& notification) {
+  const orva_accel_result* start = notification.accel;
+  return start == nullptr || start->accelerating != 0 || start->ended != 0;
 }
 
 client::Error NotDone(const char* what, std::int64_t number) {
@@ -22,13 +21,15 @@ client::Error NotDone(const char* what, std::int64_t number) {
                        std::string(what) + " " + std::to_string(number)};
 }
 
-client::Result<client::Done> Judge(const client::Notification& notification) {
-  if (const auto* start = std::get_if<client::AccelResult>(&notification.body)) {
-    if (start->ended()) return NotDone("the acceleration ended with state", start->state);
-  } else if (const auto* stop = std::get_if<client::StopResult>(&notification.body)) {
-    if (!stop->success) return NotDone("the library could not stop: code", stop->code);
-  } else if (const auto* login = std::get_if<client::LoginResult>(&notification.body)) {
-    if (login->code != 0) return NotDone("the login failed with code", login->code);
+client::Result<client::Done> Judge(const orva_notification& notification) {
+  if (notification.accel != nullptr && notification.accel->ended != 0) {
+    return NotDone("the acceleration ended with state", notification.accel->state);
+  }
+  if (notification.stop != nullptr && notification.stop->success == 0) {
+    return NotDone("the library could not stop: code", notification.stop->code);
+  }
+  if (notification.login != nullptr && notification.login->success == 0) {
+    return NotDone("the login failed with code", notification.login->code);
   }
   return client::Done{};
 }
@@ -40,9 +41,9 @@ client::Error NeverCame(const client::Error& timeout) {
 
 }  // namespace
 
-void PrintNotification(Context& context, const client::Notification& notification) {
+void PrintNotification(Context& context, const orva_notification& notification) {
   const std::uint32_t own = context.options.clientId;
-  context.console.Out((context.options.json ? OneLine(ToJson(notification, own))
+  context.console.Out((context.options.json ? OneLine(NotificationJson(notification, own))
                                             : NotificationText(notification, own)) +
                       "\n");
 }
@@ -57,8 +58,8 @@ client::Result<client::Done> AwaitOutcome(Context& context, client::PushChannel&
       const bool late = next.error().kind == client::ErrorKind::Timeout;
       return late ? NeverCame(next.error()) : next.error();
     }
-    const client::Notification& notification = next.value();
-    if (notification.clientId != context.options.clientId) continue;
+    const orva_notification& notification = *next.value();
+    if (notification.client_id != context.options.clientId) continue;
     PrintNotification(context, notification);
     if (notification.type == type && Settles(notification)) return Judge(notification);
     if (Interrupted(interrupt)) {

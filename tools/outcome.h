@@ -13,7 +13,7 @@
 namespace orva_accelerator::tools {
 
 // Prints a notification as a line, in the form that the options ask for.
-void PrintNotification(Context& context, const client::Notification& notification);
+void PrintNotification(Context& context, const orva_notification& notification);
 
 // Reads notifications, printing this client's own, until one of `type` settles the matter: for a
 // start one that says accelerating or ended, for the others the first. An outcome that is a failure

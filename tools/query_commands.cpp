@@ -13,11 +13,11 @@ int AskWithStatus(Context& context, const char* command, Ask ask) {
   if (!service) return context.Fail(service.error());
   auto answer = ask(service.value());
   if (!answer) return context.Fail(answer.error());
-  if (answer.value().status == 0) {
+  if (answer.value()->status == 0) {
     return context.Fail(client::Error{client::ErrorKind::Refused, "answer that", 0,
                                       "the library has nothing for it or is not initialised"});
   }
-  context.Print(command, ToJson(answer.value()));
+  context.Print(command, ToJson(*answer.value()));
   return kExitOk;
 }
 

@@ -2,22 +2,39 @@
 // forms carry the same fields under the same names, which are those of the wire records.
 #pragma once
 
+#include <cstddef>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <type_traits>
 
-#include "client/responses.h"
+#include "client/answer_fields.h"
 
 namespace orva_accelerator::tools {
 
 using Json = nlohmann::ordered_json;
 
-Json ToJson(const client::AccelOwner& owner);
-Json ToJson(const client::LeaveOutcome& outcome);
-Json ToJson(const client::AccelData& data);
-Json ToJson(const client::ConsoleData& data);
-Json ToJson(const client::LastAccelInfo& info);
-Json ToJson(const client::SpeedSummary& speed);
-Json ToJson(const client::GameInfo& info);
-Json ToJson(const client::UsedNodeList& list);
+// The fields that client::AnswerFields lists; those of an array one by one.
+template <typename Record>
+Json ToJson(const Record& record) {
+  Json json = Json::object();
+  client::ForEachField<Record>([&](const auto& field) {
+    const auto& value = record.*field.member;
+    if constexpr (std::is_same_v<decltype(value), const orva_text&>) {
+      json[field.name] = std::string_view(value);
+    } else if constexpr (std::is_array_v<std::remove_reference_t<decltype(value)>>) {
+      std::size_t number = 0;
+      for (const auto& element : value) json[field.name + std::to_string(++number)] = element;
+    } else if (field.kind == client::FieldKind::Number) {
+      json[field.name] = value;
+    } else {
+      json[field.name] = value != 0;
+    }
+  });
+  return json;
+}
+template <>
+Json ToJson(const orva_used_nodes& list);
 
 // One line without line end; bytes that are not UTF-8 become U+FFFD.
 std::string OneLine(const Json& json);

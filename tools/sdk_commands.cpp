@@ -48,7 +48,11 @@ int RunRelease(Context& context) {
 }
 
 void AddLogin(CLI::App& app, Context& context) {
-  auto request = std::make_shared<client::LoginRequest>();
+  struct Credentials {
+    std::string account;
+    std::string credential;
+  };
+  auto request = std::make_shared<Credentials>();
   auto wait = std::make_shared<bool>(false);
   CLI::App* login = app.add_subcommand("login", "Log an account in");
   login->add_option("ACCOUNT", request->account, "Account")->required();
@@ -57,7 +61,9 @@ void AddLogin(CLI::App& app, Context& context) {
   login->callback([&context, request, wait] {
     context.action = [&context, request, wait] {
       return SendAndAwait(context, *wait, ipc::NotifyUserLogin, "login", "Login request taken.",
-                          [&](client::ServiceClient& service) { return service.Login(*request); });
+                          [&](client::ServiceClient& service) {
+                            return service.Login({request->account, request->credential});
+                          });
     };
   });
 }

@@ -1,6 +1,6 @@
 // session: the whole life of a client, shown step by step.
 #include <memory>
-#include <optional>
+#include <string>
 #include <utility>
 
 #include "ipc/wire/message_types.h"
@@ -19,7 +19,8 @@ using client::Result;
 
 struct SessionOptions {
   client::InitRequest init;
-  client::LoginRequest login{"player", "secret"};
+  std::string account = "player";
+  std::string credential = "secret";
   client::StartRequest start;
 };
 
@@ -62,7 +63,7 @@ class Session {
 
   Result<Done> Login() {
     context_.Say("\nLogging in");
-    auto taken = listening_.service.Login(options_.login);
+    auto taken = listening_.service.Login({options_.account, options_.credential});
     if (!taken) return taken;
     return AwaitOutcome(context_, listening_.push, ipc::NotifyUserLogin);
   }
@@ -82,10 +83,10 @@ class Session {
     context_.Say("\nWhile it runs");
     auto owner = listening_.service.QueryOwner();
     if (!owner) return owner.error();
-    context_.Print("owner", ToJson(owner.value()));
+    context_.Print("owner", ToJson(*owner.value()));
     auto data = listening_.service.GetAccelData();
     if (!data) return data.error();
-    context_.Print("data", ToJson(data.value()));
+    context_.Print("data", ToJson(*data.value()));
     return Done{};
   }
 
@@ -107,7 +108,7 @@ class Session {
     context_.Say("\nLeaving");
     auto left = listening_.service.Leave();
     if (!left) return left.error();
-    context_.Print("leave", ToJson(left.value()));
+    context_.Print("leave", ToJson(*left.value()));
     return Done{};
   }
 
@@ -136,9 +137,8 @@ void AddSessionCommand(CLI::App& app, Context& context) {
   auto options = std::make_shared<SessionOptions>();
   CLI::App* session = app.add_subcommand(
       "session", "A whole life: register, init, login, start, status, stop, leave");
-  session->add_option("--account", options->login.account, "Account")->capture_default_str();
-  session->add_option("--credential", options->login.credential, "Credential")
-      ->capture_default_str();
+  session->add_option("--account", options->account, "Account")->capture_default_str();
+  session->add_option("--credential", options->credential, "Credential")->capture_default_str();
   AddChannelOptions(*session, options->init);
   AddStartOptions(*session, options->start);
   session->callback([&context, options] {

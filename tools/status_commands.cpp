@@ -12,7 +12,7 @@ int RunStatus(Context& context) {
   auto owner = service.value().QueryOwner();
   if (!owner) return context.Fail(owner.error());
   Json record{{"initialised", initialised.value()}};
-  record.update(ToJson(owner.value()));
+  record.update(ToJson(*owner.value()));
   context.Print("status", record);
   return kExitOk;
 }

@@ -33,7 +33,7 @@ int RunWatch(Context& context, const WatchOptions& options) {
     if (Interrupted(interrupt)) return kExitOk;
     auto next = push.value().Next(deadline, interrupt);
     if (next) {
-      PrintNotification(context, next.value());
+      PrintNotification(context, *next.value());
       if (context.console.outFailed()) return kExitOther;
       ++seen;
       continue;

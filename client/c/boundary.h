@@ -9,8 +9,9 @@
 #include <string>
 #include <utility>
 
-#include "client/c/orva_client.h"
+#include "client/answer.h"
 #include "client/error.h"
+#include "client/include/orva_client.h"
 #include "client/result.h"
 
 namespace orva_accelerator::client {
@@ -57,6 +58,10 @@ inline std::string TextOf(const char* text, std::size_t length) {
   return length == 0 ? std::string() : std::string(text, length);
 }
 
+inline Result<Done> Nothing() {
+  return Done{};
+}
+
 // Hands the value on, if there is one.
 template <typename Value, typename Take>
 Result<Done> Deliver(Result<Value> result, Take take) {
@@ -65,14 +70,15 @@ Result<Done> Deliver(Result<Value> result, Take take) {
   return Done{};
 }
 
-// Puts the value into an object of the C interface, which the caller frees.
-template <typename Value, typename Object>
-Result<Done> DeliverObject(Result<Value> result, Object** object) {
-  return Deliver(std::move(result),
-                 [object](Value value) { *object = new Object{std::move(value)}; });
+// The whole of a function that gives a record for orva_free: `make` gives a Result of its Answer.
+template <typename Record, typename Make>
+orva_code GiveRecord(const char* function, orva_error* error, Record** record,
+                     std::initializer_list<Argument> needed, Make make) noexcept {
+  if (record == nullptr) return Guarded(function, error, {{record, "the result"}}, Nothing);
+  *record = nullptr;
+  return Guarded(function, error, needed, [&] {
+    return Deliver(make(), [record](Answer<Record> answer) { *record = answer.release(); });
+  });
 }
-
-// A text of a result; the pointer is null without one.
-const char* GiveText(const std::string* text, std::size_t* length) noexcept;
 
 }  // namespace orva_accelerator::client

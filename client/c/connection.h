@@ -5,7 +5,7 @@
 #include <optional>
 #include <utility>
 
-#include "client/c/orva_client.h"
+#include "client/include/orva_client.h"
 #include "client/result.h"
 #include "client/service_client.h"
 

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <cstdint>
 
-#include "client/c/orva_client.h"
+#include "client/include/orva_client.h"
 #include "client/pipe_opener.h"
 #include "client/result.h"
 

@@ -1,13 +1,12 @@
-// Connections for notifications.
+// Connections for notifications, and notifications that came another way.
 #include <windows.h>
 
-#include <memory>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include "client/c/boundary.h"
 #include "client/c/endpoint.h"
-#include "client/c/notification.h"
 #include "client/push_channel.h"
 #include "win32/unique_handle.h"
 
@@ -40,6 +39,10 @@ Result<Notification> Next(orva_push& push, const Deadline& deadline) {
   }
 }
 
+Error Undecodable(std::string text) {
+  return Error{ErrorKind::Protocol, "decode a notification", 0, std::move(text)};
+}
+
 }  // namespace
 
 orva_code orva_push_register(const orva_endpoint* endpoint, uint32_t client_id, uint32_t timeout_ms,
@@ -65,15 +68,8 @@ orva_code orva_push_register(const orva_endpoint* endpoint, uint32_t client_id, 
 
 orva_code orva_push_next(orva_push* push, uint32_t timeout_ms, orva_notification** notification,
                          orva_error* error) {
-  if (notification != nullptr) *notification = nullptr;
-  return Guarded(__func__, error, {{push, "push"}, {notification, "notification"}}, [&] {
-    // Before anything is taken from the pipe, or a want of memory would lose it.
-    auto object = std::make_unique<orva_notification>();
-    return Deliver(Next(*push, Deadline::After(TimeoutOf(timeout_ms))), [&](Notification value) {
-      object->value = std::move(value);
-      *notification = object.release();
-    });
-  });
+  return GiveRecord(__func__, error, notification, {{push, "push"}},
+                    [&] { return Next(*push, Deadline::After(TimeoutOf(timeout_ms))); });
 }
 
 orva_code orva_push_interrupt(orva_push* push, orva_error* error) {
@@ -86,4 +82,23 @@ orva_code orva_push_interrupt(orva_push* push, orva_error* error) {
 
 void orva_push_close(orva_push* push) {
   delete push;
+}
+
+orva_code orva_notification_decode(const void* header, size_t header_length, const void* payload,
+                                   size_t payload_length, orva_notification** notification,
+                                   orva_error* error) {
+  return GiveRecord(
+      __func__, error, notification,
+      {{header, "header"}, TextArgument(payload, payload_length, "payload")},
+      [&]() -> Result<Notification> {
+        const ByteView head(static_cast<const std::uint8_t*>(header), header_length);
+        if (!IsPushFrameHeader(head)) return Undecodable("its header is not one of 20 bytes");
+        const auto announced = *FrontRecord<orva_accelerator::ipc::PushFrameHeader>(head);
+        if (announced.payloadLength != payload_length) {
+          return Undecodable("its header announces " + std::to_string(announced.payloadLength) +
+                             " bytes, not " + std::to_string(payload_length));
+        }
+        return DecodeNotification(
+            announced, ByteView(static_cast<const std::uint8_t*>(payload), payload_length));
+      });
 }

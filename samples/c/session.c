@@ -60,27 +60,26 @@ static void initialise(const session* s) {
 static orva_notification* await(const session* s, uint32_t type, uint32_t other_type) {
   for (;;) {
     orva_error error;
-    orva_notification_head head;
     orva_notification* notification = NULL;
     check(orva_push_next(s->push, OUTCOME_MS, &notification, &error), &error);
-    if (orva_notification_get_head(notification, &head) == ORVA_OK && head.client_id == s->id &&
-        (head.type == type || head.type == other_type)) {
+    if (notification->client_id == s->id &&
+        (notification->type == type || notification->type == other_type)) {
       return notification;
     }
-    orva_notification_free(notification);
+    orva_free(notification);
   }
 }
 
 static void log_in(const session* s, const char* account, const char* credential) {
   orva_error error;
-  int32_t code = -1;
+  int32_t code;
   orva_notification* notification;
   check(orva_client_login(s->client, account, strlen(account), credential, strlen(credential),
                           &error),
         &error);
   notification = await(s, ORVA_NOTIFY_LOGIN, ORVA_NOTIFY_LOGIN);
-  orva_notification_get_login_result(notification, &code);
-  orva_notification_free(notification);
+  code = notification->login->code;
+  orva_free(notification);
   if (code != 0) {
     printf("the login was refused, code %d\n", (int)code);
     exit(1);
@@ -101,30 +100,28 @@ static void accelerate(const session* s, uint32_t game, uint32_t area, const cha
   check(orva_client_start(s->client, &request, &accepted, &error), &error);
   if (!accepted) fail("the start was refused");
   for (;;) {
-    orva_accel_result result;
     orva_notification* notification = await(s, ORVA_NOTIFY_START, ORVA_NOTIFY_START_EX);
-    orva_notification_get_accel_result(notification, &result);
-    printf("state %u: %s, %s\n", (unsigned)result.state,
-           orva_notification_get_text(notification, ORVA_TEXT_RESULT_TEXT1, NULL),
-           orva_notification_get_text(notification, ORVA_TEXT_RESULT_TEXT2, NULL));
-    orva_notification_free(notification);
-    if (result.ended) fail("the acceleration has ended");
-    if (result.accelerating) return;
+    const orva_accel_result* result = notification->accel;
+    const int accelerating = result->accelerating;
+    const int ended = result->ended;
+    printf("state %u: %s, %s\n", (unsigned)result->state, result->text1.bytes, result->text2.bytes);
+    orva_free(notification);
+    if (ended) fail("the acceleration has ended");
+    if (accelerating) return;
   }
 }
 
 static void show_figures(const session* s) {
   orva_error error;
-  orva_owner owner;
+  orva_owner* owner = NULL;
   orva_accel_data* data = NULL;
-  orva_accel_data_numbers numbers;
   check(orva_client_query_owner(s->client, &owner, &error), &error);
-  printf("mine: %s\n", owner.owned_by_caller ? "yes" : "no");
+  printf("mine: %s\n", owner->owned_by_caller ? "yes" : "no");
+  orva_free(owner);
   check(orva_client_get_accel_data(s->client, &data, &error), &error);
-  orva_accel_data_get_numbers(data, &numbers);
-  printf("game %u, area %u, node %s\n", (unsigned)numbers.value2, (unsigned)numbers.value3,
-         orva_accel_data_get_text(data, ORVA_TEXT_TEXT3, NULL));
-  orva_accel_data_free(data);
+  printf("game %u, area %u, node %s\n", (unsigned)data->value2, (unsigned)data->value3,
+         data->text3.bytes);
+  orva_free(data);
 }
 
 static void show_used_nodes(const session* s, uint32_t game) {
@@ -132,31 +129,28 @@ static void show_used_nodes(const session* s, uint32_t game) {
   size_t i;
   orva_used_nodes* nodes = NULL;
   check(orva_client_get_used_nodes(s->client, game, &nodes, &error), &error);
-  for (i = 0; i < orva_used_nodes_get_count(nodes); ++i) {
-    orva_used_node_numbers numbers;
-    orva_used_nodes_get_numbers(nodes, i, &numbers);
-    printf("used node %u: %s\n", (unsigned)numbers.used1,
-           orva_used_nodes_get_text(nodes, i, ORVA_TEXT_USED_TEXT1, NULL));
+  for (i = 0; i < nodes->count; ++i) {
+    const orva_used_node* node = &nodes->nodes[i];
+    printf("used node %u: %s\n", (unsigned)node->used1, node->used_text1.bytes);
   }
-  orva_used_nodes_free(nodes);
+  orva_free(nodes);
 }
 
 static void stop(const session* s) {
   orva_error error;
-  orva_stop_result result = {0, 0};
   orva_notification* notification;
   check(orva_client_stop(s->client, &error), &error);
   notification = await(s, ORVA_NOTIFY_STOP, ORVA_NOTIFY_STOP);
-  orva_notification_get_stop_result(notification, &result);
-  printf("stopped, code %d\n", (int)result.code);
-  orva_notification_free(notification);
+  printf("stopped, code %d\n", (int)notification->stop->code);
+  orva_free(notification);
 }
 
 static void leave(session* s) {
   orva_error error;
-  orva_leave_outcome outcome;
+  orva_leave_outcome* outcome = NULL;
   check(orva_client_leave(s->client, &outcome, &error), &error);
-  printf("left, %u remain\n", (unsigned)outcome.remaining_clients);
+  printf("left, %u remain\n", (unsigned)outcome->remaining_clients);
+  orva_free(outcome);
   orva_client_close(s->client);
   orva_push_close(s->push);
 }

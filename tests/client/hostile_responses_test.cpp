@@ -17,33 +17,39 @@ using test::GoldenVector;
 // The error of decoding, or nothing.
 using Decode = std::function<std::optional<ErrorKind>(ByteView)>;
 
-template <typename T>
-Decode with(Result<T> (*decoder)(ByteView)) {
-  return [decoder](ByteView payload) -> std::optional<ErrorKind> {
-    const auto result = decoder(payload);
-    if (result) return std::nullopt;
-    return result.error().kind;
-  };
+std::optional<ErrorKind> errorOf(const auto& result) {
+  if (result) return std::nullopt;
+  return result.error().kind;
+}
+
+template <typename Record>
+std::optional<ErrorKind> answer(ByteView payload) {
+  return errorOf(DecodeAnswer<Record>(payload));
+}
+
+template <typename Wire>
+std::optional<ErrorKind> record(ByteView payload) {
+  return errorOf(DecodeRecord<Wire>(payload));
 }
 
 const std::map<std::string, Decode>& decoders() {
   static const std::map<std::string, Decode> all{
-      {"MsgSdkInit", with(DecodeInit)},
-      {"MsgUserLogin", with(DecodeAcknowledgement)},
-      {"MsgSdkRelease", with(DecodeAcknowledgement)},
-      {"MsgSdkIsInitialised", with(DecodeFlag)},
-      {"MsgStartAccel", with(DecodeFlag)},
-      {"MsgStartAccelEx", with(DecodeFlag)},
-      {"MsgStopAccel", with(DecodeFlag)},
-      {"MsgQueryAccelOwner", with(DecodeAccelOwner)},
-      {"MsgClientLeaving", with(DecodeLeave)},
-      {"MsgHeartbeat", with(DecodeHeartbeat)},
-      {"MsgGetAccelData", with(DecodeAccelData)},
-      {"MsgGetConsoleData", with(DecodeConsoleData)},
-      {"MsgGetGameLastAccelInfo", with(DecodeLastAccelInfo)},
-      {"MsgGetTestSpeedData", with(DecodeSpeedSummary)},
-      {"MsgGetGameAccelInfo", with(DecodeGameInfo)},
-      {"MsgGetGameUsedNodeList", with(DecodeUsedNodes)},
+      {"MsgSdkInit", record<ipc::SdkInitResponse>},
+      {"MsgUserLogin", record<ipc::UserLoginResponse>},
+      {"MsgSdkRelease", record<ipc::SdkReleaseResponse>},
+      {"MsgSdkIsInitialised", record<ipc::SdkIsInitialisedResponse>},
+      {"MsgStartAccel", record<ipc::StartAccelResponse>},
+      {"MsgStartAccelEx", record<ipc::StartAccelResponse>},
+      {"MsgStopAccel", record<ipc::StopAccelResponse>},
+      {"MsgHeartbeat", record<ipc::HeartbeatResponse>},
+      {"MsgQueryAccelOwner", answer<orva_owner>},
+      {"MsgClientLeaving", answer<orva_leave_outcome>},
+      {"MsgGetAccelData", answer<orva_accel_data>},
+      {"MsgGetConsoleData", answer<orva_console_data>},
+      {"MsgGetGameLastAccelInfo", answer<orva_last_accel_info>},
+      {"MsgGetTestSpeedData", answer<orva_speed_summary>},
+      {"MsgGetGameAccelInfo", answer<orva_game_info>},
+      {"MsgGetGameUsedNodeList", answer<orva_used_nodes>},
   };
   return all;
 }
@@ -99,21 +105,21 @@ TEST(HostileResponse, NeverReadsBeyondItsEndWhateverItsBytes) {
 TEST(HostileResponse, IsAProtocolErrorWhenATextLengthLies) {
   Bytes payload(48, 0);
   payload[44] = 1;  // One byte of text that is not there.
-  EXPECT_EQ(with(DecodeAccelData)(payload), ErrorKind::Protocol);
+  EXPECT_EQ(answer<orva_accel_data>(payload), ErrorKind::Protocol);
   payload[44] = payload[45] = 0xFF;
-  EXPECT_EQ(with(DecodeAccelData)(payload), ErrorKind::Protocol);
+  EXPECT_EQ(answer<orva_accel_data>(payload), ErrorKind::Protocol);
 }
 
 TEST(HostileResponse, CostsNothingWhenItAnnouncesFourBillionNodes) {
   const Bytes payload{1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF};
-  EXPECT_EQ(with(DecodeUsedNodes)(payload), ErrorKind::Protocol);
+  EXPECT_EQ(answer<orva_used_nodes>(payload), ErrorKind::Protocol);
 }
 
 TEST(HostileResponse, IsAProtocolErrorWhenNodesAreLeftOver) {
   const auto& vector = test::goldenVector("responses.json", "get_game_used_node_list_two");
   Bytes payload(vector.payload().begin(), vector.payload().end());
   payload[4] = 1;
-  EXPECT_EQ(with(DecodeUsedNodes)(payload), ErrorKind::Protocol);
+  EXPECT_EQ(answer<orva_used_nodes>(payload), ErrorKind::Protocol);
 }
 
 TEST(HostileResponse, KeepsTextsThatAreNotUtf8AsTheyCame) {
@@ -121,7 +127,8 @@ TEST(HostileResponse, KeepsTextsThatAreNotUtf8AsTheyCame) {
   payload[44] = 2;
   payload.push_back(0xC3);
   payload.push_back(0x00);
-  EXPECT_EQ(DecodeAccelData(payload).value().text3, std::string("\xC3\0", 2));
+  EXPECT_EQ(std::string_view(DecodeAnswer<orva_accel_data>(payload).value()->text3),
+            std::string_view("\xC3\0", 2));
 }
 
 }  // namespace

@@ -5,15 +5,20 @@
 #include <string>
 
 #include "ipc/wire/message_types.h"
+#include "tests/client/described_fields.h"
 #include "tests/support/golden_vectors.h"
 
 namespace orva_accelerator::client {
 namespace {
 
+using test::expectFields;
 using test::GoldenVector;
 
-std::uint32_t word(const GoldenVector& vector, const char* field) {
-  return vector.number<std::uint32_t>(field);
+Result<Notification> decode(std::uint32_t type, ByteView payload) {
+  ipc::PushFrameHeader header{};
+  header.type = type;
+  header.clientId = 7;
+  return DecodeNotification(header, payload);
 }
 
 template <typename Check>
@@ -23,53 +28,51 @@ void forEach(const std::string& message, Check check) {
     if (vector.message != message) continue;
     SCOPED_TRACE(vector.name);
     ++seen;
-    const auto body = DecodeNotificationBody(vector.type, vector.payload());
-    ASSERT_TRUE(body.ok()) << Describe(body.error());
-    check(vector, body.value());
+    const auto notification = decode(vector.type, vector.payload());
+    ASSERT_TRUE(notification.ok()) << Describe(notification.error());
+    check(vector, *notification.value());
   }
   EXPECT_GT(seen, 0);
 }
 
-TEST(NotificationDecoding, StartResultGivesEveryField) {
+// That the fields are in the right members of the records is tested through the C interface.
+TEST(NotificationDecoding, GivesEveryFieldOfAStart) {
   for (const char* message : {"NotifyStartAccel", "NotifyStartAccelEx"}) {
-    forEach(message, [](const GoldenVector& vector, const NotificationBody& body) {
-      const auto& result = std::get<AccelResult>(body);
-      EXPECT_EQ(result.value1, word(vector, "value1"));
-      EXPECT_EQ(result.value2, word(vector, "value2"));
-      EXPECT_EQ(result.text1, vector.text("text1"));
-      EXPECT_EQ(result.value3, word(vector, "value3"));
-      EXPECT_EQ(result.value4, word(vector, "value4"));
-      EXPECT_EQ(result.state, word(vector, "state"));
-      EXPECT_EQ(result.value5, word(vector, "value5"));
-      EXPECT_EQ(result.text2, vector.text("text2"));
-      EXPECT_FALSE(result.textLengthsWrapped);
+    forEach(message, [](const GoldenVector& vector, const orva_notification& notification) {
+      ASSERT_NE(notification.accel, nullptr);
+      expectFields(*notification.accel, vector.values);
+      EXPECT_EQ(notification.accel->text_lengths_wrapped, 0);
+      EXPECT_EQ(notification.stop, nullptr);
+      EXPECT_EQ(notification.login, nullptr);
+      EXPECT_EQ(notification.payload, nullptr);
     });
   }
 }
 
-TEST(NotificationDecoding, StopResultGivesEveryField) {
-  forEach("NotifyStopAccel", [](const GoldenVector& vector, const NotificationBody& body) {
-    const auto& result = std::get<StopResult>(body);
-    EXPECT_EQ(result.success, word(vector, "success") != 0);
-    EXPECT_EQ(result.code, vector.number<std::int32_t>("code"));
-    EXPECT_EQ(result.text, vector.text("text"));
+TEST(NotificationDecoding, GivesEveryFieldOfAStop) {
+  forEach("NotifyStopAccel", [](const GoldenVector& vector, const orva_notification& notification) {
+    ASSERT_NE(notification.stop, nullptr);
+    expectFields(*notification.stop, vector.values);
+    EXPECT_EQ(notification.accel, nullptr);
   });
 }
 
-TEST(NotificationDecoding, LoginResultGivesEveryField) {
-  forEach("NotifyUserLogin", [](const GoldenVector& vector, const NotificationBody& body) {
-    const auto& result = std::get<LoginResult>(body);
-    EXPECT_EQ(result.code, vector.number<std::int32_t>("code"));
-    EXPECT_EQ(result.text, vector.text("text"));
+TEST(NotificationDecoding, GivesEveryFieldOfALogin) {
+  forEach("NotifyUserLogin", [](const GoldenVector& vector, const orva_notification& notification) {
+    ASSERT_NE(notification.login, nullptr);
+    expectFields(*notification.login, vector.values);
+    EXPECT_EQ(notification.login->success, notification.login->code == 0 ? 1 : 0);
   });
 }
 
 TEST(NotificationDecoding, OnlyFourAcceleratesAndOnlyFiveToSevenEnd) {
   for (std::uint32_t state = 0; state < 12; ++state) {
-    AccelResult result;
-    result.state = state;
-    EXPECT_EQ(result.accelerating(), state == 4) << state;
-    EXPECT_EQ(result.ended(), state == 5 || state == 6 || state == 7) << state;
+    Bytes payload(32, 0);
+    payload[16] = static_cast<std::uint8_t>(state);
+    const auto notification = decode(ipc::NotifyStartAccel, payload);
+    const orva_accel_result& result = *notification.value()->accel;
+    EXPECT_EQ(result.accelerating, state == 4 ? 1 : 0) << state;
+    EXPECT_EQ(result.ended, state == 5 || state == 6 || state == 7 ? 1 : 0) << state;
   }
 }
 
@@ -79,13 +82,13 @@ TEST(NotificationDecoding, IsAProtocolErrorWhenThePayloadIsShorterOrLonger) {
     const Bytes payload(vector.payload().begin(), vector.payload().end());
     for (std::size_t length = 0; length < payload.size(); ++length) {
       const Bytes shorter(payload.begin(), payload.begin() + static_cast<std::ptrdiff_t>(length));
-      const auto body = DecodeNotificationBody(vector.type, shorter);
+      const auto body = decode(vector.type, shorter);
       ASSERT_FALSE(body.ok()) << length;
       ASSERT_EQ(body.error().kind, ErrorKind::Protocol);
     }
     Bytes longer = payload;
     longer.push_back(0);
-    EXPECT_FALSE(DecodeNotificationBody(vector.type, longer).ok());
+    EXPECT_FALSE(decode(vector.type, longer).ok());
   }
 }
 
@@ -96,18 +99,21 @@ TEST(NotificationDecoding, TakesStartTextsWhoseLengthsWrapped) {
   payload[28] = 2;
   payload.insert(payload.end(), 65539, 'a');
   payload.insert(payload.end(), 2, 'b');
-  const auto body = DecodeNotificationBody(ipc::NotifyStartAccel, payload);
+  const auto body = decode(ipc::NotifyStartAccel, payload);
   ASSERT_TRUE(body.ok());
-  const auto& result = std::get<AccelResult>(body.value());
-  EXPECT_TRUE(result.textLengthsWrapped);
-  EXPECT_EQ(result.text1, std::string(65539, 'a'));
-  EXPECT_EQ(result.text2, "bb");
+  const orva_accel_result& result = *body.value()->accel;
+  EXPECT_EQ(result.text_lengths_wrapped, 1);
+  EXPECT_EQ(std::string_view(result.text1), std::string(65539, 'a'));
+  EXPECT_STREQ(result.text2.bytes, "bb");
 }
 
 TEST(NotificationDecoding, KeepsThePayloadOfAnUnknownType) {
   const Bytes payload{1, 2, 3};
-  const auto body = DecodeNotificationBody(0x1004, payload);
-  EXPECT_EQ(std::get<UnknownResult>(body.value()).payload, payload);
+  const auto body = decode(0x1004, payload);
+  const orva_notification& notification = *body.value();
+  EXPECT_EQ(Bytes(notification.payload, notification.payload + notification.payload_length),
+            payload);
+  EXPECT_EQ(notification.accel, nullptr);
 }
 
 }  // namespace

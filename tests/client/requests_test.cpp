@@ -52,7 +52,9 @@ TEST(RequestEncoding, InitIsTheGoldenBytes) {
 
 TEST(RequestEncoding, LoginIsTheGoldenBytes) {
   expectGolden("MsgUserLogin", [](const GoldenVector& vector) {
-    return EncodeLogin({vector.text("account"), vector.text("credential")});
+    const std::string account = vector.text("account");
+    const std::string credential = vector.text("credential");
+    return EncodeLogin({account, credential});
   });
 }
 
@@ -110,10 +112,11 @@ TEST(RequestEncoding, RefusesTextsThatTheLengthFieldCannotHold) {
   EXPECT_EQ(EncodeSpeed({0, 0, tooLong, 0}).error().kind, ErrorKind::Usage);
 }
 
-TEST(RequestEncoding, NamesTheTextThatIsTooLong) {
-  const auto result = EncodeLogin({"", std::string(65536, 'x')});
+TEST(RequestEncoding, TellsWhichTextIsTooLong) {
+  const std::string tooLong(65536, 'x');
+  const auto result = EncodeLogin({"", tooLong});
   EXPECT_EQ(result.error().text,
-            "credential has 65536 bytes, more than the 65535 that a request can carry");
+            "its text 2 has 65536 bytes, more than the 65535 that a request can carry");
   EXPECT_EQ(result.error().win32Code, 0u);
 }
 

@@ -57,10 +57,10 @@ TEST_F(ServiceClientTest, ControlsTheAcceleration) {
   EXPECT_TRUE(client.Stop().ok());
   expectAsked("stop_accel");
   service_.answerWith("query_accel_owner_other");
-  EXPECT_TRUE(client.QueryOwner().value().anyAcceleration);
+  EXPECT_TRUE(client.QueryOwner().value()->any_acceleration);
   expectAsked("query_accel_owner");
   service_.answerWith("client_leaving_others_remain");
-  EXPECT_EQ(client.Leave().value().remainingClients, 3u);
+  EXPECT_EQ(client.Leave().value()->remaining_clients, 3u);
   expectAsked("client_leaving");
   service_.answerWith("heartbeat");
   EXPECT_EQ(client.Heartbeat().value(), 12345678u);
@@ -70,22 +70,22 @@ TEST_F(ServiceClientTest, ControlsTheAcceleration) {
 TEST_F(ServiceClientTest, AsksEveryQuery) {
   auto client = connect();
   service_.answerWith("get_accel_data_chinese_text");
-  EXPECT_EQ(client.GetAccelData().value().text3, "上海节点");
+  EXPECT_STREQ(client.GetAccelData().value()->text3.bytes, "上海节点");
   expectAsked("get_accel_data");
   service_.answerWith("get_console_data");
-  EXPECT_EQ(client.GetConsoleData().value().console3, 303u);
+  EXPECT_EQ(client.GetConsoleData().value()->console3, 303u);
   expectAsked("get_console_data");
   service_.answerWith("get_game_last_accel_info");
-  EXPECT_EQ(client.GetLastAccelInfo(1001).value().serverKey, "asia-1");
+  EXPECT_STREQ(client.GetLastAccelInfo(1001).value()->server_key.bytes, "asia-1");
   expectAsked("get_game_last_accel_info");
   service_.answerWith("get_test_speed_data");
-  EXPECT_EQ(client.GetSpeedSummary({1001, 2, "asia-1", 1}).value().summary[1], 202u);
+  EXPECT_EQ(client.GetSpeedSummary({1001, 2, "asia-1", 1}).value()->summary[1], 202u);
   expectAsked("get_test_speed_data");
   service_.answerWith("get_game_accel_info");
-  EXPECT_EQ(client.GetGameInfo(1001).value().nodeText, "Node 11");
+  EXPECT_STREQ(client.GetGameInfo(1001).value()->node_text.bytes, "Node 11");
   expectAsked("get_game_accel_info");
   service_.answerWith("get_game_used_node_list_two");
-  EXPECT_EQ(client.GetUsedNodes(1001).value().nodes.size(), 2u);
+  EXPECT_EQ(client.GetUsedNodes(1001).value()->count, 2u);
   expectAsked("get_game_used_node_list");
 }
 

@@ -16,18 +16,16 @@ namespace {
 using Input = std::span<const std::uint8_t>;
 using Decoder = void(Input);
 
-template <auto Decode>
+// Any outcome will do that touches nothing beyond the payload.
+template <typename Record>
 void decode(Input payload) {
-  (void)Decode(payload);  // Any outcome will do that touches nothing beyond the payload.
+  (void)client::DecodeAnswer<Record>(payload);
 }
 
 constexpr Decoder* kDecoders[] = {
-    decode<client::DecodeInit>,          decode<client::DecodeAcknowledgement>,
-    decode<client::DecodeFlag>,          decode<client::DecodeAccelOwner>,
-    decode<client::DecodeLeave>,         decode<client::DecodeHeartbeat>,
-    decode<client::DecodeAccelData>,     decode<client::DecodeConsoleData>,
-    decode<client::DecodeLastAccelInfo>, decode<client::DecodeSpeedSummary>,
-    decode<client::DecodeGameInfo>,      decode<client::DecodeUsedNodes>,
+    decode<orva_owner>,        decode<orva_leave_outcome>,   decode<orva_accel_data>,
+    decode<orva_console_data>, decode<orva_last_accel_info>, decode<orva_speed_summary>,
+    decode<orva_game_info>,    decode<orva_used_nodes>,
 };
 constexpr std::size_t kDecoderCount = std::size(kDecoders);
 

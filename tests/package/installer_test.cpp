@@ -43,7 +43,7 @@ TEST_F(Installer, PutsEveryFileOfThePackageInPlace) {
 TEST_F(Installer, LeavesWhatClientsAreWrittenWithToTheZip) {
   for (const Package package : {Package::kOrdinary, Package::kDeveloper}) {
     const FileTree files = clientFiles(package);
-    for (const char* file : {"OrvaClient.dll", "include/orva_client.h", "lib/OrvaClient.lib",
+    for (const char* file : {"OrvaClient.dll", "include/orva_client.h", "include/orva_answers.h", "lib/OrvaClient.lib",
                              "lib/libOrvaClient.dll.a", "samples/README.md", "samples/c/session.c",
                              "samples/csharp/OrvaSession.csproj", "samples/csharp/Program.cs",
                              "samples/csharp/Protocol.cs", "samples/csharp/ServicePipe.cs",

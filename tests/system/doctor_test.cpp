@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "service/service_identity.h"
+#include "service/shared_names.h"
 #include "tests/system/service_fixture.h"
 
 namespace orva_accelerator::test {

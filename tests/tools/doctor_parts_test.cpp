@@ -4,7 +4,7 @@
 
 #include <sddl.h>
 
-#include "service/service_identity.h"
+#include "service/shared_names.h"
 #include "tools/doctor/access_list.h"
 #include "tools/doctor/registered_path.h"
 #include "tools/doctor/registration_checks.h"

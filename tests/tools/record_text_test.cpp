@@ -6,13 +6,15 @@ namespace orva_accelerator::tools {
 namespace {
 
 TEST(RecordText, AlignsNamesAndValues) {
-  EXPECT_EQ(RecordText(ToJson(client::AccelOwner{true, false})),
+  EXPECT_EQ(RecordText(ToJson(orva_owner{1, 0})),
             "anyAcceleration  yes\n"
             "ownedByCaller    no\n");
 }
 
 TEST(RecordText, AlignsATableByColumnsOnTheScreen) {
-  client::UsedNodeList list{1, {{11, 2, "asia-1", 38, "Node 11", 5}, {21, 3, "上海", 41, "", 7}}};
+  const orva_used_node nodes[] = {{11, 2, {"asia-1", 6}, 38, {"Node 11", 7}, 5},
+                                  {21, 3, {"上海", 6}, 41, {"", 0}, 7}};
+  const orva_used_nodes list{1, 2, nodes};
   EXPECT_EQ(RecordText(ToJson(list)),
             "status  1\n"
             "count   2\n"

@@ -35,12 +35,12 @@ TEST(Trend, ForgetsWhatIsOld) {
 
 TEST(LiveFigures, DrawsATrendOnlyForWhatMoved) {
   LiveFigures figures;
-  client::AccelData data;
+  orva_accel_data data{};
   data.value1 = 1;
-  data.text3 = "上海节点";
-  figures.Add(data);
+  data.text3 = {"上海节点", 12};
+  figures.Add(ToJson(data));
   data.value1 = 2;
-  figures.Add(data);
+  figures.Add(ToJson(data));
   const std::string text = figures.Text();
   EXPECT_NE(text.find("value1   2             ▁█\n"), std::string::npos) << text;
   EXPECT_NE(text.find("value2   0\n"), std::string::npos) << text;

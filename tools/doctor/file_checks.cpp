@@ -9,7 +9,7 @@
 #include <span>
 
 #include "ipc/wire/pipe_names.h"
-#include "sdk/kernel_function_names.h"
+#include "service/shared_names.h"
 #include "tools/doctor/access_list.h"
 #include "tools/doctor/pe_image.h"
 #include "tools/utf8.h"

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "client/service_errors.h"
-#include "service/service_identity.h"
+#include "service/shared_names.h"
 #include "tools/doctor/security_differences.h"
 #include "tools/utf8.h"
 

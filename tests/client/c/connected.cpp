@@ -50,13 +50,9 @@ CNotification nextOf(const CPush& push) {
   return CNotification(notification);
 }
 
-std::string textGiven(const char* text, std::size_t length) {
-  if (text == nullptr) {
-    EXPECT_EQ(length, 0u);
-    return "(none)";
-  }
-  EXPECT_EQ(text[length], '\0');
-  return std::string(text, length);
+std::string textOf(const orva_text& text) {
+  EXPECT_EQ(text.bytes[text.length], '\0');
+  return std::string(text.bytes, text.length);
 }
 
 }  // namespace orva_accelerator::test

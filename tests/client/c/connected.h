@@ -1,11 +1,13 @@
 // Connections of the C interface to pipes of a test's own, and what results say.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <memory>
 #include <string>
 
-#include "client/c/orva_client.h"
+#include "client/include/orva_client.h"
 
 namespace orva_accelerator::test {
 
@@ -18,7 +20,19 @@ struct Release {
 };
 using CClient = std::unique_ptr<orva_client, Release<orva_client_close>>;
 using CPush = std::unique_ptr<orva_push, Release<orva_push_close>>;
-using CNotification = std::unique_ptr<orva_notification, Release<orva_notification_free>>;
+// A record that the interface gave.
+template <typename Record>
+using CRecord = std::unique_ptr<Record, Release<orva_free>>;
+using CNotification = CRecord<orva_notification>;
+
+// What a function gives that takes the place for it and an error last.
+template <typename Record, typename Ask>
+CRecord<Record> given(Ask ask) {
+  Record* record = nullptr;
+  orva_error error;
+  EXPECT_EQ(ask(&record, &error), ORVA_OK) << error.text;
+  return CRecord<Record>(record);
+}
 
 std::uint32_t patienceMs();
 
@@ -31,16 +45,7 @@ CClient connectTo(const std::wstring& pipe, std::uint32_t clientId);
 CPush registerAt(const std::wstring& pipe, std::uint32_t clientId);
 CNotification nextOf(const CPush& push);
 
-// What a function gave with `length`; "(none)" for a null pointer with length 0. The zero behind
-// the text is checked as well.
-std::string textGiven(const char* text, std::size_t length);
-
-// The text `which` of an object, by its function.
-template <typename Object, typename Function>
-std::string textOf(const Object* object, Function function, orva_text which) {
-  std::size_t length = 12345;
-  const char* const text = function(object, which, &length);
-  return textGiven(text, length);
-}
+// The zero behind it is checked as well.
+std::string textOf(const orva_text& text);
 
 }  // namespace orva_accelerator::test

@@ -66,18 +66,18 @@ TEST_F(CControlRequests, ControlTheAcceleration) {
 }
 
 TEST_F(CControlRequests, AskWhoOwnsLeavesAndLives) {
-  orva_owner owner{7, 7};
   service_.answerWith("query_accel_owner_other");
-  EXPECT_EQ(orva_client_query_owner(client(), &owner, &error_), ORVA_OK);
-  EXPECT_EQ(owner.any_acceleration, 1);
-  EXPECT_EQ(owner.owned_by_caller, 0);
+  const auto owner = given<orva_owner>(
+      [&](auto** out, auto* error) { return orva_client_query_owner(client(), out, error); });
+  EXPECT_EQ(owner->any_acceleration, 1);
+  EXPECT_EQ(owner->owned_by_caller, 0);
   expectAsked("query_accel_owner");
 
-  orva_leave_outcome outcome{7, 7};
   service_.answerWith("client_leaving_others_remain");
-  EXPECT_EQ(orva_client_leave(client(), &outcome, &error_), ORVA_OK);
-  EXPECT_EQ(outcome.last_client, 0);
-  EXPECT_EQ(outcome.remaining_clients, 3u);
+  const auto outcome = given<orva_leave_outcome>(
+      [&](auto** out, auto* error) { return orva_client_leave(client(), out, error); });
+  EXPECT_EQ(outcome->last_client, 0);
+  EXPECT_EQ(outcome->remaining_clients, 3u);
   expectAsked("client_leaving");
 
   std::uint32_t clock = 0;

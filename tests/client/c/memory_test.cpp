@@ -115,7 +115,7 @@ TEST_F(COutOfMemory, AQueryGivesACodeAndNoObject) {
               return code;
             }),
             2);
-  orva_used_nodes_free(nodes);
+  orva_free(nodes);
 }
 
 TEST_F(COutOfMemory, ANullArgumentGivesACodeAllTheSame) {
@@ -141,7 +141,7 @@ TEST(COutOfMemoryPush, LosesNoNotificationWithoutAnError) {
     // It is still there, or the connection is closed.
     const orva_code next = orva_push_next(push.get(), patienceMs(), &notification, nullptr);
     EXPECT_TRUE(next == ORVA_OK || next == ORVA_ERROR_USAGE) << next;
-    orva_notification_free(notification);
+    orva_free(notification);
   }
   EXPECT_GT(blocks, 2);
   EXPECT_LT(blocks, kMoreThanAnyCallNeeds);

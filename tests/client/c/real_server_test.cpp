@@ -34,9 +34,8 @@ TEST_F(CRealServer, AnnouncesTheOutcomeOfALogin) {
   ASSERT_EQ(orva_client_login(client_.get(), "me", 2, "secret", 6, &error_), ORVA_OK);
   kernel_.loginCompletion()(nullptr, 1001, nullptr);
   const CNotification notification = nextOf(push_);
-  std::int32_t code = 0;
-  EXPECT_EQ(orva_notification_get_login_result(notification.get(), &code), ORVA_OK);
-  EXPECT_EQ(code, 1001);
+  ASSERT_NE(notification->login, nullptr);
+  EXPECT_EQ(notification->login->code, 1001);
 }
 
 TEST_F(CRealServer, KnowsWhoseAccelerationRuns) {
@@ -44,32 +43,32 @@ TEST_F(CRealServer, KnowsWhoseAccelerationRuns) {
   std::int32_t accepted = 0;
   ASSERT_EQ(orva_client_start(client_.get(), &request, &accepted, &error_), ORVA_OK);
   EXPECT_EQ(accepted, 1);
-  orva_owner owner{};
-  ASSERT_EQ(orva_client_query_owner(client_.get(), &owner, &error_), ORVA_OK);
-  EXPECT_EQ(owner.any_acceleration, 1);
-  EXPECT_EQ(owner.owned_by_caller, 1);
+  const auto ownerFor = [](const CClient& client) {
+    return given<orva_owner>(
+        [&](auto** out, auto* error) { return orva_client_query_owner(client.get(), out, error); });
+  };
+  EXPECT_EQ(ownerFor(client_)->any_acceleration, 1);
+  EXPECT_EQ(ownerFor(client_)->owned_by_caller, 1);
   const CClient other = connectTo(server_.requestPipe(), 8);
-  ASSERT_EQ(orva_client_query_owner(other.get(), &owner, &error_), ORVA_OK);
-  EXPECT_EQ(owner.any_acceleration, 1);
-  EXPECT_EQ(owner.owned_by_caller, 0);
+  EXPECT_EQ(ownerFor(other)->any_acceleration, 1);
+  EXPECT_EQ(ownerFor(other)->owned_by_caller, 0);
 }
 
 TEST_F(CRealServer, AnswersEveryQueryOfALibraryThatRefuses) {
-  orva_accel_data* data = nullptr;
-  ASSERT_EQ(orva_client_get_accel_data(client_.get(), &data, &error_), ORVA_OK);
-  EXPECT_EQ(textOf(data, orva_accel_data_get_text, ORVA_TEXT_TEXT3), "");
-  orva_accel_data_free(data);
-  orva_console_data console{};
-  ASSERT_EQ(orva_client_get_console_data(client_.get(), &console, &error_), ORVA_OK);
-  EXPECT_EQ(console.status, 1u);
-  orva_speed_summary speed{};
-  ASSERT_EQ(orva_client_get_speed_summary(client_.get(), 1, 2, "key", 3, 4, &speed, &error_),
-            ORVA_OK);
-  EXPECT_EQ(speed.status, 0u);
-  orva_used_nodes* nodes = nullptr;
-  ASSERT_EQ(orva_client_get_used_nodes(client_.get(), 1, &nodes, &error_), ORVA_OK);
-  EXPECT_EQ(orva_used_nodes_get_count(nodes), 0u);
-  orva_used_nodes_free(nodes);
+  orva_client* const client = client_.get();
+  const auto data = given<orva_accel_data>(
+      [&](auto** out, auto* error) { return orva_client_get_accel_data(client, out, error); });
+  EXPECT_EQ(textOf(data->text3), "");
+  const auto console = given<orva_console_data>(
+      [&](auto** out, auto* error) { return orva_client_get_console_data(client, out, error); });
+  EXPECT_EQ(console->status, 1u);
+  const auto speed = given<orva_speed_summary>([&](auto** out, auto* error) {
+    return orva_client_get_speed_summary(client, 1, 2, "key", 3, 4, out, error);
+  });
+  EXPECT_EQ(speed->status, 0u);
+  const auto nodes = given<orva_used_nodes>(
+      [&](auto** out, auto* error) { return orva_client_get_used_nodes(client, 1, out, error); });
+  EXPECT_EQ(nodes->count, 0u);
 }
 
 }  // namespace

@@ -11,23 +11,25 @@
 //            exception comes out of any function.
 // Errors     `error` may be NULL; otherwise it is filled in each time, with ORVA_OK as well.
 // Texts      UTF-8, as a pointer and a length in bytes. On the way in no terminator is needed and
-//            none is counted; NULL is allowed with length 0. On the way out a zero byte that is not
-//            counted follows; the bytes themselves are the service's and may be anything.
+//            none is counted; NULL is allowed with length 0. On the way out see orva_text.
 // Flags      int32_t, 0 or 1.
 // Timeouts   Milliseconds for the whole call. 0 tries once and waits for nothing. Everything from
 //            0x7FFFFFFF on, some 24 days, counts as 0x7FFFFFFF.
-// Ownership  An object belongs to the caller from the call that gave it to the one call of its
-//            close or free function, which takes NULL too. To use or to free it after that is as
-//            undefined as it is with free(). Results do not depend on the connection that they came
-//            by. Nothing that is passed in is kept after the return.
+// Ownership  A connection belongs to the caller until the one call of its close function, and so
+//            does every record that a function gives until orva_free; both take NULL too. To use
+//            or to free it after that is as undefined as it is with free(). Records do not depend
+//            on the connection that they came by. Nothing that is passed in is kept after the
+//            return.
 // Threads    Different objects may be used at once by different threads. One object is used by one
-//            thread at a time; results never change and may be read by many.
+//            thread at a time; records never change and may be read by many.
 // Process    Not to be called from DllMain. Close everything before the DLL is unloaded.
 #ifndef ORVA_CLIENT_H_
 #define ORVA_CLIENT_H_
 
 #include <stddef.h>
 #include <stdint.h>
+
+#include "orva_answers.h"
 
 #if defined(_WIN32) && !defined(ORVA_CLIENT_STATIC)
 #define ORVA_API __declspec(dllimport)
@@ -72,6 +74,9 @@ typedef struct orva_error {
 // What a code means, in English: static, zero-terminated, never NULL, also for unknown codes. Any
 // thread.
 ORVA_API const char* orva_code_text(orva_code code);
+
+// Releases a record that a function gave, with everything that it points to. Any thread.
+ORVA_API void orva_free(void* record);
 
 // ---- Where the service is
 
@@ -156,161 +161,39 @@ ORVA_API orva_code orva_client_start_ex(orva_client* client, const orva_start_re
 // Taken, no more. Any client may stop what any other has started.
 ORVA_API orva_code orva_client_stop(orva_client* client, orva_error* error);
 
-typedef struct orva_owner {
-  int32_t any_acceleration;  // One runs or is being started.
-  int32_t owned_by_caller;
-} orva_owner;
-ORVA_API orva_code orva_client_query_owner(orva_client* client, orva_owner* owner,
+ORVA_API orva_code orva_client_query_owner(orva_client* client, orva_owner** owner,
                                            orva_error* error);
 
 // The low 32 bits of the service's clock, in milliseconds.
 ORVA_API orva_code orva_client_heartbeat(orva_client* client, uint32_t* clock_ms,
                                          orva_error* error);
 
-typedef struct orva_leave_outcome {
-  int32_t last_client;  // The service ends itself after this answer.
-  uint32_t remaining_clients;
-} orva_leave_outcome;
 // Ends this client's acceleration and its push connection. To be called last.
-ORVA_API orva_code orva_client_leave(orva_client* client, orva_leave_outcome* outcome,
+ORVA_API orva_code orva_client_leave(orva_client* client, orva_leave_outcome** outcome,
                                      orva_error* error);
 
 // ---- Queries
-//
-// Fields have the names of the protocol; their meaning is the acceleration library's. Those that
-// end in `status` are 0 when the library knows nothing, and everything else is then 0 or empty.
 
-// Of the texts in results. To ask a result for one that it does not have gives NULL.
-typedef int32_t orva_text;
-enum {
-  ORVA_TEXT_TEXT3 = 1,
-  ORVA_TEXT_INFO_TEXT = 2,
-  ORVA_TEXT_SERVER_KEY = 3,
-  ORVA_TEXT_GAME_TEXT = 4,
-  ORVA_TEXT_SERVER_TEXT = 5,
-  ORVA_TEXT_NODE_TEXT = 6,
-  ORVA_TEXT_USED_TEXT1 = 7,
-  ORVA_TEXT_USED_TEXT2 = 8,
-  ORVA_TEXT_RESULT_TEXT1 = 9,  // Also the one text of a stop and of a login.
-  ORVA_TEXT_RESULT_TEXT2 = 10
-};
-// The functions that give a text return a pointer into the result, valid until it is freed, and
-// write its length to `length`, which may be NULL. Without such a text: NULL and 0.
-
-// All zeros and no text when the library is not initialised or gave nothing.
-typedef struct orva_accel_data orva_accel_data;
-typedef struct orva_accel_data_numbers {
-  uint32_t value1;
-  uint32_t value2;
-  uint32_t value3;
-  uint32_t value4;
-  uint32_t value5;
-  uint32_t value6;
-  uint64_t value8;
-  uint32_t value9;
-  uint32_t value10;
-} orva_accel_data_numbers;
 ORVA_API orva_code orva_client_get_accel_data(orva_client* client, orva_accel_data** data,
                                               orva_error* error);
-ORVA_API orva_code orva_accel_data_get_numbers(const orva_accel_data* data,
-                                               orva_accel_data_numbers* numbers);
-// TEXT3.
-ORVA_API const char* orva_accel_data_get_text(const orva_accel_data* data, orva_text text,
-                                              size_t* length);
-ORVA_API void orva_accel_data_free(orva_accel_data* data);
-
-// The status is 1 in any case.
-typedef struct orva_console_data {
-  uint32_t status;
-  uint32_t console1;
-  uint32_t console2;
-  uint32_t console3;
-  uint32_t console4;
-  uint32_t console5;
-  int32_t console_flag;
-} orva_console_data;
-ORVA_API orva_code orva_client_get_console_data(orva_client* client, orva_console_data* data,
+ORVA_API orva_code orva_client_get_console_data(orva_client* client, orva_console_data** data,
                                                 orva_error* error);
-
-typedef struct orva_last_accel_info orva_last_accel_info;
-typedef struct orva_last_accel_info_numbers {
-  uint32_t status;
-  uint32_t area_id;
-  uint32_t node_id;
-  int32_t info_flag;
-  uint32_t info_value;
-} orva_last_accel_info_numbers;
 ORVA_API orva_code orva_client_get_last_accel_info(orva_client* client, uint32_t game_id,
                                                    orva_last_accel_info** info, orva_error* error);
-ORVA_API orva_code orva_last_accel_info_get_numbers(const orva_last_accel_info* info,
-                                                    orva_last_accel_info_numbers* numbers);
-// INFO_TEXT, SERVER_KEY.
-ORVA_API const char* orva_last_accel_info_get_text(const orva_last_accel_info* info, orva_text text,
-                                                   size_t* length);
-ORVA_API void orva_last_accel_info_free(orva_last_accel_info* info);
-
-typedef struct orva_speed_summary {
-  uint32_t status;
-  uint32_t summary[14];  // summary1 to summary14.
-} orva_speed_summary;
 ORVA_API orva_code orva_client_get_speed_summary(orva_client* client, uint32_t game_id,
                                                  uint32_t area_id, const char* server_key,
                                                  size_t server_key_length, uint32_t test_option,
-                                                 orva_speed_summary* summary, orva_error* error);
-
-typedef struct orva_game_info orva_game_info;
-typedef struct orva_game_info_numbers {
-  uint32_t status;
-  uint32_t game_id;
-  uint32_t area_id;
-  uint32_t node_id;
-  int32_t info_flag;
-  uint32_t info_value;
-  uint32_t node_value1;
-  uint32_t node_value2;
-  uint64_t reserved_long;
-  uint32_t reserved_word;
-} orva_game_info_numbers;
+                                                 orva_speed_summary** summary, orva_error* error);
 ORVA_API orva_code orva_client_get_game_info(orva_client* client, uint32_t game_id,
                                              orva_game_info** info, orva_error* error);
-ORVA_API orva_code orva_game_info_get_numbers(const orva_game_info* info,
-                                              orva_game_info_numbers* numbers);
-// GAME_TEXT, INFO_TEXT, SERVER_KEY, SERVER_TEXT, NODE_TEXT.
-ORVA_API const char* orva_game_info_get_text(const orva_game_info* info, orva_text text,
-                                             size_t* length);
-ORVA_API void orva_game_info_free(orva_game_info* info);
-
-typedef struct orva_used_nodes orva_used_nodes;
-typedef struct orva_used_node_numbers {
-  uint32_t used1;
-  uint32_t used2;
-  uint32_t used3;
-  uint64_t used4;
-} orva_used_node_numbers;
 ORVA_API orva_code orva_client_get_used_nodes(orva_client* client, uint32_t game_id,
                                               orva_used_nodes** nodes, orva_error* error);
-// 0 for NULL.
-ORVA_API uint32_t orva_used_nodes_get_status(const orva_used_nodes* nodes);
-ORVA_API size_t orva_used_nodes_get_count(const orva_used_nodes* nodes);
-// `index` counts from 0; one that is not in the list is a USAGE error.
-ORVA_API orva_code orva_used_nodes_get_numbers(const orva_used_nodes* nodes, size_t index,
-                                               orva_used_node_numbers* numbers);
-// USED_TEXT1, USED_TEXT2.
-ORVA_API const char* orva_used_nodes_get_text(const orva_used_nodes* nodes, size_t index,
-                                              orva_text text, size_t* length);
-ORVA_API void orva_used_nodes_free(orva_used_nodes* nodes);
 
-// ---- Any other request
-
-typedef struct orva_answer orva_answer;
 // Sends `payload` under any type and gives the payload of the answer as it came. The payload may be
 // NULL with length 0. A type that the service does not know has an empty answer.
 ORVA_API orva_code orva_client_request(orva_client* client, uint32_t type, const void* payload,
-                                       size_t payload_length, orva_answer** answer,
+                                       size_t payload_length, orva_bytes** answer,
                                        orva_error* error);
-// Never NULL for an answer, also when it is empty; valid until the answer is freed.
-ORVA_API const uint8_t* orva_answer_get_bytes(const orva_answer* answer, size_t* length);
-ORVA_API void orva_answer_free(orva_answer* answer);
 
 // ---- Notifications
 
@@ -321,8 +204,6 @@ typedef struct orva_push orva_push;
 // noticed. Keep calling orva_push_next: the service drops a client that lets the pipe fill up.
 ORVA_API orva_code orva_push_register(const orva_endpoint* endpoint, uint32_t client_id,
                                       uint32_t timeout_ms, orva_push** push, orva_error* error);
-
-typedef struct orva_notification orva_notification;
 
 // Waits for the next notification, whoever it is for. After TIMEOUT, INTERRUPTED and USAGE, and
 // after a PROTOCOL error with win32_code 0, the connection can be used again and nothing else is
@@ -342,60 +223,6 @@ ORVA_API void orva_push_close(orva_push* push);
 ORVA_API orva_code orva_notification_decode(const void* header, size_t header_length,
                                             const void* payload, size_t payload_length,
                                             orva_notification** notification, orva_error* error);
-ORVA_API void orva_notification_free(orva_notification* notification);
-
-enum {
-  ORVA_NOTIFY_START = 0x1000,
-  ORVA_NOTIFY_START_EX = 0x1001,
-  ORVA_NOTIFY_STOP = 0x1002,
-  ORVA_NOTIFY_LOGIN = 0x1003
-};
-
-typedef struct orva_notification_head {
-  uint32_t client_id;  // Whose request it is about; every client gets every notification.
-  uint32_t type;       // ORVA_NOTIFY_..., or one that this library does not know.
-  uint32_t timestamp;  // 100 ns ticks; wraps about every 429 s: for ordering only.
-} orva_notification_head;
-ORVA_API orva_code orva_notification_get_head(const orva_notification* notification,
-                                              orva_notification_head* head);
-
-// The three that follow are a USAGE error for a notification of another type.
-
-typedef struct orva_accel_result {
-  uint32_t value1;
-  uint32_t value2;
-  uint32_t value3;
-  uint32_t value4;
-  uint32_t value5;
-  uint32_t state;        // 4: accelerating; 5, 6, 7: ended or failed; all others: progress.
-  int32_t accelerating;  // The state is 4.
-  int32_t ended;         // The state is 5, 6 or 7.
-  // A text of 65,536 bytes or more came. Where the first one ends cannot be told then.
-  int32_t text_lengths_wrapped;
-} orva_accel_result;
-// START and START_EX. Texts: RESULT_TEXT1, RESULT_TEXT2.
-ORVA_API orva_code orva_notification_get_accel_result(const orva_notification* notification,
-                                                      orva_accel_result* result);
-
-typedef struct orva_stop_result {
-  int32_t success;
-  int32_t code;
-} orva_stop_result;
-// STOP. Text: RESULT_TEXT1.
-ORVA_API orva_code orva_notification_get_stop_result(const orva_notification* notification,
-                                                     orva_stop_result* result);
-
-// LOGIN. `code`: 0 logged in, anything else is the acceleration library's. Text: RESULT_TEXT1.
-ORVA_API orva_code orva_notification_get_login_result(const orva_notification* notification,
-                                                      int32_t* code);
-
-ORVA_API const char* orva_notification_get_text(const orva_notification* notification,
-                                                orva_text text, size_t* length);
-
-// The payload of a notification of an unknown type, valid until it is freed; NULL and 0 for all
-// others.
-ORVA_API const uint8_t* orva_notification_get_payload(const orva_notification* notification,
-                                                      size_t* length);
 
 #ifdef __cplusplus
 }  // extern "C"
