@@ -1,19 +1,13 @@
 #include "client/process_watch.h"
 
-#include <tlhelp32.h>
+#include "win32/process_list.h"
 
 namespace orva_accelerator::client {
 
 bool IsListed(std::uint32_t processId) {
-  const win32::UniqueFileHandle list(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-  if (!list) return true;
-  PROCESSENTRY32W entry{};
-  entry.dwSize = sizeof(entry);
-  for (BOOL more = Process32FirstW(list.get(), &entry); more;
-       more = Process32NextW(list.get(), &entry)) {
-    if (entry.th32ProcessID == processId) return true;
-  }
-  return GetLastError() != ERROR_NO_MORE_FILES;
+  return win32::findProcess([processId](const win32::RunningProcess& process) {
+           return process.id == processId;
+         }) != win32::ProcessSearch::NotFound;
 }
 
 ProcessWatch::ProcessWatch(std::uint32_t processId) : processId_(processId) {

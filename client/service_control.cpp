@@ -5,29 +5,22 @@
 
 #include "client/process_watch.h"
 #include "client/service_errors.h"
-#include "win32/unique_handle.h"
+#include "win32/service_access.h"
 
 namespace orva_accelerator::client {
 namespace {
 
-using win32::UniqueServiceHandle;
+using win32::OpenedService;
 
 // Nobody notices it, and the manager answers in microseconds.
 constexpr std::uint32_t kPollMs = 50;
 
-Result<UniqueServiceHandle> OpenRegistered(const std::wstring& name, DWORD access,
-                                           const char* step) {
-  const UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
-  if (!manager) {
-    const DWORD code = GetLastError();
-    return Error{ErrorKind::System, step, code, "the service control manager cannot be reached"};
-  }
-  UniqueServiceHandle service(OpenServiceW(manager.get(), name.c_str(), access));
-  if (!service) {
-    const DWORD code = GetLastError();
-    return ServiceError(step, code);
-  }
-  return service;
+Result<OpenedService> OpenRegistered(const std::wstring& name, DWORD access, const char* step) {
+  OpenedService opened = win32::openService(name.c_str(), access);
+  if (opened) return opened;
+  const DWORD code = GetLastError();
+  if (opened.manager) return ServiceError(step, code);
+  return Error{ErrorKind::System, step, code, "the service control manager cannot be reached"};
 }
 
 Result<SERVICE_STATUS_PROCESS> QueryStatus(SC_HANDLE service, const char* step) {

@@ -7,7 +7,7 @@
 #include "tools/commands.h"
 #include "tools/help_texts.h"
 #include "tools/options_parsing.h"
-#include "tools/utf8.h"
+#include "win32/utf8.h"
 
 namespace orva_accelerator::tools {
 namespace {
@@ -15,7 +15,10 @@ namespace {
 void AddHidden(CLI::App& app, const std::string& name, const std::string& help,
                std::function<void(const std::wstring&)> take) {
   app.add_option_function<std::string>(
-         name, [take = std::move(take)](const std::string& text) { take(WideFromUtf8(text)); },
+         name,
+         [take = std::move(take)](const std::string& text) {
+           take(win32::wideFromUtf8(text).value_or(std::wstring()));
+         },
          help)
       ->group("");
 }

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "tools/utf8.h"
+#include "win32/utf8.h"
 
 namespace orva_accelerator::tools {
 namespace {
@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kMostUnits = 8000;
 
 bool WriteToConsole(HANDLE console, std::string_view utf8) {
-  const std::wstring wide = WideFromUtf8(utf8);
+  const std::wstring wide = win32::wideFromUtf8(utf8).value_or(std::wstring());
   for (std::size_t done = 0; done < wide.size();) {
     DWORD written = 0;
     const auto units = static_cast<DWORD>(std::min(wide.size() - done, kMostUnits));

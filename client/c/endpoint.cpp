@@ -1,13 +1,12 @@
 #include "client/c/endpoint.h"
 
-#include <windows.h>
-
 #include <algorithm>
 #include <limits>
 #include <string>
 #include <utility>
 
 #include "client/c/boundary.h"
+#include "win32/utf8.h"
 
 namespace orva_accelerator::client {
 namespace {
@@ -21,17 +20,13 @@ Result<Done> Replace(std::wstring& name, const char* utf8, std::size_t length, c
   if (length > std::numeric_limits<std::int16_t>::max()) {
     return Misuse(function, std::string(field) + " is longer than any name");
   }
-  const int bytes = static_cast<int>(length);
-  std::wstring wide(length, L'\0');  // UTF-16 never has more units than UTF-8 has bytes.
-  const int units =
-      MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, utf8, bytes, wide.data(), bytes);
-  if (units <= 0) return Misuse(function, std::string(field) + " is not UTF-8");
-  wide.resize(static_cast<std::size_t>(units));
+  auto wide = win32::wideFromUtf8({utf8, length}, win32::MalformedUtf8::Refused);
+  if (!wide) return Misuse(function, std::string(field) + " is not UTF-8");
   // The system would take the name to end there.
-  if (wide.find(L'\0') != std::wstring::npos) {
+  if (wide->find(L'\0') != std::wstring::npos) {
     return Misuse(function, std::string(field) + " has a zero in it");
   }
-  name = std::move(wide);
+  name = std::move(*wide);
   return Done{};
 }
 

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <iterator>
 
-#include "tools/utf8.h"
+#include "tools/doctor/finding.h"
 #include "win32/unique_handle.h"
 
 namespace orva_accelerator::tools {
@@ -73,7 +73,7 @@ std::string Describe(const AccessClause& clause) {
   std::string text = clause.type == ACCESS_ALLOWED_ACE_TYPE  ? "allow "
                      : clause.type == ACCESS_DENIED_ACE_TYPE ? "deny "
                                                              : "a clause of another kind ";
-  text += Utf8FromWide(clause.who);
+  text += Utf8(clause.who);
   if (const KnownAccount* known = Known(clause.who)) text += std::string(" (") + known->name + ")";
   char rights[16];
   (void)std::snprintf(rights, sizeof(rights), " 0x%x",

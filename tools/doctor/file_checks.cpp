@@ -12,7 +12,6 @@
 #include "service/shared_names.h"
 #include "tools/doctor/access_list.h"
 #include "tools/doctor/pe_image.h"
-#include "tools/utf8.h"
 #include "win32/unique_handle.h"
 
 namespace orva_accelerator::tools {
@@ -96,7 +95,7 @@ DWORD RightsOnPath(const std::wstring& path, std::uint32_t& rights) {
 }  // namespace
 
 Finding CheckExecutable(const std::wstring& file) {
-  const std::string path = Utf8FromWide(file);
+  const std::string path = Utf8(file);
   Finding finding{"executable", Verdict::Problem, {}, "install the service again"};
   std::vector<std::uint8_t> bytes;
   if (const DWORD code = ReadWhole(file, bytes); code != 0) {
@@ -126,7 +125,7 @@ Finding CheckLibrary(const std::wstring& file) {
   Finding finding{"library", Verdict::Problem, {}, "install the service and its library again"};
   std::vector<std::uint8_t> bytes;
   if (const DWORD code = ReadWhole(file, bytes); code != 0) {
-    finding.text = CannotBeRead(Utf8FromWide(file), code);
+    finding.text = CannotBeRead(Utf8(file), code);
     if (!IsMissing(code)) finding.verdict = Verdict::Warning;
     return finding;
   }
@@ -163,14 +162,13 @@ Finding CheckWriteAccess(const std::vector<std::wstring>& paths, bool underWine)
     if (code != 0) {
       return {"write access",
               Verdict::NotChecked,
-              "the rights on " + Utf8FromWide(path) + " cannot be read (Win32 error " +
+              "the rights on " + Utf8(path) + " cannot be read (Win32 error " +
                   std::to_string(code) + ")",
               {}};
     }
     if ((rights & kWriteRights) != 0) {
       return {"write access", Verdict::Problem,
-              "ordinary users can change " + Utf8FromWide(path) +
-                  ", and so run anything as LocalSystem",
+              "ordinary users can change " + Utf8(path) + ", and so run anything as LocalSystem",
               "install into Program Files, or take the users' write access away"};
     }
   }

@@ -2,7 +2,13 @@
 
 #include <algorithm>
 
+#include "win32/utf8.h"
+
 namespace orva_accelerator::tools {
+
+std::string Utf8(std::wstring_view wide) {
+  return win32::utf8FromWide(wide).value_or(std::string());
+}
 
 const char* VerdictName(Verdict verdict) {
   switch (verdict) {

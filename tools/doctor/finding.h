@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orva_accelerator::tools {
@@ -22,6 +23,9 @@ struct Finding {
 };
 
 using Findings = std::vector<Finding>;
+
+// For the texts of findings; empty when it cannot be had.
+std::string Utf8(std::wstring_view wide);
 
 // "ok", "not checked", "warning", "problem": for programs too; never changes.
 const char* VerdictName(Verdict verdict);

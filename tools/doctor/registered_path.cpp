@@ -4,9 +4,6 @@
 
 #include <algorithm>
 
-#include "tools/doctor/equal_ignoring_case.h"
-#include "tools/utf8.h"
-
 namespace orva_accelerator::tools {
 namespace {
 
@@ -54,7 +51,7 @@ std::wstring FolderOf(const std::wstring& file) {
 }
 
 Finding CheckSpelling(const RegisteredPath& path, const std::vector<std::wstring>& programFiles) {
-  Finding finding{"path", Verdict::Ok, Utf8FromWide(path.file), {}};
+  Finding finding{"path", Verdict::Ok, Utf8(path.file), {}};
   if (FolderOf(path.file).size() + kLibraryTail >= kPathCapacity) {
     finding.verdict = Verdict::Problem;
     finding.text += " is too long: the service will not find its library";
@@ -80,6 +77,11 @@ Finding CheckSpelling(const RegisteredPath& path, const std::vector<std::wstring
   if (path.quoted) finding.text += " (in quotes)";
   if (path.prefixed) finding.text += " (with the prefix \\\\?\\)";
   return finding;
+}
+
+bool EqualIgnoringCase(std::wstring_view a, std::wstring_view b) {
+  return CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
+                              static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
 }
 
 std::vector<std::wstring> ProgramFilesFolders() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "tools/doctor/finding.h"
 
@@ -23,6 +24,9 @@ std::wstring FolderOf(const std::wstring& file);
 // How it is written: quotes, prefix, blanks, length. `programFiles` are folders in which only
 // administrators create files.
 Finding CheckSpelling(const RegisteredPath& path, const std::vector<std::wstring>& programFiles);
+
+// As the system compares paths and program names.
+bool EqualIgnoringCase(std::wstring_view a, std::wstring_view b);
 
 // Those of this PC.
 std::vector<std::wstring> ProgramFilesFolders();

@@ -5,7 +5,6 @@
 #include "client/service_errors.h"
 #include "service/shared_names.h"
 #include "tools/doctor/security_differences.h"
-#include "tools/utf8.h"
 
 namespace orva_accelerator::tools {
 namespace {
@@ -78,8 +77,7 @@ Finding CheckAccount(const ServiceConfig& config) {
     return {"account", Verdict::Ok, "runs as LocalSystem, in a process of its own", {}};
   }
   return {"account", Verdict::Problem,
-          "runs as " + Utf8FromWide(config.account) + ", and the library needs LocalSystem",
-          kReinstall};
+          "runs as " + Utf8(config.account) + ", and the library needs LocalSystem", kReinstall};
 }
 
 Finding CheckSecurity(const ServiceFacts& facts, bool underWine) {

@@ -2,51 +2,29 @@
 
 #include <windows.h>
 
-#include <tlhelp32.h>
-
 #include <string>
 #include <utility>
 
 #include "client/service_client.h"
-#include "tools/doctor/equal_ignoring_case.h"
-#include "tools/utf8.h"
-#include "win32/unique_handle.h"
+#include "win32/image_path.h"
+#include "win32/process_list.h"
 
 namespace orva_accelerator::tools {
 namespace {
 
 constexpr wchar_t kHostApplication[] = L"Zandor.exe";
-constexpr DWORD kLongestPath = 32'768;
-
-// Empty when this account may not know.
-std::wstring ImageOf(DWORD processId) {
-  const win32::UniqueKernelHandle process(
-      OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
-  if (!process) return {};
-  std::wstring path(kLongestPath, L'\0');
-  DWORD length = kLongestPath;
-  if (!QueryFullProcessImageNameW(process.get(), 0, path.data(), &length)) return {};
-  path.resize(length);
-  return path;
-}
 
 bool RunsAnywhere(const wchar_t* program) {
-  const win32::UniqueFileHandle list(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-  if (!list) return false;
-  PROCESSENTRY32W entry{};
-  entry.dwSize = sizeof(entry);
-  for (BOOL more = Process32FirstW(list.get(), &entry); more;
-       more = Process32NextW(list.get(), &entry)) {
-    if (EqualIgnoringCase(entry.szExeFile, program)) return true;
-  }
-  return false;
+  return win32::findProcess([program](const win32::RunningProcess& process) {
+           return EqualIgnoringCase(process.imageName, program);
+         }) == win32::ProcessSearch::Found;
 }
 
 }  // namespace
 
 Finding CheckProcessImage(const ServiceFacts& facts, const RegisteredPath& registered) {
   if (!facts.processLives) return {"process", Verdict::NotChecked, "the service is stopped", {}};
-  const std::wstring image = ImageOf(facts.status->dwProcessId);
+  const std::wstring image = win32::imagePathOf(facts.status->dwProcessId);
   if (image.empty()) {
     return {
         "process", Verdict::NotChecked, "this account may not ask what the process executes", {}};
@@ -54,7 +32,7 @@ Finding CheckProcessImage(const ServiceFacts& facts, const RegisteredPath& regis
   if (EqualIgnoringCase(image, registered.file)) {
     return {"process", Verdict::Ok, "executes the registered file", {}};
   }
-  return {"process", Verdict::Warning, "executes " + Utf8FromWide(image) + " instead",
+  return {"process", Verdict::Warning, "executes " + Utf8(image) + " instead",
           "stop and start the service"};
 }
 
