@@ -108,6 +108,17 @@ test('a deadline that passes is a TimeoutError, and the late answer is nobody el
   });
 });
 
+test('requests that wait for one that times out make no connections of their own', async () => {
+  const client = await connect();
+  service.answer = ({ message }) => (message === 'MsgSdkIsInitialised' ? null : undefined);
+  const waiting = Array.from({ length: 50 }, () =>
+    assert.rejects(client.request('MsgSdkIsInitialised', {}, { timeoutMs: 50 }), TimeoutError),
+  );
+  await Promise.all(waiting);
+  await roundTrip(client);
+  assert.equal(service.connections, 2);
+});
+
 test('an aborted request is an AbortedError with the reason, and the next one works', async () => {
   const client = await connect();
   const controller = new AbortController();

@@ -37,7 +37,7 @@ class NodeClient : public ServiceFixture {
   }
 
   static ChildResult runNode(const std::vector<std::wstring>& arguments) {
-    return runChild(ORVA_NODE_FOR_WINDOWS, arguments, std::chrono::seconds(90));
+    return runChild(ORVA_NODE_FOR_WINDOWS, arguments, std::chrono::seconds(150));
   }
 };
 

@@ -1,4 +1,6 @@
 // A client of the service: registered for notifications, and asking one request at a time.
+import { setImmediate } from 'node:timers/promises';
+
 import { HungUpError, NotRunningError, RefusedError } from './errors.mjs';
 import { PushChannel } from './push_channel.mjs';
 import { RequestChannel } from './request_channel.mjs';
@@ -115,6 +117,10 @@ export class OrvaClient {
     await this.#turn(signal);
     try {
       if (!this.#requests?.isOpen) {
+        // Deadlines that pass together are told one after the other: the next in turn must not make a
+        // connection for a request whose own is over.
+        await setImmediate();
+        signal.throwIfAborted();
         this.#requests = await RequestChannel.open(this.#options.requestPipe, signal);
       }
       return await this.#requests.exchange(message, signal);
