@@ -17,7 +17,7 @@ flock 9
 command -v npm >/dev/null || fail "npm is missing: run scripts/setup.sh"
 work=$(mktemp -d "$folder/fetch.XXXXXX")
 trap 'rm -rf "$work"' EXIT
-npm pack --silent --pack-destination "$work" "$package" >"$work/log" 2>&1 </dev/null || {
+npm pack --loglevel error --pack-destination "$work" "$package" >"$work/log" 2>&1 </dev/null || {
   cat "$work/log" >&2
   fail "npm cannot fetch $package. The tests of clients/node need it, once, and npm a registry; to go" \
     "without the network, put its bin/node.exe into $folder"

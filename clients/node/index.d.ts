@@ -216,7 +216,7 @@ export class OrvaClient {
 
 /** The others tell what to do about it; this one itself is any other failure of the system. */
 export class OrvaError extends Error {}
-/** Nobody serves the pipes: start the service. Known after half a second. */
+/** Nobody serves the pipes: start the service. Known after a second. */
 export class NotRunningError extends OrvaError {
   readonly code: 'ORVA_NOT_RUNNING';
 }

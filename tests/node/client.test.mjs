@@ -328,13 +328,13 @@ test('a service that starts anew is found again', async () => {
   const back = signalled();
   await connect({ onReconnected: async () => back.resolve() });
   await service.end();
-  setTimeout(() => service.listen(), 700);
+  setTimeout(() => service.listen(), 1200);
   await back.promise;
   assert.equal(service.registrations.length, 2);
 });
 
 test('a service that stays away ends the iterators and requests with a NotRunningError', async () => {
-  const client = await connect({ reconnectMs: 1000 });
+  const client = await connect({ reconnectMs: 1500 });
   const iterator = client.notifications();
   await service.end();
   await assert.rejects(iterator.next(), NotRunningError);

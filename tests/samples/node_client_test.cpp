@@ -42,6 +42,8 @@ class NodeClient : public ServiceFixture {
 };
 
 TEST_F(NodeClient, HasAWholeSession) {
+  // On a busy machine, Node.js takes longer to start than the service waits for its first client.
+  ASSERT_TRUE(startHostApplication());
   ASSERT_TRUE(installAndStart());
   const ChildResult result = runNode(
       {ORVA_SOURCES L"/clients/node/session.mjs", L"player", L"secret", L"1001", L"1", L"east-1"});
@@ -65,17 +67,18 @@ TEST_F(NodeClient, HasAWholeSession) {
   EXPECT_TRUE(waitForEnd());
 }
 
-TEST_F(NodeClient, HoldsUpOnThePipes) {
-  // Pipes of its own first, then the service's.
-  ASSERT_TRUE(install());
-  const ChildResult scripted = runNode({ORVA_SOURCES L"/tests/node/client.test.mjs"});
-  EXPECT_EQ(scripted.exitCode, 0u) << scripted.output << scripted.errors;
-  EXPECT_THAT(scripted.output, HasSubstr("# fail 0\n"));
+TEST_F(NodeClient, KeepsItsPromisesOnScriptedPipes) {
+  const ChildResult result = runNode({ORVA_SOURCES L"/tests/node/client.test.mjs"});
+  EXPECT_EQ(result.exitCode, 0u) << result.output << result.errors;
+  EXPECT_THAT(result.output, HasSubstr("# fail 0\n"));
+}
 
-  ASSERT_TRUE(start());
-  const ChildResult real = runNode({ORVA_SOURCES L"/tests/node/service.test.mjs"});
-  EXPECT_EQ(real.exitCode, 0u) << real.output << real.errors;
-  EXPECT_THAT(real.output, HasSubstr("# pass 6\n"));
+TEST_F(NodeClient, HoldsUpAgainstTheService) {
+  ASSERT_TRUE(startHostApplication());
+  ASSERT_TRUE(installAndStart());
+  const ChildResult result = runNode({ORVA_SOURCES L"/tests/node/service.test.mjs"});
+  EXPECT_EQ(result.exitCode, 0u) << result.output << result.errors;
+  EXPECT_THAT(result.output, HasSubstr("# pass 6\n"));
   EXPECT_TRUE(waitForEnd());
 }
 

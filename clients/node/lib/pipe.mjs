@@ -5,7 +5,7 @@ import { NotRunningError, OrvaError, RefusedError } from './errors.mjs';
 import { pause, until } from './within.mjs';
 
 // Between two instances of its pipe the service is away for a moment. Who is away for longer is gone.
-const ABSENCE_MS = 500;
+const ABSENCE_MS = 1000;
 const PAUSE_MS = 10;
 
 // A connected socket. Node.js reads pipes as streams of bytes, and writes each buffer as one message as
