@@ -101,9 +101,11 @@ stop_prefix() {
 # something else than a prefix.
 remove_prefix() {
   [[ -d $WINEPREFIX ]] || return 0
-  stop_prefix 9>&-
+  stop_prefix 8>&- 9>&-
   if [[ -d $WINEPREFIX/dosdevices ]]; then
-    rm -rf "$WINEPREFIX"
+    # What is gone by its name is gone, even if a program still adds a file to it.
+    local gone=${WINEPREFIX%/*}/.gone.$BASHPID
+    mv "$WINEPREFIX" "$gone" && { rm -rf "$gone" 2>/dev/null || true; }
   else
     rmdir "$WINEPREFIX"
   fi
@@ -122,11 +124,12 @@ start_test_prefixes() {
   return "$failed"
 }
 
-# each_test_prefix COMMAND...: does it for every prefix that take_prefix has made.
+# each_test_prefix COMMAND...: does it for every prefix that take_prefix has made and that nobody has.
 each_test_prefix() {
   local WINEPREFIX
   for WINEPREFIX in "$_wine_root"/build/wine/tests/*/; do
     WINEPREFIX=${WINEPREFIX%/}
-    [[ ! -d $WINEPREFIX ]] || "$@" || return
+    [[ -d $WINEPREFIX ]] || continue
+    { ! flock -n 8 || "$@"; } 8>"$WINEPREFIX.taken" || return
   done
 }
