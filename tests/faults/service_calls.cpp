@@ -51,10 +51,6 @@ constexpr char kRegistration[] = "installing and removing: failed in tests/servi
 constexpr char kOwnPath[] = "finding the path to register: failed in tests/service";
 
 constexpr OtherImport kOtherServiceImports[] = {
-    {"AcquireSRWLockExclusive", kCannotFail},
-    {"AcquireSRWLockShared", kCannotFail},
-    {"ReleaseSRWLockExclusive", kCannotFail},
-    {"ReleaseSRWLockShared", kCannotFail},
     {"GetCurrentProcess", kCannotFail},
     {"GetCurrentThreadId", kCannotFail},
     {"GetErrorMode", kCannotFail},
