@@ -12,6 +12,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 strict_mode
 # Each test takes a prefix that is free.
 unset ORVA_WINEPREFIX
+# A program writes its counters in the end, one after the other.
+export ORVA_HOLD_UP_SECONDS=60
 source "$root/scripts/lib/wine_prefix.sh"
 cd "$root"
 

@@ -40,7 +40,8 @@ for attempt in 1 2 3; do
   rm -f "$reached" "$held"
   env "$mark" ORVA_REACHED_FILE="Z:$reached" wine "$@" <&0 8>&- &
   program=$!
-  watch_for_hold_up "$mark" "$held" "${ORVA_HOLD_UP_SECONDS:-5}" </dev/null >/dev/null 2>&1 8>&- &
+  watch_for_hold_up "$mark" "$reached" "$held" "${ORVA_HOLD_UP_SECONDS:-5}" \
+    </dev/null >/dev/null 2>&1 8>&- &
   watcher=$!
   status=0
   wait "$program" 2>/dev/null || status=$?
