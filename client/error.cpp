@@ -6,8 +6,14 @@ const char* KindName(ErrorKind kind) {
   switch (kind) {
     case ErrorKind::Usage:
       return "usage";
-    case ErrorKind::NoService:
-      return "no-service";
+    case ErrorKind::NotInstalled:
+      return "not-installed";
+    case ErrorKind::NotRunning:
+      return "not-running";
+    case ErrorKind::NotTheService:
+      return "not-the-service";
+    case ErrorKind::HungUp:
+      return "hung-up";
     case ErrorKind::Timeout:
       return "timeout";
     case ErrorKind::Refused:

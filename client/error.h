@@ -8,13 +8,16 @@
 namespace orva_accelerator::client {
 
 enum class ErrorKind {
-  Usage,        // The caller asked for something that cannot be sent.
-  NoService,    // Nobody serves the pipe, or somebody who is not the service.
-  Timeout,      // The deadline passed.
-  Refused,      // The service or the library answered, and the answer is no.
-  Protocol,     // What came does not keep to the protocol, or the service ended the connection.
-  System,       // Any other failed Win32 call.
-  Interrupted,  // The caller's own interrupt event was signalled.
+  Usage,          // The caller asked for something that cannot be sent.
+  NotInstalled,   // There is no such service: install it.
+  NotRunning,     // It is there and does not run: start it.
+  NotTheService,  // Somebody else serves the pipe: tell nobody anything, and do not try again.
+  HungUp,         // The service ended the connection, or itself: connect anew.
+  Timeout,        // The deadline passed.
+  Refused,        // The service or the library answered, and the answer is no.
+  Protocol,       // What came does not keep to the protocol: a bug on one of the two sides.
+  System,         // Any other failed Win32 call.
+  Interrupted,    // The caller's own interrupt event was signalled.
 };
 
 struct Error {
@@ -24,7 +27,7 @@ struct Error {
   std::string text;             // What that means for the reader, in a sentence without full stop.
 };
 
-// "no-service" and so on: for programs; never changes.
+// "not-running" and so on: for programs; never changes.
 const char* KindName(ErrorKind kind);
 
 // One line for people: "Could not open the request pipe: the service is not running (Win32 error

@@ -16,7 +16,7 @@ Error Failed(const char* step, DWORD code) {
     case ERROR_BROKEN_PIPE:
     case ERROR_NO_DATA:
     case ERROR_PIPE_NOT_CONNECTED:
-      return Error{ErrorKind::Protocol, step, code, "the service ended the connection"};
+      return Error{ErrorKind::HungUp, step, code, "the service ended the connection"};
     default:
       return Error{ErrorKind::System, step, code, "the pipe failed"};
   }
@@ -39,14 +39,15 @@ Result<MessagePipe> MessagePipe::Adopt(win32::UniqueFileHandle pipe) {
   return MessagePipe(std::move(pipe), std::move(completed));
 }
 
-Result<Done> MessagePipe::Write(ByteView message, const Deadline& deadline, const char* step) {
+Result<Done> MessagePipe::Write(ByteView message, const Deadline& deadline, const char* step,
+                                HANDLE interrupt) {
   OVERLAPPED operation{};
   operation.hEvent = completed_.get();
   if (!WriteFile(pipe_.get(), message.data(), CallSize(message.size()), nullptr, &operation)) {
     const DWORD code = GetLastError();
     if (code != ERROR_IO_PENDING) return Failed(step, code);
   }
-  auto written = Finish(operation, deadline, step, nullptr);
+  auto written = Finish(operation, deadline, step, interrupt);
   if (!written) return written.error();
   if (written.value().length != message.size()) {
     return Error{ErrorKind::System, step, 0, "the pipe took only a part of the message"};

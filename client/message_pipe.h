@@ -27,8 +27,9 @@ class MessagePipe {
   // Takes over a pipe that was opened for overlapped I/O and is in message mode.
   static Result<MessagePipe> Adopt(win32::UniqueFileHandle pipe);
 
-  // Writes one whole message. `step` names the operation in an error.
-  Result<Done> Write(ByteView message, const Deadline& deadline, const char* step);
+  // Writes one whole message. `step` names the operation in an error. For `interrupt` see Read.
+  Result<Done> Write(ByteView message, const Deadline& deadline, const char* step,
+                     HANDLE interrupt = nullptr);
 
   // Reads up to `room.size()` bytes of the current message, or of the next one. `interrupt`, if not
   // null, is a borrowed event that ends the wait early with ErrorKind::Interrupted.

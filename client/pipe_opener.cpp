@@ -1,74 +1,146 @@
 #include "client/pipe_opener.h"
 
-#include <windows.h>
-
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <utility>
 
+#include "client/process_watch.h"
 #include "client/server_process.h"
+#include "client/service_control.h"
 
 namespace orva_accelerator::client {
 namespace {
 
 // Short enough to go unnoticed, long enough to leave the processor to a service that is starting.
 constexpr std::uint32_t kRetryAfterMs = 10;
-// A free instance ends the wait at once; the bound only matters for a pipe that went away.
-constexpr std::uint32_t kLongestBusyWaitMs = 200;
+// A free instance ends the wait at once; the bound is for a pipe that went away, and an interrupt.
+constexpr std::uint32_t kLongestBusyWaitMs = 100;
 
-Error CannotOpen(const char* step, DWORD code) {
-  switch (code) {
-    case ERROR_FILE_NOT_FOUND:
-      return Error{ErrorKind::NoService, step, code, "the service is not running"};
-    case ERROR_PIPE_BUSY:
-      return Error{ErrorKind::Timeout, step, code,
-                   "the service was too busy to take the connection"};
-    case ERROR_ACCESS_DENIED:
-      return Error{ErrorKind::System, step, code,
-                   "access is denied: the service takes signed-in users only"};
-    default:
-      return Error{ErrorKind::System, step, code, "the pipe cannot be opened"};
-  }
-}
+// One attempt to reach the service, over several tries.
+class Opening {
+ public:
+  Opening(const Endpoint& endpoint, const Deadline& deadline, const char* step, HANDLE interrupt)
+      : endpoint_(endpoint), deadline_(deadline), step_(step), interrupt_(interrupt) {}
 
-void WaitBeforeNextTry(const std::wstring& name, DWORD code, const Deadline& deadline) {
-  // At least 1: WaitNamedPipeW takes 0 for "as long as the server likes".
-  const std::uint32_t left = std::max<std::uint32_t>(deadline.remainingMs(), 1);
-  if (code == ERROR_PIPE_BUSY && WaitNamedPipeW(name.c_str(), std::min(left, kLongestBusyWaitMs))) {
-    return;
+  Result<MessagePipe> Open() {
+    for (;;) {
+      auto pipe = Try();
+      if (pipe || !mayPass_) return pipe;
+      if (interrupt_ != nullptr && WaitForSingleObject(interrupt_, 0) == WAIT_OBJECT_0) {
+        return Error{ErrorKind::Interrupted, step_, 0, "interrupted"};
+      }
+      if (pipe.error().kind == ErrorKind::NotTheService) impostor_ = pipe.error();
+      // That somebody else is there matters more than what their instance did to the later tries.
+      if (deadline_.passed()) return impostor_ ? *impostor_ : pipe.error();
+      WaitBeforeNextTry(pipe.error().win32Code);
+    }
   }
-  Sleep(std::min(left, kRetryAfterMs));
-}
 
-Result<win32::UniqueFileHandle> Connect(const std::wstring& name, const Deadline& deadline,
-                                        const char* step) {
-  for (;;) {
-    win32::UniqueFileHandle pipe(
-        CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                    FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS, nullptr));
-    if (pipe) return pipe;
-    const DWORD code = GetLastError();
-    const bool passing = code == ERROR_FILE_NOT_FOUND || code == ERROR_PIPE_BUSY;
-    if (!passing || deadline.passed()) return CannotOpen(step, code);
-    WaitBeforeNextTry(name, code, deadline);
+ private:
+  Result<MessagePipe> Try() {
+    mayPass_ = false;
+    ServiceProcess expected;
+    if (endpoint_.verifyServer) {
+      auto found = ServiceToExpect();
+      if (!found) return found.error();
+      expected = found.value();
+    }
+    win32::UniqueFileHandle pipe(CreateFileW(
+        endpoint_.pipeName.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+        FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS, nullptr));
+    if (!pipe) {
+      const DWORD code = GetLastError();
+      return CannotOpen(expected, code);
+    }
+    if (endpoint_.verifyServer) {
+      auto checked = Check(pipe.get(), expected);
+      if (!checked) return checked.error();
+    }
+    return Adopt(std::move(pipe));
   }
-}
+
+  Result<ServiceProcess> ServiceToExpect() {
+    auto found = FindServiceProcess(endpoint_.serviceName);
+    if (!found || found.value().id != 0 || found.value().starting) return found;
+    if (!endpoint_.startService) return NotRunning(0);
+    auto started = StartAndWait(endpoint_.serviceName, deadline_, interrupt_);
+    if (!started) return started.error();
+    return ServiceProcess{started.value().processId, false};
+  }
+
+  // An instance that is not the service's may hide one that is: somebody can put theirs first.
+  Result<Done> Check(HANDLE pipe, const ServiceProcess& expected) {
+    auto checked = CheckServer(pipe, expected.id);
+    if (checked) {
+      auto now = FindServiceProcess(endpoint_.serviceName);
+      if (!now) return now.error();
+      if (now.value().id == expected.id) return Done{};
+      checked = Error{ErrorKind::NotTheService, step_, 0, "the service changed its process"};
+    }
+    mayPass_ = checked.error().kind == ErrorKind::NotTheService;
+    return checked;
+  }
+
+  Error CannotOpen(const ServiceProcess& expected, DWORD code) {
+    switch (code) {
+      case ERROR_FILE_NOT_FOUND:
+        if (!endpoint_.verifyServer) {
+          mayPass_ = true;
+          return NotRunning(code);
+        }
+        // The manager may name a process that has ended.
+        if (!expected.starting && ProcessWatch(expected.id).hasEnded()) return NotRunning(code);
+        mayPass_ = true;
+        return Error{ErrorKind::Timeout, step_, code, "the service runs but has no pipe yet"};
+      case ERROR_PIPE_BUSY:
+        mayPass_ = true;
+        return Error{ErrorKind::Timeout, step_, code,
+                     "the service was too busy to take the connection"};
+      case ERROR_ACCESS_DENIED:
+        return Error{ErrorKind::System, step_, code,
+                     "access is denied: the service takes signed-in users only"};
+      default:
+        return Error{ErrorKind::System, step_, code, "the pipe cannot be opened"};
+    }
+  }
+
+  Error NotRunning(DWORD code) const {
+    return Error{ErrorKind::NotRunning, step_, code, "the service is not running"};
+  }
+
+  Result<MessagePipe> Adopt(win32::UniqueFileHandle pipe) const {
+    DWORD mode = PIPE_READMODE_MESSAGE;
+    if (!SetNamedPipeHandleState(pipe.get(), &mode, nullptr, nullptr)) {
+      const DWORD code = GetLastError();
+      return Error{ErrorKind::System, step_, code, "the pipe cannot be put into message mode"};
+    }
+    return MessagePipe::Adopt(std::move(pipe));
+  }
+
+  void WaitBeforeNextTry(DWORD code) const {
+    // At least 1: WaitNamedPipeW takes 0 for "as long as the server likes".
+    const std::uint32_t left = std::max<std::uint32_t>(deadline_.remainingMs(), 1);
+    if (code == ERROR_PIPE_BUSY &&
+        WaitNamedPipeW(endpoint_.pipeName.c_str(), std::min(left, kLongestBusyWaitMs))) {
+      return;
+    }
+    Sleep(std::min(left, kRetryAfterMs));
+  }
+
+  const Endpoint& endpoint_;
+  const Deadline& deadline_;
+  const char* step_;
+  HANDLE interrupt_;
+  std::optional<Error> impostor_;
+  bool mayPass_ = false;  // Whether the latest failure is one that the next try may not meet.
+};
 
 }  // namespace
 
-Result<MessagePipe> OpenPipe(const Endpoint& endpoint, const Deadline& deadline, const char* step) {
-  auto pipe = Connect(endpoint.pipeName, deadline, step);
-  if (!pipe) return pipe.error();
-  if (endpoint.verifyServer) {
-    auto checked = CheckServedByService(pipe.value().get(), endpoint.serviceName.c_str());
-    if (!checked) return checked.error();
-  }
-  DWORD mode = PIPE_READMODE_MESSAGE;
-  if (!SetNamedPipeHandleState(pipe.value().get(), &mode, nullptr, nullptr)) {
-    const DWORD code = GetLastError();
-    return Error{ErrorKind::System, step, code, "the pipe cannot be put into message mode"};
-  }
-  return MessagePipe::Adopt(std::move(pipe.value()));
+Result<MessagePipe> OpenPipe(const Endpoint& endpoint, const Deadline& deadline, const char* step,
+                             HANDLE interrupt) {
+  return Opening(endpoint, deadline, step, interrupt).Open();
 }
 
 }  // namespace orva_accelerator::client

@@ -19,6 +19,8 @@ class ProcessWatch {
   explicit ProcessWatch(std::uint32_t processId);
 
   std::uint32_t processId() const { return processId_; }
+  // False where only the list tells: the id may be another process's by now.
+  bool holdsId() const { return absent_ || process_; }
 
   // True when it has ended within that time. Without a handle to wait for, it looks once before and
   // once after the wait, so callers wait in short turns.

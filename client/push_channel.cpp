@@ -17,11 +17,11 @@ constexpr std::size_t kReadAtOnce = 8192;
 }  // namespace
 
 Result<PushChannel> PushChannel::Register(const Endpoint& endpoint, std::uint32_t clientId,
-                                          const Deadline& deadline) {
-  auto pipe = OpenPipe(endpoint, deadline, "open the push pipe");
+                                          const Deadline& deadline, HANDLE interrupt) {
+  auto pipe = OpenPipe(endpoint, deadline, "open the push pipe", interrupt);
   if (!pipe) return pipe.error();
-  auto written =
-      pipe.value().Write(EncodePushRegistration(clientId), deadline, "register for notifications");
+  auto written = pipe.value().Write(EncodePushRegistration(clientId), deadline,
+                                    "register for notifications", interrupt);
   if (!written) return written.error();
   return PushChannel(std::move(pipe.value()));
 }

@@ -30,9 +30,9 @@ class PushChannel {
 
   // Connects and announces the client id. The service does not acknowledge it and takes it on a
   // thread of its own: what is announced in the next moment may still miss this client. A heartbeat
-  // request in between gives the service that moment.
+  // request in between gives the service that moment. For `interrupt` see Next.
   static Result<PushChannel> Register(const Endpoint& endpoint, std::uint32_t clientId,
-                                      const Deadline& deadline);
+                                      const Deadline& deadline, HANDLE interrupt = nullptr);
 
   // Waits for the next notification, whoever it is for. `interrupt`, if not null, is a borrowed
   // event that ends the wait early.

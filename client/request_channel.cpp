@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "client/requests.h"
+#include "client/wipe.h"
 #include "ipc/wire/headers.h"
 
 namespace orva_accelerator::client {
@@ -21,7 +22,7 @@ Error Broken(std::string text) {
 // Reads exactly `wanted` bytes from the front of the current message. Gives whether the message
 // goes on behind them.
 Result<bool> ReadExactly(MessagePipe& pipe, std::size_t wanted, Bytes& bytes,
-                         const Deadline& deadline) {
+                         const Deadline& deadline, HANDLE interrupt) {
   bool more = true;
   while (bytes.size() < wanted) {
     if (!more) {
@@ -30,7 +31,7 @@ Result<bool> ReadExactly(MessagePipe& pipe, std::size_t wanted, Bytes& bytes,
     }
     const std::size_t had = bytes.size();
     bytes.resize(had + std::min(wanted - had, kReadAtOnce));
-    auto piece = pipe.Read(std::span(bytes).subspan(had), deadline, kReadStep);
+    auto piece = pipe.Read(std::span(bytes).subspan(had), deadline, kReadStep, interrupt);
     if (!piece) return piece.error();
     bytes.resize(had + piece.value().length);
     more = piece.value().more;
@@ -38,9 +39,9 @@ Result<bool> ReadExactly(MessagePipe& pipe, std::size_t wanted, Bytes& bytes,
   return more;
 }
 
-Result<Bytes> ReadResponse(MessagePipe& pipe, const Deadline& deadline) {
+Result<Bytes> ReadResponse(MessagePipe& pipe, const Deadline& deadline, HANDLE interrupt) {
   Bytes headerBytes;
-  auto more = ReadExactly(pipe, sizeof(ipc::ResponseHeader), headerBytes, deadline);
+  auto more = ReadExactly(pipe, sizeof(ipc::ResponseHeader), headerBytes, deadline, interrupt);
   if (!more) return more.error();
   const auto header = FrontRecord<ipc::ResponseHeader>(headerBytes).value();
   if (header.payloadLength > RequestChannel::kLongestResponse) {
@@ -49,7 +50,7 @@ Result<Bytes> ReadResponse(MessagePipe& pipe, const Deadline& deadline) {
   Bytes payload;
   if (header.payloadLength != 0) {
     // In the header's own message or in the next one: "back to back" allows for both.
-    more = ReadExactly(pipe, header.payloadLength, payload, deadline);
+    more = ReadExactly(pipe, header.payloadLength, payload, deadline, interrupt);
     if (!more) return more.error();
   }
   if (more.value()) {
@@ -61,10 +62,11 @@ Result<Bytes> ReadResponse(MessagePipe& pipe, const Deadline& deadline) {
 
 }  // namespace
 
-Result<RequestChannel> RequestChannel::Open(const Endpoint& endpoint, const Deadline& deadline) {
-  auto pipe = OpenPipe(endpoint, deadline, "open the request pipe");
+Result<RequestChannel> RequestChannel::Open(const Endpoint& endpoint, const Deadline& deadline,
+                                            HANDLE interrupt) {
+  auto pipe = OpenPipe(endpoint, deadline, "open the request pipe", interrupt);
   if (!pipe) return pipe.error();
-  return RequestChannel(std::move(pipe.value()));
+  return RequestChannel(std::move(pipe.value()), interrupt);
 }
 
 Result<Bytes> RequestChannel::Exchange(std::uint32_t type, std::uint32_t clientId, ByteView payload,
@@ -75,12 +77,13 @@ Result<Bytes> RequestChannel::Exchange(std::uint32_t type, std::uint32_t clientI
   }
   auto frame = EncodeFrame(type, clientId, payload);
   if (!frame) return frame.error();
-  auto written = pipe_->Write(frame.value(), deadline, "send a request");
+  const WipeAtEnd wipe(frame.value());
+  auto written = pipe_->Write(frame.value(), deadline, "send a request", interrupt_);
   if (!written) {
     pipe_.reset();
     return written.error();
   }
-  auto response = ReadResponse(*pipe_, deadline);
+  auto response = ReadResponse(*pipe_, deadline, interrupt_);
   if (!response) pipe_.reset();
   return response;
 }

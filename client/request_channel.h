@@ -23,22 +23,28 @@ class RequestChannel {
 
   static Endpoint DefaultEndpoint() { return Endpoint{ipc::kRequestPipeName}; }
 
-  static Result<RequestChannel> Open(const Endpoint& endpoint, const Deadline& deadline);
+  // `interrupt`, if not null, is a borrowed event that ends the waiting of this call and of every
+  // Exchange early, with ErrorKind::Interrupted.
+  static Result<RequestChannel> Open(const Endpoint& endpoint, const Deadline& deadline,
+                                     HANDLE interrupt = nullptr);
 
   // Sends one request and gives the payload of its response, empty if it has none. Writing and
   // reading share the one deadline.
   //
   // Any error but Usage leaves the channel unusable and closes it: an answer that is still on its
-  // way would be taken for the answer to the next question. Open another one then.
+  // way would be taken for the answer to the next question. Open another one then. No copy of the
+  // payload is left behind in memory.
   Result<Bytes> Exchange(std::uint32_t type, std::uint32_t clientId, ByteView payload,
                          const Deadline& deadline);
 
   bool usable() const { return pipe_.has_value(); }
 
  private:
-  explicit RequestChannel(MessagePipe pipe) : pipe_(std::move(pipe)) {}
+  RequestChannel(MessagePipe pipe, HANDLE interrupt)
+      : pipe_(std::move(pipe)), interrupt_(interrupt) {}
 
   std::optional<MessagePipe> pipe_;
+  HANDLE interrupt_;
 };
 
 }  // namespace orva_accelerator::client

@@ -1,8 +1,7 @@
 #include "client/server_process.h"
 
-#include <string>
-
-#include "win32/unique_handle.h"
+#include "client/service_errors.h"
+#include "win32/service_access.h"
 
 namespace orva_accelerator::client {
 namespace {
@@ -13,19 +12,29 @@ Error System(const char* text, DWORD code) {
   return Error{ErrorKind::System, kStep, code, text};
 }
 
-Result<DWORD> ServiceProcessId(const wchar_t* serviceName) {
-  const win32::UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
-  if (!manager) {
-    const DWORD code = GetLastError();
-    return System("the service control manager cannot be reached", code);
+Error Another(const std::string& text) {
+  return Error{ErrorKind::NotTheService, kStep, 0, text};
+}
+
+// Windows keeps session 0 for services. Wine runs everything in one session.
+DWORD SessionOfServices() {
+  const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+  DWORD session = 0;
+  if (ntdll != nullptr && GetProcAddress(ntdll, "wine_get_version") != nullptr) {
+    // Failing, it leaves the strict answer.
+    (void)ProcessIdToSessionId(GetCurrentProcessId(), &session);
   }
-  const win32::UniqueServiceHandle service(
-      OpenServiceW(manager.get(), serviceName, SERVICE_QUERY_STATUS));
+  return session;
+}
+
+}  // namespace
+
+Result<ServiceProcess> FindServiceProcess(const std::wstring& serviceName) {
+  const auto service = win32::openService(serviceName.c_str(), SERVICE_QUERY_STATUS);
   if (!service) {
     const DWORD code = GetLastError();
-    if (code == ERROR_SERVICE_DOES_NOT_EXIST) {
-      return Error{ErrorKind::NoService, kStep, code, "the service is not installed"};
-    }
+    if (!service.manager) return System("the service control manager cannot be reached", code);
+    if (code == ERROR_SERVICE_DOES_NOT_EXIST) return ServiceError(kStep, code);
     return System("the service cannot be queried", code);
   }
   SERVICE_STATUS_PROCESS status{};
@@ -35,29 +44,28 @@ Result<DWORD> ServiceProcessId(const wchar_t* serviceName) {
     const DWORD code = GetLastError();
     return System("the service's status cannot be read", code);
   }
-  return status.dwProcessId;
+  return ServiceProcess{status.dwProcessId, status.dwCurrentState == SERVICE_START_PENDING};
 }
 
-}  // namespace
-
-Result<Done> CheckServedByService(HANDLE pipe, const wchar_t* serviceName) {
+Result<Done> CheckServer(HANDLE pipe, std::uint32_t serviceProcess) {
   ULONG server = 0;
   if (!GetNamedPipeServerProcessId(pipe, &server)) {
     const DWORD code = GetLastError();
     return System("the pipe does not tell its server", code);
   }
-  auto service = ServiceProcessId(serviceName);
-  if (!service) return service.error();
-  if (service.value() == 0) {
-    return Error{
-        ErrorKind::NoService, kStep, 0,
-        "the service is not running, yet process " + std::to_string(server) + " serves its pipe"};
+  if (server != serviceProcess) {
+    return Another("process " + std::to_string(server) +
+                   " serves the pipe, but the service is process " +
+                   std::to_string(serviceProcess));
   }
-  if (service.value() != server) {
-    return Error{ErrorKind::NoService, kStep, 0,
-                 "process " + std::to_string(server) +
-                     " serves the pipe, but the service is process " +
-                     std::to_string(service.value())};
+  ULONG session = 0;
+  if (!GetNamedPipeServerSessionId(pipe, &session)) {
+    const DWORD code = GetLastError();
+    return System("the pipe does not tell its server's session", code);
+  }
+  if (session != SessionOfServices()) {
+    return Another("the pipe was created in session " + std::to_string(session) +
+                   ", where no service runs");
   }
   return Done{};
 }

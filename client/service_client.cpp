@@ -1,6 +1,7 @@
 #include "client/service_client.h"
 
 #include "client/responses.h"
+#include "client/wipe.h"
 #include "ipc/wire/message_types.h"
 
 namespace orva_accelerator::client {
@@ -33,8 +34,9 @@ Result<Bytes> ServiceClient::Ask(std::uint32_t type, ByteView payload) {
   return channel_.Exchange(type, clientId_, payload, Deadline::After(timeout_));
 }
 
-Result<Bytes> ServiceClient::AskEncoded(std::uint32_t type, const Result<Bytes>& payload) {
+Result<Bytes> ServiceClient::AskEncoded(std::uint32_t type, Result<Bytes> payload) {
   if (!payload) return payload.error();
+  const WipeAtEnd wipe(payload.value());
   return Ask(type, payload.value());
 }
 

@@ -57,7 +57,7 @@ class ServiceClient {
   Result<Bytes> Ask(std::uint32_t type, ByteView payload);
 
  private:
-  Result<Bytes> AskEncoded(std::uint32_t type, const Result<Bytes>& payload);
+  Result<Bytes> AskEncoded(std::uint32_t type, Result<Bytes> payload);
 
   RequestChannel channel_;
   std::uint32_t clientId_;

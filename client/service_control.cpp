@@ -162,6 +162,12 @@ Result<ServiceStopped> AwaitEnd(SC_HANDLE service, Stop* stop, const Deadline& d
       if (const auto error = stop->Request()) return *error;
     }
     if (process.EndedWithin(Turn(deadline))) return ServiceStopped{true, process.ExitCode()};
+    // Without a handle the id may have gone over to another process; the manager knows whose it is.
+    if (!process.holdsId()) {
+      status = QueryStatus(service, step);
+      if (!status) return status.error();
+      if (status.value().dwProcessId != process.processId()) return ServiceStopped{true, {}};
+    }
     if (const auto over = Over(deadline, interrupt, step, "the service did not end in time")) {
       const bool late = stop != nullptr && over->kind == ErrorKind::Timeout;
       return late ? stop->TooLate(*over) : *over;

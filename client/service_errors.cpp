@@ -31,12 +31,12 @@ constexpr Meaning kMeanings[] = {
     {ERROR_SERVICE_DISABLED, ErrorKind::Refused,
      "the service is disabled; an administrator enables it with \"sc config "
      "OrvaAcceleratorService start= demand\""},
-    {ERROR_SERVICE_DOES_NOT_EXIST, ErrorKind::NoService,
+    {ERROR_SERVICE_DOES_NOT_EXIST, ErrorKind::NotInstalled,
      "the service is not installed; an administrator installs it with "
      "\"OrvaAcceleratorService.exe install\""},
     {ERROR_SERVICE_CANNOT_ACCEPT_CTRL, ErrorKind::Refused,
      "the service is just starting or stopping and takes no requests; try again in a moment"},
-    {ERROR_SERVICE_NOT_ACTIVE, ErrorKind::Refused, "the service is not running"},
+    {ERROR_SERVICE_NOT_ACTIVE, ErrorKind::NotRunning, "the service is not running"},
     {ERROR_PROCESS_ABORTED, ErrorKind::System, "the service's process ended unexpectedly"},
     {ERROR_SERVICE_LOGON_FAILED, ErrorKind::System,
      "the account that the service is registered for cannot log on; install the service again"},

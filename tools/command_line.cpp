@@ -74,10 +74,17 @@ std::unique_ptr<CLI::App> MakeParser(Context& context) {
 
 int RunCommandLine(Context& context, std::vector<std::string> arguments) {
   const auto app = MakeParser(context);
+  // The parser stops at the first mistake, which may stand before the option.
+  const bool asksForJson = std::ranges::find(arguments, "--json") != arguments.end();
+  if (asksForJson) context.options.json = true;
   std::ranges::reverse(arguments);  // The parser takes them from the back.
   try {
     app->parse(std::move(arguments));
   } catch (const CLI::ParseError& error) {
+    if (asksForJson && error.get_exit_code() != 0) {
+      return context.Fail(
+          client::Error{client::ErrorKind::Usage, "read the command line", 0, error.what()});
+    }
     std::ostringstream out;
     std::ostringstream err;
     const int code = app->exit(error, out, err);

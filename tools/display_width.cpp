@@ -19,6 +19,11 @@ constexpr Range kWide[] = {
     {0xFFE0, 0xFFE6}, {0x1F300, 0x1F64F}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
 constexpr Range kCombining[] = {{0x0300, 0x036F}, {0x200B, 0x200F}, {0xFE00, 0xFE0F}};
 
+// What moves the cursor, changes colours or turns the direction of writing: both sets of control
+// characters, separators of lines, and marks of direction.
+constexpr Range kControls[] = {{0x0000, 0x001F}, {0x007F, 0x009F}, {0x061C, 0x061C},
+                               {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
+
 template <std::size_t N>
 bool In(const Range (&ranges)[N], std::uint32_t character) {
   return std::ranges::any_of(ranges, [character](const Range& range) {
@@ -64,20 +69,26 @@ std::string Padded(std::string_view utf8, std::size_t width) {
   return text;
 }
 
-std::string WithoutControls(std::string_view utf8) {
+std::string WithoutControls(std::string_view utf8, ControlsAs controls) {
   std::string text;
-  for (std::size_t i = 0; i < utf8.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(utf8[i]);
-    // C2 80 to C2 9F are the second set of control characters.
-    const bool second =
-        byte == 0xC2 && i + 1 < utf8.size() && static_cast<unsigned char>(utf8[i + 1]) < 0xA0;
-    if (byte >= 0x20 && byte != 0x7F && !second) {
-      text += utf8[i];
+  for (std::size_t i = 0; i < utf8.size();) {
+    const std::size_t begin = i;
+    std::uint32_t character = LeadBits(static_cast<unsigned char>(utf8[i]));
+    for (++i; i < utf8.size() && IsContinuation(utf8[i]); ++i) {
+      character = (character << 6) | (static_cast<unsigned char>(utf8[i]) & 0x3FU);
+    }
+    if (static_cast<unsigned char>(utf8[begin]) >= 0x80 && i - begin == 1) {
+      text += "\xEF\xBF\xBD";  // No character: U+FFFD.
       continue;
     }
-    char escaped[8];
-    const unsigned shown = second ? static_cast<unsigned char>(utf8[++i]) : byte;
-    std::snprintf(escaped, sizeof(escaped), "\\x%02x", shown);
+    if (!In(kControls, character)) {
+      text += utf8.substr(begin, i - begin);
+      continue;
+    }
+    const bool brief = controls == ControlsAs::ForPeople && character < 0x100;
+    char escaped[16];
+    std::snprintf(escaped, sizeof(escaped), brief ? "\\x%02x" : "\\u%04x",
+                  static_cast<unsigned>(character));
     text += escaped;
   }
   return text;

@@ -59,7 +59,8 @@ First steps:
 The service ends by itself 10 seconds after nobody has been there: neither the host application nor
 a client that listens. Keep a "watch" running while you try things out.
 
-Exit codes: 0 done, 1 other failure, 2 usage, 3 no service, 4 timeout, 5 refused, 6 protocol error;
+Exit codes: 0 done, 1 other failure, 2 usage, 3 not installed or not running, 4 timeout, 5 refused,
+6 protocol error, 9 somebody else serves the pipe, 10 the service hung up or has ended, 130 Ctrl+C;
 of the doctor: 0 all is well, 7 warnings, 8 problems.)";
 
 std::string Examples(const std::string& lines) {

@@ -3,6 +3,8 @@
 #include <span>
 #include <utility>
 
+#include "tools/display_width.h"
+
 namespace orva_accelerator::tools {
 
 template <>
@@ -15,7 +17,9 @@ Json ToJson(const orva_used_nodes& list) {
 }
 
 std::string OneLine(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  const std::string line = json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  // JSON itself lets everything but the first set of control characters through.
+  return WithoutControls(line, ControlsAs::ForJson);
 }
 
 }  // namespace orva_accelerator::tools

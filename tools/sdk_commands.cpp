@@ -1,8 +1,13 @@
 // init, login, release: the library's life as clients see it.
+#include <windows.h>
+
 #include <memory>
+#include <string>
+#include <utility>
 
 #include "ipc/wire/message_types.h"
 #include "tools/commands.h"
+#include "tools/credential.h"
 #include "tools/options_parsing.h"
 #include "tools/outcome.h"
 
@@ -47,24 +52,41 @@ int RunRelease(Context& context) {
   return kExitOk;
 }
 
+struct LoginOptions {
+  std::string account;
+  std::string credential;
+  const CLI::Option* onCommandLine = nullptr;  // The credential.
+  bool wait = false;
+};
+
+int RunLogin(Context& context, LoginOptions& options) {
+  if (options.onCommandLine->count() != 0) {
+    context.console.Err(
+        "orvactl: others can see a credential on the command line; leave it out to be asked for "
+        "it\n");
+  } else {
+    auto read = ReadCredential(context.console);
+    if (!read) return context.Fail(read.error());
+    options.credential = std::move(read.value());
+  }
+  const int code = SendAndAwait(context, options.wait, ipc::NotifyUserLogin, "login",
+                                "Login request taken.", [&](client::ServiceClient& service) {
+                                  return service.Login({options.account, options.credential});
+                                });
+  SecureZeroMemory(options.credential.data(), options.credential.size());
+  return code;
+}
+
 void AddLogin(CLI::App& app, Context& context) {
-  struct Credentials {
-    std::string account;
-    std::string credential;
-  };
-  auto request = std::make_shared<Credentials>();
-  auto wait = std::make_shared<bool>(false);
+  auto options = std::make_shared<LoginOptions>();
   CLI::App* login = app.add_subcommand("login", "Log an account in");
-  login->add_option("ACCOUNT", request->account, "Account")->required();
-  login->add_option("CREDENTIAL", request->credential, "Credential")->required();
-  login->add_flag("--wait", *wait, "Wait for the result, which is announced later");
-  login->callback([&context, request, wait] {
-    context.action = [&context, request, wait] {
-      return SendAndAwait(context, *wait, ipc::NotifyUserLogin, "login", "Login request taken.",
-                          [&](client::ServiceClient& service) {
-                            return service.Login({request->account, request->credential});
-                          });
-    };
+  login->add_option("ACCOUNT", options->account, "Account")->required();
+  options->onCommandLine = login->add_option(
+      "CREDENTIAL", options->credential,
+      "Credential; without it, asked for or read from standard input (others can see arguments)");
+  login->add_flag("--wait", options->wait, "Wait for the result, which is announced later");
+  login->callback([&context, options] {
+    context.action = [&context, options] { return RunLogin(context, *options); };
   });
 }
 

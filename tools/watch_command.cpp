@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "client/service_control.h"
 #include "tools/commands.h"
 #include "tools/interrupt.h"
 #include "tools/options_parsing.h"
@@ -16,6 +17,18 @@ struct WatchOptions {
   std::uint32_t count = 0;  // 0: no limit.
   milliseconds seconds{0};  // 0: no limit.
 };
+
+// Whether the service has ended itself or only the connection. Its process needs a moment to end
+// after its pipes have.
+client::Error WithReason(const Context& context, client::Error hungUp) {
+  constexpr milliseconds kMoment{2000};
+  const client::Endpoint& endpoint = context.options.push;
+  if (endpoint.verifyServer &&
+      client::WaitUntilEnded(endpoint.serviceName, client::Deadline::After(kMoment))) {
+    hungUp.text = "the service has ended";
+  }
+  return hungUp;
+}
 
 int RunWatch(Context& context, const WatchOptions& options) {
   const HANDLE interrupt = InterruptEvent();
@@ -40,6 +53,7 @@ int RunWatch(Context& context, const WatchOptions& options) {
     }
     const client::ErrorKind kind = next.error().kind;
     if (kind == client::ErrorKind::Interrupted) return kExitOk;
+    if (kind == client::ErrorKind::HungUp) return context.Fail(WithReason(context, next.error()));
     if (kind != client::ErrorKind::Timeout) return context.Fail(next.error());
     if (limited) return kExitOk;
     deadline = client::Deadline::After(turn);

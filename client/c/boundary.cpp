@@ -37,8 +37,14 @@ orva_code CodeOf(ErrorKind kind) noexcept {
   switch (kind) {
     case ErrorKind::Usage:
       return ORVA_ERROR_USAGE;
-    case ErrorKind::NoService:
-      return ORVA_ERROR_NO_SERVICE;
+    case ErrorKind::NotInstalled:
+      return ORVA_ERROR_NOT_INSTALLED;
+    case ErrorKind::NotRunning:
+      return ORVA_ERROR_NOT_RUNNING;
+    case ErrorKind::NotTheService:
+      return ORVA_ERROR_NOT_THE_SERVICE;
+    case ErrorKind::HungUp:
+      return ORVA_ERROR_HUNG_UP;
     case ErrorKind::Timeout:
       return ORVA_ERROR_TIMEOUT;
     case ErrorKind::Refused:
@@ -96,14 +102,20 @@ const char* orva_code_text(orva_code code) {
       return "success";
     case ORVA_ERROR_USAGE:
       return "the call cannot be carried out as it is";
-    case ORVA_ERROR_NO_SERVICE:
-      return "the service is not running, or somebody else serves its pipe";
+    case ORVA_ERROR_NOT_INSTALLED:
+      return "the service is not installed";
+    case ORVA_ERROR_NOT_RUNNING:
+      return "the service is not running";
+    case ORVA_ERROR_NOT_THE_SERVICE:
+      return "somebody else serves the service's pipe";
+    case ORVA_ERROR_HUNG_UP:
+      return "the service ended the connection";
     case ORVA_ERROR_TIMEOUT:
       return "the service did not get there in time";
     case ORVA_ERROR_REFUSED:
       return "the service does not know the request";
     case ORVA_ERROR_PROTOCOL:
-      return "the service's bytes cannot be understood, or it ended the connection";
+      return "the service's bytes cannot be understood";
     case ORVA_ERROR_SYSTEM:
       return "a system call failed";
     case ORVA_ERROR_INTERRUPTED:

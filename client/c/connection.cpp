@@ -14,8 +14,8 @@ orva_code orva_client_connect(const orva_endpoint* endpoint, uint32_t client_id,
     if (client_id == 0) return Misuse(function, "0 is no client id");
     auto where = EndpointOf(function, endpoint, RequestChannel::DefaultEndpoint());
     if (!where) return where.error();
-    auto channel =
-        RequestChannel::Open(where.value(), Deadline::After(TimeoutOf(connect_timeout_ms)));
+    auto channel = RequestChannel::Open(
+        where.value(), Deadline::After(TimeoutOf(connect_timeout_ms)), CancelOf(endpoint));
     if (!channel) return channel.error();
     *client = new orva_client(
         ServiceClient(std::move(channel.value()), client_id, TimeoutOf(request_timeout_ms)));

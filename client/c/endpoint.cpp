@@ -35,6 +35,12 @@ Result<Done> Replace(std::wstring& name, const char* utf8, std::size_t length, c
 Result<Endpoint> EndpointOf(const char* function, const orva_endpoint* endpoint,
                             Endpoint installed) {
   if (endpoint == nullptr) return installed;
+  if (endpoint->size != sizeof(orva_endpoint)) {
+    return Misuse(function, "the size of the endpoint is not set");
+  }
+  if (endpoint->trust_any_server != 0 && endpoint->trust_any_server != ORVA_TRUST_ANY_SERVER) {
+    return Misuse(function, "trust_any_server is neither 0 nor ORVA_TRUST_ANY_SERVER");
+  }
   auto replaced = Replace(installed.pipeName, endpoint->pipe_name, endpoint->pipe_name_length,
                           function, "pipe_name");
   if (!replaced) return replaced.error();
@@ -42,7 +48,13 @@ Result<Endpoint> EndpointOf(const char* function, const orva_endpoint* endpoint,
                      function, "service_name");
   if (!replaced) return replaced.error();
   installed.verifyServer = endpoint->trust_any_server == 0;
+  installed.startService = endpoint->start_service != 0;
   return installed;
+}
+
+HANDLE CancelOf(const orva_endpoint* endpoint) noexcept {
+  const bool given = endpoint != nullptr && endpoint->cancel != nullptr;
+  return given ? endpoint->cancel->event.get() : nullptr;
 }
 
 std::chrono::milliseconds TimeoutOf(std::uint32_t milliseconds) noexcept {

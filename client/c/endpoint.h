@@ -1,5 +1,7 @@
-// Where the C interface's callers want to connect to.
+// Where the C interface's callers want to connect to, and what ends their waits.
 #pragma once
+
+#include <windows.h>
 
 #include <chrono>
 #include <cstdint>
@@ -7,8 +9,16 @@
 #include "client/include/orva_client.h"
 #include "client/pipe_opener.h"
 #include "client/result.h"
+#include "win32/unique_handle.h"
+
+struct orva_cancel {
+  orva_accelerator::win32::UniqueKernelHandle event;  // Manual reset.
+};
 
 namespace orva_accelerator::client {
+
+// What ends the waits of whoever was given this endpoint; null if nothing does.
+HANDLE CancelOf(const orva_endpoint* endpoint) noexcept;
 
 // `installed` with what `endpoint`, which may be null, says otherwise. A name that is not UTF-8 is
 // a usage error.

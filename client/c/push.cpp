@@ -8,14 +8,12 @@
 #include "client/c/boundary.h"
 #include "client/c/endpoint.h"
 #include "client/push_channel.h"
-#include "win32/unique_handle.h"
 
 using namespace orva_accelerator::client;
-using orva_accelerator::win32::UniqueKernelHandle;
 
 struct orva_push {
   std::optional<PushChannel> channel;  // Nothing after an exception, which may have lost messages.
-  UniqueKernelHandle interrupt;        // Stays set until a wait has ended for it.
+  HANDLE interrupt;                    // Borrowed; may be null.
 };
 
 namespace {
@@ -26,13 +24,7 @@ Result<Notification> Next(orva_push& push, const Deadline& deadline) {
                  "the connection has been closed after an earlier error"};
   }
   try {
-    auto next = push.channel->Next(deadline, push.interrupt.get());
-    // Not sooner: when a notification comes in the same moment, it is given, and the interrupt is
-    // for the next wait. Resetting fails for no event of ours.
-    if (!next && next.error().kind == ErrorKind::Interrupted) {
-      (void)ResetEvent(push.interrupt.get());
-    }
-    return next;
+    return push.channel->Next(deadline, push.interrupt);
   } catch (...) {
     push.channel.reset();
     throw;
@@ -53,15 +45,10 @@ orva_code orva_push_register(const orva_endpoint* endpoint, uint32_t client_id, 
     if (client_id == 0) return Misuse(function, "0 is no client id");
     auto where = EndpointOf(function, endpoint, PushChannel::DefaultEndpoint());
     if (!where) return where.error();
-    UniqueKernelHandle interrupt(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    if (!interrupt) {
-      const DWORD code = GetLastError();
-      return Error{ErrorKind::System, "create an event", code, "the system refused it"};
-    }
-    auto channel =
-        PushChannel::Register(where.value(), client_id, Deadline::After(TimeoutOf(timeout_ms)));
+    auto channel = PushChannel::Register(
+        where.value(), client_id, Deadline::After(TimeoutOf(timeout_ms)), CancelOf(endpoint));
     if (!channel) return channel.error();
-    *push = new orva_push{std::move(channel.value()), std::move(interrupt)};
+    *push = new orva_push{std::move(channel.value()), CancelOf(endpoint)};
     return Done{};
   });
 }
@@ -70,14 +57,6 @@ orva_code orva_push_next(orva_push* push, uint32_t timeout_ms, orva_notification
                          orva_error* error) {
   return GiveRecord(__func__, error, notification, {{push, "push"}},
                     [&] { return Next(*push, Deadline::After(TimeoutOf(timeout_ms))); });
-}
-
-orva_code orva_push_interrupt(orva_push* push, orva_error* error) {
-  return Guarded(__func__, error, {{push, "push"}}, [&]() -> Result<Done> {
-    if (SetEvent(push->interrupt.get())) return Done{};
-    const DWORD code = GetLastError();
-    return Error{ErrorKind::System, "interrupt the wait", code, "the system refused it"};
-  });
 }
 
 void orva_push_close(orva_push* push) {

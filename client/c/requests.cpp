@@ -27,6 +27,9 @@ orva_code AskForNumber(const char* function, orva_client* client, Number* number
 }
 
 Result<StartRequest> StartOf(const char* function, const orva_start_request& request) {
+  if (request.size != sizeof(orva_start_request)) {
+    return Misuse(function, "the size of the request is not set");
+  }
   const auto misuse = CheckArguments(
       function,
       {TextArgument(request.text, request.text_length, "text"),

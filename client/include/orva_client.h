@@ -53,15 +53,18 @@ ORVA_API uint32_t orva_api_version(void);
 typedef int32_t orva_code;
 enum {
   ORVA_OK = 0,
-  ORVA_ERROR_USAGE = 1,        // The call cannot be carried out as it is; nothing was sent.
-  ORVA_ERROR_NO_SERVICE = 2,   // Nobody serves the pipe, or somebody who is not the service.
-  ORVA_ERROR_TIMEOUT = 3,      // The time is over.
-  ORVA_ERROR_REFUSED = 4,      // The service does not know the request.
-  ORVA_ERROR_PROTOCOL = 5,     // What came cannot be understood, or the service hung up.
-  ORVA_ERROR_SYSTEM = 6,       // Another failed call of Windows; see win32_code.
-  ORVA_ERROR_INTERRUPTED = 7,  // orva_push_interrupt was called.
-  ORVA_ERROR_MEMORY = 8,       // Out of memory.
-  ORVA_ERROR_INTERNAL = 9      // A fault of this library.
+  ORVA_ERROR_USAGE = 1,            // The call cannot be carried out as it is; nothing was sent.
+  ORVA_ERROR_NOT_INSTALLED = 2,    // There is no such service: install it.
+  ORVA_ERROR_NOT_RUNNING = 3,      // It is there and does not run: start it.
+  ORVA_ERROR_NOT_THE_SERVICE = 4,  // Somebody else serves the pipe: do not try again.
+  ORVA_ERROR_HUNG_UP = 5,          // The service ended the connection, or itself: connect anew.
+  ORVA_ERROR_TIMEOUT = 6,          // The time is over.
+  ORVA_ERROR_REFUSED = 7,          // The service does not know the request.
+  ORVA_ERROR_PROTOCOL = 8,         // What came cannot be understood: a bug on one of the sides.
+  ORVA_ERROR_SYSTEM = 9,           // Another failed call of Windows; see win32_code.
+  ORVA_ERROR_INTERRUPTED = 10,     // orva_cancel_set was called.
+  ORVA_ERROR_MEMORY = 11,          // Out of memory.
+  ORVA_ERROR_INTERNAL = 12         // A fault of this library.
 };
 
 typedef struct orva_error {
@@ -78,16 +81,55 @@ ORVA_API const char* orva_code_text(orva_code code);
 // Releases a record that a function gave, with everything that it points to. Any thread.
 ORVA_API void orva_free(void* record);
 
-// ---- Where the service is
+// ---- Ending waits from another thread
 
-// NULL in place of an endpoint, and zeros in each of its fields, mean the installed service.
+typedef struct orva_cancel orva_cancel;
+
+ORVA_API orva_code orva_cancel_create(orva_cancel** cancel, orva_error* error);
+// Any thread: every wait that was given this object, and every later one until orva_cancel_reset,
+// ends with ORVA_ERROR_INTERRUPTED. A request that was under way closes its connection.
+ORVA_API orva_code orva_cancel_set(orva_cancel* cancel, orva_error* error);
+ORVA_API orva_code orva_cancel_reset(orva_cancel* cancel, orva_error* error);
+// After everything that was given it has been closed.
+ORVA_API void orva_cancel_close(orva_cancel* cancel);
+
+// ---- Where the service is, and how to get there
+
+// Nothing else switches the check of the server off, so that no uninitialised record does.
+#define ORVA_TRUST_ANY_SERVER 0x54525553
+
+// NULL in place of an endpoint, and zeros in each of its fields but the first, mean the installed
+// service.
 typedef struct orva_endpoint {
+  size_t size;            // sizeof(orva_endpoint), or it is a USAGE error.
   const char* pipe_name;  // With "\\.\pipe\" in front.
   size_t pipe_name_length;
   const char* service_name;  // Whose process must serve the pipe.
   size_t service_name_length;
-  int32_t trust_any_server;  // Leave out that check. For tests: any program can create the pipe.
+  // 0, or ORVA_TRUST_ANY_SERVER to leave out that check. For tests: any program can create the
+  // pipe.
+  int32_t trust_any_server;
+  int32_t start_service;  // 1: start the service if it does not run, and wait for it.
+  orva_cancel* cancel;    // Ends connecting, and every wait of the connection. Kept, not copied.
 } orva_endpoint;
+
+// ---- The service itself
+//
+// For every signed-in user, without elevation. `endpoint` says which service, and what ends the
+// wait. TIMEOUT when it is not so in time. Windows itself waits up to 30 s for a new process to
+// report; that cannot be cut short.
+
+// Starts it unless it runs, and waits until it does.
+ORVA_API orva_code orva_service_start(const orva_endpoint* endpoint, uint32_t timeout_ms,
+                                      orva_error* error);
+// Stops it if it runs, and waits until its process has ended.
+ORVA_API orva_code orva_service_stop(const orva_endpoint* endpoint, uint32_t timeout_ms,
+                                     orva_error* error);
+// Only wait, for somebody else to start or to stop it.
+ORVA_API orva_code orva_service_wait_until_running(const orva_endpoint* endpoint,
+                                                   uint32_t timeout_ms, orva_error* error);
+ORVA_API orva_code orva_service_wait_until_ended(const orva_endpoint* endpoint, uint32_t timeout_ms,
+                                                 orva_error* error);
 
 // ---- Connections for requests
 
@@ -99,8 +141,8 @@ typedef struct orva_client orva_client;
 // `client_id` is any number but 0 that no other program uses, such as the process id; it is the
 // same for the push connection. `request_timeout_ms` bounds each request on this connection.
 //
-// Errors: NO_SERVICE when the service does not run or another process serves its pipe, TIMEOUT when
-// it stays busy.
+// Errors: NOT_INSTALLED and NOT_RUNNING at once, NOT_THE_SERVICE when nobody but somebody else
+// serves the pipe until the time is over, TIMEOUT when the service stays busy.
 ORVA_API orva_code orva_client_connect(const orva_endpoint* endpoint, uint32_t client_id,
                                        uint32_t connect_timeout_ms, uint32_t request_timeout_ms,
                                        orva_client** client, orva_error* error);
@@ -141,6 +183,7 @@ ORVA_API orva_code orva_client_login(orva_client* client, const char* account,
 ORVA_API orva_code orva_client_release(orva_client* client, orva_error* error);
 
 typedef struct orva_start_request {
+  size_t size;  // sizeof(orva_start_request), or it is a USAGE error.
   uint32_t arg1;
   uint32_t arg2;
   uint32_t arg3;
@@ -210,10 +253,6 @@ ORVA_API orva_code orva_push_register(const orva_endpoint* endpoint, uint32_t cl
 // lost. Any other error is final: close it.
 ORVA_API orva_code orva_push_next(orva_push* push, uint32_t timeout_ms,
                                   orva_notification** notification, orva_error* error);
-
-// From any thread, also while another waits in orva_push_next: ends that wait, or else the next
-// one, with ORVA_ERROR_INTERRUPTED. Several calls before a wait count as one.
-ORVA_API orva_code orva_push_interrupt(orva_push* push, orva_error* error);
 
 // Not while another thread is in a call with this connection.
 ORVA_API void orva_push_close(orva_push* push);

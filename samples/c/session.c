@@ -90,7 +90,7 @@ static void log_in(const session* s, const char* account, const char* credential
 static void accelerate(const session* s, uint32_t game, uint32_t area, const char* server) {
   orva_error error;
   int32_t accepted = 0;
-  orva_start_request request = {0};
+  orva_start_request request = {sizeof(request), 0, 0, 0, NULL, 0, NULL, 0};
   request.arg1 = game;
   request.arg2 = area;
   request.text = server;

@@ -8,7 +8,10 @@ namespace {
 // Programs compare these.
 TEST(ClientError, HasANameForEachKind) {
   EXPECT_STREQ(KindName(ErrorKind::Usage), "usage");
-  EXPECT_STREQ(KindName(ErrorKind::NoService), "no-service");
+  EXPECT_STREQ(KindName(ErrorKind::NotInstalled), "not-installed");
+  EXPECT_STREQ(KindName(ErrorKind::NotRunning), "not-running");
+  EXPECT_STREQ(KindName(ErrorKind::NotTheService), "not-the-service");
+  EXPECT_STREQ(KindName(ErrorKind::HungUp), "hung-up");
   EXPECT_STREQ(KindName(ErrorKind::Timeout), "timeout");
   EXPECT_STREQ(KindName(ErrorKind::Refused), "refused");
   EXPECT_STREQ(KindName(ErrorKind::Protocol), "protocol");

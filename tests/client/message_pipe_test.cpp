@@ -53,7 +53,7 @@ TEST_F(MessagePipeTest, KeepsTheCodeOfAWriteThatFails) {
   hook.failCall(1, ERROR_NO_DATA, FALSE);
   const auto written = pipe_->Write(Bytes{1}, patient(), kStep);
   ASSERT_FALSE(written.ok());
-  EXPECT_EQ(written.error().kind, ErrorKind::Protocol);
+  EXPECT_EQ(written.error().kind, ErrorKind::HungUp);
   EXPECT_EQ(written.error().win32Code, DWORD{ERROR_NO_DATA});
 }
 

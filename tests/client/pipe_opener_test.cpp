@@ -24,10 +24,10 @@ Result<MessagePipe> open(const std::wstring& name, const Deadline& deadline) {
   return OpenPipe(endpoint(name), deadline, "open the test pipe");
 }
 
-TEST(PipeOpener, SaysThatThereIsNoServiceWhenNobodyCreatesThePipe) {
+TEST(PipeOpener, SaysThatTheServiceDoesNotRunWhenNobodyCreatesThePipe) {
   const auto pipe = open(test::uniquePipeName(L"nobody"), soon());
   ASSERT_FALSE(pipe.ok());
-  EXPECT_EQ(pipe.error().kind, ErrorKind::NoService);
+  EXPECT_EQ(pipe.error().kind, ErrorKind::NotRunning);
   EXPECT_EQ(pipe.error().win32Code, DWORD{ERROR_FILE_NOT_FOUND});
   EXPECT_EQ(Describe(pipe.error()),
             "Could not open the test pipe: the service is not running (Win32 error 2)");
@@ -73,6 +73,18 @@ TEST(PipeOpener, TriesAgainUntilAnInstanceIsFree) {
   end.disconnect();
   ASSERT_TRUE(end.accept());
   EXPECT_TRUE(opened.get().ok());
+}
+
+TEST(PipeOpener, StopsTryingWhenInterrupted) {
+  const win32::UniqueKernelHandle interrupt(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  ASSERT_TRUE(interrupt);
+  ImportHook<decltype(CreateFileW)> hook("kernel32.dll", "CreateFileW");
+  auto opened = std::async(std::launch::async, [&] {
+    return OpenPipe(endpoint(test::uniquePipeName(L"nobody")), patient(), "open", interrupt.get());
+  });
+  ASSERT_TRUE(test::waitUntil([&] { return hook.callCount() >= 1; }));
+  ASSERT_TRUE(SetEvent(interrupt.get()));
+  EXPECT_EQ(opened.get().error().kind, ErrorKind::Interrupted);
 }
 
 TEST(PipeOpener, DoesNotTryAgainAfterAnyOtherError) {

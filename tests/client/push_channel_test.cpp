@@ -127,7 +127,7 @@ TEST_F(PushChannelTest, SaysThatTheServiceEndedTheConnection) {
   end_.disconnect();
   const auto next = channel_->Next(patient());
   ASSERT_FALSE(next.ok());
-  EXPECT_EQ(next.error().kind, ErrorKind::Protocol);
+  EXPECT_EQ(next.error().kind, ErrorKind::HungUp);
   EXPECT_NE(next.error().win32Code, 0u);
 }
 

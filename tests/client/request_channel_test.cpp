@@ -155,11 +155,11 @@ TEST_F(RequestChannelTest, TimesOutWhenTheRequestIsNotRead) {
   EXPECT_FALSE(channel.value().usable());
 }
 
-TEST_F(RequestChannelTest, IsAProtocolErrorWhenTheServiceHangsUpInsteadOfAnswering) {
+TEST_F(RequestChannelTest, SaysThatTheServiceHasHungUpInsteadOfAnswering) {
   serve([](ServerEnd& end, const Bytes&) { end.disconnect(); });
   const auto answer = ask();
   ASSERT_FALSE(answer.ok());
-  EXPECT_EQ(answer.error().kind, ErrorKind::Protocol);
+  EXPECT_EQ(answer.error().kind, ErrorKind::HungUp);
   EXPECT_NE(answer.error().win32Code, 0u);
   EXPECT_FALSE(channel_->usable());
 }

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <vector>
+
 #include "client/pipe_opener.h"
+#include "tests/client/deadlines.h"
 #include "tests/client/server_end.h"
 #include "tests/support/import_patch.h"
 #include "tests/support/pipe_names.h"
@@ -26,21 +30,25 @@ class ServerProcess : public testing::Test {
     closeHandle_.replace([](SC_HANDLE) { return TRUE; });
   }
 
-  void serviceRunsAs(DWORD processId) {
-    query_.replace([processId](SC_HANDLE, SC_STATUS_TYPE, LPBYTE buffer, DWORD, LPDWORD) {
-      reinterpret_cast<SERVICE_STATUS_PROCESS*>(buffer)->dwProcessId = processId;
-      return TRUE;
-    });
+  // What the manager says one time after the other; the last goes on.
+  void serviceRunsAs(std::vector<DWORD> processIds, DWORD state = SERVICE_RUNNING) {
+    query_.replace(
+        [this, processIds, state](SC_HANDLE, SC_STATUS_TYPE, LPBYTE buffer, DWORD, LPDWORD) {
+          auto& status = *reinterpret_cast<SERVICE_STATUS_PROCESS*>(buffer);
+          status.dwProcessId = processIds[std::min(asked_++, processIds.size() - 1)];
+          status.dwCurrentState = state;
+          return TRUE;
+        });
   }
 
-  Result<MessagePipe> open() {
-    return OpenPipe(Endpoint{name_, true, L"SomeService"}, Deadline::After(test::kPatience),
-                    "open the test pipe");
+  Result<MessagePipe> open(const Deadline& deadline = patient()) {
+    return OpenPipe(Endpoint{name_, true, L"SomeService"}, deadline, "open the test pipe");
   }
 
   std::wstring name_ = test::uniquePipeName(L"verified");
   ServerEnd end_{name_};
   std::wstring askedFor_;
+  std::size_t asked_ = 0;
   ImportHook<decltype(OpenSCManagerW)> openManager_{"advapi32.dll", "OpenSCManagerW"};
   ImportHook<decltype(OpenServiceW)> openService_{"advapi32.dll", "OpenServiceW"};
   ImportHook<decltype(QueryServiceStatusEx)> query_{"advapi32.dll", "QueryServiceStatusEx"};
@@ -48,30 +56,78 @@ class ServerProcess : public testing::Test {
 };
 
 TEST_F(ServerProcess, IsAcceptedWhenItIsTheServices) {
-  serviceRunsAs(GetCurrentProcessId());
+  serviceRunsAs({GetCurrentProcessId()});
   EXPECT_TRUE(open().ok());
   EXPECT_EQ(askedFor_, L"SomeService");
   EXPECT_EQ(std::get<2>(openManager_.calls().at(0)), DWORD{SC_MANAGER_CONNECT});
   EXPECT_EQ(std::get<2>(openService_.calls().at(0)), DWORD{SERVICE_QUERY_STATUS});
-  EXPECT_EQ(closeHandle_.callCount(), 2u);
+  EXPECT_EQ(closeHandle_.callCount(), 4u);
 }
 
 TEST_F(ServerProcess, IsRejectedWhenItIsAnother) {
-  serviceRunsAs(GetCurrentProcessId() + 4);
-  const auto pipe = open();
+  serviceRunsAs({GetCurrentProcessId() + 4});
+  const auto pipe = open(soon());
   ASSERT_FALSE(pipe.ok());
-  EXPECT_EQ(pipe.error().kind, ErrorKind::NoService);
+  EXPECT_EQ(pipe.error().kind, ErrorKind::NotTheService);
 }
 
-TEST_F(ServerProcess, IsRejectedWhenTheServiceDoesNotRun) {
-  serviceRunsAs(0);
-  EXPECT_EQ(open().error().kind, ErrorKind::NoService);
+TEST_F(ServerProcess, IsRejectedWhenItsIdWasAnothersWhenThePipeWasMade) {
+  serviceRunsAs({GetCurrentProcessId()});
+  ImportHook<decltype(GetNamedPipeServerSessionId)> session("kernel32.dll",
+                                                            "GetNamedPipeServerSessionId");
+  session.replace([](HANDLE, PULONG id) {
+    *id = 77;
+    return TRUE;
+  });
+  const auto pipe = open(soon());
+  ASSERT_FALSE(pipe.ok());
+  EXPECT_EQ(pipe.error().kind, ErrorKind::NotTheService);
+  EXPECT_EQ(pipe.error().text, "the pipe was created in session 77, where no service runs");
+}
+
+TEST_F(ServerProcess, IsRejectedWhenTheServiceHasAnotherProcessAfterwards) {
+  serviceRunsAs({GetCurrentProcessId(), GetCurrentProcessId() + 4});
+  EXPECT_EQ(open(soon()).error().kind, ErrorKind::NotTheService);
+}
+
+TEST_F(ServerProcess, IsLookedForBehindAnInstanceOfSomebodyElse) {
+  serviceRunsAs({GetCurrentProcessId()});
+  ImportHook<decltype(GetNamedPipeServerProcessId)> server("kernel32.dll",
+                                                           "GetNamedPipeServerProcessId");
+  int connections = 0;
+  server.replace([&connections](HANDLE, PULONG id) {
+    *id = GetCurrentProcessId() + (++connections == 1 ? 4 : 0);
+    return TRUE;
+  });
+  const ServerEnd second(name_);
+  EXPECT_TRUE(open().ok());
+  EXPECT_EQ(connections, 2);
+}
+
+TEST_F(ServerProcess, IsNotLookedForWhenTheServiceDoesNotRun) {
+  serviceRunsAs({0}, SERVICE_STOPPED);
+  ImportHook<decltype(CreateFileW)> file("kernel32.dll", "CreateFileW");
+  EXPECT_EQ(open().error().kind, ErrorKind::NotRunning);
+  EXPECT_EQ(file.callCount(), 0u);
+}
+
+TEST_F(ServerProcess, IsNotWaitedForWhenTheManagersProcessHasEnded) {
+  serviceRunsAs({0x7FFFFFFD});
+  name_ = test::uniquePipeName(L"nobody");
+  EXPECT_EQ(open().error().kind, ErrorKind::NotRunning);
+}
+
+TEST_F(ServerProcess, IsWaitedForWhileTheServiceStarts) {
+  serviceRunsAs({0}, SERVICE_START_PENDING);
+  name_ = test::uniquePipeName(L"nobody");
+  EXPECT_EQ(open(soon()).error().kind, ErrorKind::Timeout);
+  EXPECT_GT(asked_, 1u);
 }
 
 TEST_F(ServerProcess, IsRejectedWhenTheServiceIsNotInstalled) {
   openService_.failAllCalls(ERROR_SERVICE_DOES_NOT_EXIST, nullptr);
   const auto pipe = open();
-  EXPECT_EQ(pipe.error().kind, ErrorKind::NoService);
+  EXPECT_EQ(pipe.error().kind, ErrorKind::NotInstalled);
   EXPECT_EQ(pipe.error().win32Code, DWORD{ERROR_SERVICE_DOES_NOT_EXIST});
   EXPECT_EQ(closeHandle_.callCount(), 1u);
 }
@@ -96,6 +152,7 @@ TEST_F(ServerProcess, IsASystemErrorWhenTheStatusCannotBeRead) {
 }
 
 TEST_F(ServerProcess, IsASystemErrorWhenThePipeDoesNotTellIt) {
+  serviceRunsAs({GetCurrentProcessId()});
   ImportHook<decltype(GetNamedPipeServerProcessId)> server("kernel32.dll",
                                                            "GetNamedPipeServerProcessId");
   server.failAllCalls(ERROR_NOT_SUPPORTED, FALSE);

@@ -21,9 +21,9 @@ TEST(ServiceErrors, SayWhatToDoAboutEachRefusal) {
         Expected{ERROR_SERVICE_REQUEST_TIMEOUT, ErrorKind::Timeout, "did not report"},
         Expected{ERROR_SERVICE_ALREADY_RUNNING, ErrorKind::Refused, "running already"},
         Expected{ERROR_SERVICE_DISABLED, ErrorKind::Refused, "start= demand"},
-        Expected{ERROR_SERVICE_DOES_NOT_EXIST, ErrorKind::NoService, "not installed"},
+        Expected{ERROR_SERVICE_DOES_NOT_EXIST, ErrorKind::NotInstalled, "not installed"},
         Expected{ERROR_SERVICE_CANNOT_ACCEPT_CTRL, ErrorKind::Refused, "try again"},
-        Expected{ERROR_SERVICE_NOT_ACTIVE, ErrorKind::Refused, "not running"},
+        Expected{ERROR_SERVICE_NOT_ACTIVE, ErrorKind::NotRunning, "not running"},
         Expected{ERROR_SERVICE_MARKED_FOR_DELETE, ErrorKind::Refused, "being deleted"}}) {
     const Error error = ServiceError("start the service", expected.code);
     EXPECT_EQ(error.kind, expected.kind) << expected.code;

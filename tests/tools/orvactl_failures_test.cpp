@@ -34,6 +34,14 @@ TEST_F(OrvactlFailure, IsTwoForWrongUsage) {
   EXPECT_TRUE(service_.requests().empty());
 }
 
+TEST_F(OrvactlFailure, IsToldInJsonWhenTheCommandLineIsWrong) {
+  const auto result = run({"heartbeat", "--timeout", "soon", "--json"});
+  EXPECT_EQ(result.exitCode, 2u);
+  const auto error = nlohmann::json::parse(result.err).at("error");
+  EXPECT_EQ(error.at("kind"), "usage");
+  EXPECT_NE(error.at("text").get<std::string>().find("soon"), std::string::npos);
+}
+
 TEST_F(OrvactlFailure, IsThreeWithoutAService) {
   const auto result = runOrvactl({"status", "--timeout", "50ms", "--no-verify-server",
                                   "--request-pipe=\\\\.\\pipe\\OrvaTest_nobody"});
@@ -43,7 +51,7 @@ TEST_F(OrvactlFailure, IsThreeWithoutAService) {
             "2)\n");
 }
 
-TEST_F(OrvactlFailure, IsThreeWhenAnotherProcessServesThePipe) {
+TEST_F(OrvactlFailure, IsThreeWhenTheServiceIsNotInstalledWhoeverServesThePipe) {
   service_.answerWith("heartbeat");
   auto arguments = asClientOf(service_, {"login", "player", "secret"});
   arguments.erase(arguments.begin());  // --no-verify-server

@@ -24,7 +24,7 @@ TEST(OrvactlService, IsThreeWhenNothingIsInstalled) {
 TEST(OrvactlService, TellsErrorsInJson) {
   const auto result = runOrvactl({kNobody, "service", "stop", "--json"});
   const auto error = nlohmann::json::parse(result.err).at("error");
-  EXPECT_EQ(error.at("kind"), "no-service");
+  EXPECT_EQ(error.at("kind"), "not-installed");
   EXPECT_EQ(error.at("win32Code"), 1060);
   EXPECT_EQ(error.at("step"), "stop the service");
 }

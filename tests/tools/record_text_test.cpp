@@ -28,6 +28,16 @@ TEST(RecordText, EscapesControlCharactersOfTexts) {
   EXPECT_EQ(ValueText("a\x1b[31mb"), "a\\x1b[31mb");
 }
 
+TEST(RecordText, EscapesWhatTurnsTheDirectionOfWriting) {
+  EXPECT_EQ(ValueText("a\u202Eb\u009Bc\x7F\u2066"), "a\\u202eb\\x9bc\\x7f\\u2066");
+  EXPECT_EQ(ValueText("\u4E0A\u6D77\u200B"), "\u4E0A\u6D77\u200B");
+}
+
+TEST(OneLine, EscapesWhatJsonItselfLetsThrough) {
+  EXPECT_EQ(OneLine(Json{{"text", "a\u202Eb\u009Bc\x7F\x1B"}}),
+            "{\"text\":\"a\\u202eb\\u009bc\\u007f\\u001b\"}");
+}
+
 TEST(OneLine, ReplacesBytesThatAreNotUtf8) {
   EXPECT_EQ(OneLine(Json{{"text", "a\xFFz"}}), "{\"text\":\"a\xEF\xBF\xBDz\"}");
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "client/server_process.h"
 #include "client/service_client.h"
 #include "win32/image_path.h"
 #include "win32/process_list.h"
@@ -49,19 +50,13 @@ Finding CheckPipe(const char* check, client::Endpoint endpoint, const ServiceFac
     return {check, Verdict::Problem, client::Describe(pipe.error()),
             "stop and start the service: \"orvactl service stop\", \"orvactl service start\""};
   }
-  ULONG server = 0;
-  if (!GetNamedPipeServerProcessId(pipe.value().handle(), &server)) {
-    const DWORD code = GetLastError();
-    return {check,
-            Verdict::Warning,
-            "the pipe does not tell its server (Win32 error " + std::to_string(code) + ")",
-            {}};
+  const std::uint32_t service = facts.processLives ? facts.status->dwProcessId : 0;
+  const auto checked = client::CheckServer(pipe.value().handle(), service);
+  if (checked) return {check, Verdict::Ok, "answers, and is the service's", {}};
+  if (checked.error().kind != client::ErrorKind::NotTheService) {
+    return {check, Verdict::Warning, client::Describe(checked.error()), {}};
   }
-  if (facts.processLives && server == facts.status->dwProcessId) {
-    return {check, Verdict::Ok, "answers, and is the service's", {}};
-  }
-  return {check, Verdict::Problem,
-          "process " + std::to_string(server) + " serves it, and is not the service",
+  return {check, Verdict::Problem, checked.error().text + ": it is not the service",
           "find out what that process is, and end it"};
 }
 

@@ -39,8 +39,8 @@ TEST(CBoundary, FillsInTheErrorOfASuccessToo) {
 }
 
 TEST(CBoundary, HandsOnWhatWentWrong) {
-  const orva_error error = Failing(ErrorKind::NoService, 2, "the service is not running");
-  EXPECT_EQ(error.code, ORVA_ERROR_NO_SERVICE);
+  const orva_error error = Failing(ErrorKind::NotRunning, 2, "the service is not running");
+  EXPECT_EQ(error.code, ORVA_ERROR_NOT_RUNNING);
   EXPECT_EQ(error.win32_code, 2u);
   EXPECT_STREQ(error.text, "Could not do it: the service is not running (Win32 error 2)");
   EXPECT_EQ(error.text_length, std::strlen(error.text));
@@ -49,11 +49,12 @@ TEST(CBoundary, HandsOnWhatWentWrong) {
 TEST(CBoundary, HasACodeOfItsOwnForEveryKindOfError) {
   std::set<orva_code> codes;
   for (const auto kind :
-       {ErrorKind::Usage, ErrorKind::NoService, ErrorKind::Timeout, ErrorKind::Refused,
-        ErrorKind::Protocol, ErrorKind::System, ErrorKind::Interrupted}) {
+       {ErrorKind::Usage, ErrorKind::NotInstalled, ErrorKind::NotRunning, ErrorKind::NotTheService,
+        ErrorKind::HungUp, ErrorKind::Timeout, ErrorKind::Refused, ErrorKind::Protocol,
+        ErrorKind::System, ErrorKind::Interrupted}) {
     codes.insert(Failing(kind, 0, "").code);
   }
-  EXPECT_EQ(codes, (std::set<orva_code>{1, 2, 3, 4, 5, 6, 7}));
+  EXPECT_EQ(codes, (std::set<orva_code>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
 }
 
 TEST(CBoundary, TurnsExceptionsIntoCodes) {
@@ -129,8 +130,8 @@ TEST(CCodes, HaveATextEach) {
   for (orva_code code = ORVA_OK; code <= ORVA_ERROR_INTERNAL; ++code) {
     texts.insert(orva_code_text(code));
   }
-  EXPECT_EQ(texts.size(), 10u);
-  for (const orva_code unknown : {-1, 10, INT32_MIN, INT32_MAX}) {
+  EXPECT_EQ(texts.size(), 13u);
+  for (const orva_code unknown : {-1, 13, INT32_MIN, INT32_MAX}) {
     EXPECT_STREQ(orva_code_text(unknown), "an unknown code");
   }
 }

@@ -18,7 +18,8 @@ orva_endpoint endpointOf(const std::string& utf8Name) {
   orva_endpoint endpoint{};
   endpoint.pipe_name = utf8Name.data();
   endpoint.pipe_name_length = utf8Name.size();
-  endpoint.trust_any_server = 1;
+  endpoint.size = sizeof(endpoint);
+  endpoint.trust_any_server = ORVA_TRUST_ANY_SERVER;
   return endpoint;
 }
 
@@ -33,9 +34,10 @@ CClient connectTo(const std::wstring& pipe, std::uint32_t clientId) {
   return CClient(client);
 }
 
-CPush registerAt(const std::wstring& pipe, std::uint32_t clientId) {
+CPush registerAt(const std::wstring& pipe, std::uint32_t clientId, orva_cancel* cancel) {
   const std::string name = utf8PipeName(pipe);
-  const orva_endpoint endpoint = endpointOf(name);
+  orva_endpoint endpoint = endpointOf(name);
+  endpoint.cancel = cancel;
   orva_push* push = nullptr;
   orva_error error;
   EXPECT_EQ(orva_push_register(&endpoint, clientId, patienceMs(), &push, &error), ORVA_OK)

@@ -42,7 +42,7 @@ std::string utf8PipeName(const std::wstring& name);
 
 // Null, and a failed test, when it cannot be had.
 CClient connectTo(const std::wstring& pipe, std::uint32_t clientId);
-CPush registerAt(const std::wstring& pipe, std::uint32_t clientId);
+CPush registerAt(const std::wstring& pipe, std::uint32_t clientId, orva_cancel* cancel = nullptr);
 CNotification nextOf(const CPush& push);
 
 // The zero behind it is checked as well.

@@ -14,7 +14,8 @@ using testing::HasSubstr;
 using CControlRequests = FakeServiceTest;
 
 orva_start_request startRequest(const std::string& text, const std::string& nodes) {
-  return orva_start_request{1001, 2, 5, text.data(), text.size(), nodes.data(), nodes.size()};
+  return orva_start_request{
+      sizeof(orva_start_request), 1001, 2, 5, text.data(), text.size(), nodes.data(), nodes.size()};
 }
 
 TEST_F(CControlRequests, ManageTheLibrary) {
@@ -101,6 +102,15 @@ TEST_F(CControlRequests, SendNoNodeSelectionThatWouldEndTheService) {
   EXPECT_EQ(orva_client_is_usable(client()), 1);
 }
 
+TEST_F(CControlRequests, SendNoStartThatNobodyInitialised) {
+  orva_start_request request = startRequest("", "");
+  request.size = 0;
+  std::int32_t accepted = 7;
+  EXPECT_EQ(orva_client_start(client(), &request, &accepted, &error_), ORVA_ERROR_USAGE);
+  EXPECT_THAT(error_.text, HasSubstr("size"));
+  EXPECT_TRUE(service_.requests().empty());
+}
+
 TEST_F(CControlRequests, SendNoTextThatCannotBeAnnounced) {
   const std::string tooLong(65'536, 'x');
   std::int32_t result = 7;
@@ -133,9 +143,9 @@ TEST_F(CControlRequests, TakeNoNullPointer) {
   EXPECT_EQ(orva_client_start_ex(nullptr, &request, 0, &flag, &error_), ORVA_ERROR_USAGE);
   EXPECT_EQ(orva_client_start_ex(client(), nullptr, 0, &flag, &error_), ORVA_ERROR_USAGE);
   EXPECT_EQ(orva_client_start_ex(client(), &request, 0, nullptr, &error_), ORVA_ERROR_USAGE);
-  const orva_start_request noText{0, 0, 0, nullptr, 1, nullptr, 0};
+  const orva_start_request noText{sizeof(noText), 0, 0, 0, nullptr, 1, nullptr, 0};
   EXPECT_EQ(orva_client_start(client(), &noText, &flag, &error_), ORVA_ERROR_USAGE);
-  const orva_start_request noNodes{0, 0, 0, nullptr, 0, nullptr, 1};
+  const orva_start_request noNodes{sizeof(noNodes), 0, 0, 0, nullptr, 0, nullptr, 1};
   EXPECT_EQ(orva_client_start_ex(client(), &noNodes, 0, &flag, &error_), ORVA_ERROR_USAGE);
   EXPECT_EQ(orva_client_stop(nullptr, &error_), ORVA_ERROR_USAGE);
   EXPECT_EQ(orva_client_query_owner(client(), nullptr, &error_), ORVA_ERROR_USAGE);

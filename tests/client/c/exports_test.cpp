@@ -66,7 +66,7 @@ TEST_F(ClientDll, CanBeUsedWithoutItsHeader) {
   const auto text = reinterpret_cast<const char* (*)(std::int32_t)>(
       reinterpret_cast<void*>(GetProcAddress(module_.get(), "orva_code_text")));
   ASSERT_NE(text, nullptr);
-  EXPECT_STREQ(text(8), "out of memory");
+  EXPECT_STREQ(text(11), "out of memory");
 }
 
 }  // namespace

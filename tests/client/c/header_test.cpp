@@ -19,7 +19,7 @@ std::vector<std::size_t> UpToZero(const std::size_t* numbers) {
 }
 
 TEST(CHeader, GivesEveryRecordItsPublishedSize) {
-  EXPECT_THAT(UpToZero(kSizesInC), ElementsAreArray({512, 40, 48, 16, 8, 8, 64, 28, 56, 60, 136, 56,
+  EXPECT_THAT(UpToZero(kSizesInC), ElementsAreArray({512, 56, 56, 16, 8, 8, 64, 28, 56, 60, 136, 56,
                                                      24, 16, 72, 24, 24, 56}));
 }
 
@@ -36,7 +36,7 @@ TEST(CHeader, GivesEveryRecordTheSameSizeInCPlusPlus) {
 }
 
 TEST(CHeader, PutsFieldsBehindPaddingWhereTheyArePublished) {
-  EXPECT_THAT(UpToZero(kOffsetsInC), ElementsAreArray({32, 16, 40, 16, 48, 60, 40, 8, 104, 128, 32,
+  EXPECT_THAT(UpToZero(kOffsetsInC), ElementsAreArray({40, 24, 48, 16, 48, 60, 40, 8, 104, 128, 32,
                                                        48, 40, 64, 8, 16, 48}));
 }
 
@@ -47,14 +47,17 @@ TEST(CHeader, HasTheVersionOfTheLibrary) {
 TEST(CHeader, NumbersCodesForGood) {
   EXPECT_EQ(ORVA_OK, 0);
   EXPECT_EQ(ORVA_ERROR_USAGE, 1);
-  EXPECT_EQ(ORVA_ERROR_NO_SERVICE, 2);
-  EXPECT_EQ(ORVA_ERROR_TIMEOUT, 3);
-  EXPECT_EQ(ORVA_ERROR_REFUSED, 4);
-  EXPECT_EQ(ORVA_ERROR_PROTOCOL, 5);
-  EXPECT_EQ(ORVA_ERROR_SYSTEM, 6);
-  EXPECT_EQ(ORVA_ERROR_INTERRUPTED, 7);
-  EXPECT_EQ(ORVA_ERROR_MEMORY, 8);
-  EXPECT_EQ(ORVA_ERROR_INTERNAL, 9);
+  EXPECT_EQ(ORVA_ERROR_NOT_INSTALLED, 2);
+  EXPECT_EQ(ORVA_ERROR_NOT_RUNNING, 3);
+  EXPECT_EQ(ORVA_ERROR_NOT_THE_SERVICE, 4);
+  EXPECT_EQ(ORVA_ERROR_HUNG_UP, 5);
+  EXPECT_EQ(ORVA_ERROR_TIMEOUT, 6);
+  EXPECT_EQ(ORVA_ERROR_REFUSED, 7);
+  EXPECT_EQ(ORVA_ERROR_PROTOCOL, 8);
+  EXPECT_EQ(ORVA_ERROR_SYSTEM, 9);
+  EXPECT_EQ(ORVA_ERROR_INTERRUPTED, 10);
+  EXPECT_EQ(ORVA_ERROR_MEMORY, 11);
+  EXPECT_EQ(ORVA_ERROR_INTERNAL, 12);
 }
 
 }  // namespace

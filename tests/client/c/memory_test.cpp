@@ -98,7 +98,8 @@ TEST_F(COutOfMemory, ALoginGivesACode) {
 TEST_F(COutOfMemory, AStartGivesACode) {
   service_.answerWith("start_accel_accepted");
   const std::string nodes = "11111111;22222222;33333333";
-  const orva_start_request request{1, 2, 3, nodes.data(), nodes.size(), nodes.data(), nodes.size()};
+  const orva_start_request request{sizeof(request), 1,           2, 3, nodes.data(), nodes.size(),
+                                   nodes.data(),    nodes.size()};
   std::int32_t accepted = 0;
   EXPECT_GT(expectCodesUntilEnough([&](orva_client* client, orva_error* error) {
               return orva_client_start(client, &request, &accepted, error);

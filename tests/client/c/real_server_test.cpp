@@ -39,7 +39,7 @@ TEST_F(CRealServer, AnnouncesTheOutcomeOfALogin) {
 }
 
 TEST_F(CRealServer, KnowsWhoseAccelerationRuns) {
-  const orva_start_request request{1, 2, 3, "text", 4, "5;6", 3};
+  const orva_start_request request{sizeof(request), 1, 2, 3, "text", 4, "5;6", 3};
   std::int32_t accepted = 0;
   ASSERT_EQ(orva_client_start(client_.get(), &request, &accepted, &error_), ORVA_OK);
   EXPECT_EQ(accepted, 1);
