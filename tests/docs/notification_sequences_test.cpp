@@ -1,6 +1,9 @@
 // What the protocol page says about putting notifications together, against the client library.
 #include <gtest/gtest.h>
 
+#include <string>
+#include <string_view>
+
 #include "client/notification_assembler.h"
 #include "tests/support/golden_vectors.h"
 
@@ -9,36 +12,39 @@ namespace {
 
 using nlohmann::json;
 
-// As the sequences write a notification.
-json written(const AccelResult& result) {
-  return {{"value1", result.value1}, {"value2", result.value2}, {"text1", result.text1},
-          {"value3", result.value3}, {"state", result.state},   {"value4", result.value4},
-          {"value5", result.value5}, {"text2", result.text2}};
+std::string textOf(std::string_view text) {
+  return std::string(text);
 }
 
-json written(const StopResult& result) {
-  return {{"success", result.success ? 1 : 0}, {"code", result.code}, {"text", result.text}};
+json valuesOf(const orva_notification& notification) {
+  if (const auto* accel = notification.accel) {
+    return {{"value1", accel->value1},       {"value2", accel->value2},
+            {"text1", textOf(accel->text1)}, {"value3", accel->value3},
+            {"state", accel->state},         {"value4", accel->value4},
+            {"value5", accel->value5},       {"text2", textOf(accel->text2)}};
+  }
+  if (const auto* stop = notification.stop) {
+    return {{"success", stop->success}, {"code", stop->code}, {"text", textOf(stop->text)}};
+  }
+  return {{"code", notification.login->code}, {"text", textOf(notification.login->text)}};
 }
 
-json written(const LoginResult& result) {
-  return {{"code", result.code}, {"text", result.text}};
-}
-
-json written(const UnknownResult& result) {
-  return test::hexFromBytes(result.payload);
-}
-
+// As the sequences write it.
 json given(NotificationAssembler& assembler, ByteView message) {
   const auto taken = assembler.Take(message);
   if (!taken) return "lost";
   if (!taken.value()) return nullptr;
-  const Notification& notification = *taken.value();
-  const bool isKnown = !std::holds_alternative<UnknownResult>(notification.body);
-  return {{"clientId", notification.clientId},
-          {"type", notification.type},
-          {"timestamp", notification.timestamp},
-          {isKnown ? "values" : "payload",
-           std::visit([](const auto& body) { return written(body); }, notification.body)}};
+  const orva_notification& notification = *taken.value();
+  json written = {{"clientId", notification.client_id},
+                  {"type", notification.type},
+                  {"timestamp", notification.timestamp}};
+  if (notification.payload != nullptr) {
+    const ByteView payload(notification.payload, notification.payload_length);
+    written["payload"] = test::hexFromBytes(payload);
+  } else {
+    written["values"] = valuesOf(notification);
+  }
+  return written;
 }
 
 TEST(NotificationSequences, GiveWhatTheySay) {

@@ -75,10 +75,10 @@ struct ListedRequest {
 };
 
 std::vector<ListedRequest> requestsOnThePage() {
+  const std::regex row(R"(\| (\d+) \| 0x([0-9A-F]+) \| `Msg\w+` \| ([^|]+) \| ([^|]+) \|.*)");
   std::vector<ListedRequest> requests;
   for (const std::string& line : linesOfThePage()) {
     std::smatch cells;
-    const std::regex row(R"(\| (\d+) \| 0x([0-9A-F]+) \| `Msg\w+` \| ([^|]+) \| ([^|]+) \|.*)");
     if (!std::regex_match(line, cells, row)) continue;
     requests.push_back(
         {std::stoul(cells[1]), std::stoul(cells[2], nullptr, 16), cells[3], cells[4]});
