@@ -79,7 +79,7 @@ class ConnectionSoak : public SoakSession {
 
 TEST_F(ConnectionSoak, KeepsOneThreadObjectARequestConnectionAndNothingElse) {
   constexpr std::size_t kCycles = 10;
-  const std::size_t perCycle = amount(2'000, 100'000) / kCycles;
+  const std::size_t perCycle = amount(500, 100'000) / kCycles;
   ASSERT_TRUE(initialise());
   // What is made once and then kept is there after these.
   for (int connection = 0; connection < 20; ++connection) ASSERT_TRUE(askOnce());
@@ -112,7 +112,7 @@ TEST_F(ConnectionSoak, KeepsOneThreadObjectARequestConnectionAndNothingElse) {
 // process, so the service lives several times.
 TEST_F(ConnectionSoak, KeepsTheThreadOfAPushRegistrationAndNothingElse) {
   const std::size_t lives = amount(1, 10);
-  const std::size_t perLife = amount(500, 1'000);
+  const std::size_t perLife = amount(200, 1'000);
   Progress progress("push registrations", perLife * lives);
   for (std::size_t life = 1; life <= lives && !HasFailure(); ++life) {
     ASSERT_TRUE(initialise());

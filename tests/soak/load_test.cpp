@@ -47,8 +47,8 @@ class Load : public SoakSession {
 };
 
 TEST_F(Load, AnswersAndNotifiesEveryOneOfManyClientsAtOnce) {
-  const std::size_t requestClients = amount(300, 1'000);
-  const std::size_t pushClients = amount(150, 500);
+  const std::size_t requestClients = amount(100, 1'000);
+  const std::size_t pushClients = amount(50, 500);
   constexpr std::uint32_t kMarker = 0xABCD0001;
   ASSERT_TRUE(initialise());
   const Clients clients = connect(requestClients);
@@ -157,7 +157,7 @@ std::unique_ptr<ChildProcess> startDyingClient(const std::wstring& moment, std::
 }
 
 TEST_F(Load, OutlivesClientsThatAreKilledInTheMiddleOfARequest) {
-  const std::size_t kills = amount(50, 1'000);
+  const std::size_t kills = amount(20, 1'000);
   constexpr std::array<const wchar_t*, 5> kMoments = {L"connected", L"header", L"unread", L"asking",
                                                       L"registered"};
   ASSERT_TRUE(initialise());

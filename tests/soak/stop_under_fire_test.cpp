@@ -82,7 +82,7 @@ class StopUnderFire : public SoakSession {
 };
 
 TEST_F(StopUnderFire, EndsTheProcessAsItIsMeantAndLetsItStartAgain) {
-  const std::size_t cycles = amount(15, 500);
+  const std::size_t cycles = amount(6, 500);
   // While clients connect; while the library blocks; while broadcasts are written, beside all that.
   constexpr std::array<const char*, 3> kScenarios = {
       "{}", R"({"Kernel_GetAccelData": {"blockMs": 10000}})",
