@@ -40,7 +40,7 @@ class AnswerBlock {
   orva_text Text(ByteView bytes) {
     char* const place = static_cast<char*>(Take(bytes.size() + 1));
     // Not memcpy, which takes no null pointer, as no bytes may be.
-    std::copy(bytes.begin(), bytes.end(), place);
+    std::ranges::copy(bytes, place);
     place[bytes.size()] = '\0';
     return orva_text{place, bytes.size()};
   }

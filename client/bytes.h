@@ -26,7 +26,7 @@ std::optional<Record> FrontRecord(ByteView bytes) {
 template <typename Record>
 ByteView BytesOf(const Record& record) {
   static_assert(std::is_trivially_copyable_v<Record>);
-  return ByteView(reinterpret_cast<const std::uint8_t*>(&record), sizeof(Record));
+  return {reinterpret_cast<const std::uint8_t*>(&record), sizeof(Record)};
 }
 
 inline void Append(Bytes& bytes, ByteView more) {

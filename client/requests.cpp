@@ -68,7 +68,7 @@ Result<Bytes> EncodeSpeed(const SpeedRequest& request) {
 
 Bytes EncodeGame(std::uint32_t gameId) {
   const ByteView bytes = BytesOf(gameId);
-  return Bytes(bytes.begin(), bytes.end());
+  return {bytes.begin(), bytes.end()};
 }
 
 Result<Bytes> EncodeFrame(std::uint32_t type, std::uint32_t clientId, ByteView payload) {
@@ -90,7 +90,7 @@ Result<Bytes> EncodeFrame(std::uint32_t type, std::uint32_t clientId, ByteView p
 
 Bytes EncodePushRegistration(std::uint32_t clientId) {
   const ByteView bytes = BytesOf(clientId);
-  return Bytes(bytes.begin(), bytes.end());
+  return {bytes.begin(), bytes.end()};
 }
 
 }  // namespace orva_accelerator::client

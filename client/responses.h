@@ -43,7 +43,7 @@ Result<Answer<Record>> DecodeAnswer(ByteView payload) {
   static_assert(CountTexts<Record>() ==
                 ipc::kTextLengths<typename AnswerFields<Record>::Wire>.size());
   AnswerBlock block(sizeof(Record), CountTexts<Record>(), payload.size());
-  Record* const record = block.template Make<Record>();
+  auto* const record = block.template Make<Record>();
   ByteView rest = payload;
   if (!FillRecord(block, *record, rest) || !rest.empty()) return MalformedAnswer(payload);
   return block.Release(record);

@@ -41,16 +41,17 @@ orva_code orva_push_register(const orva_endpoint* endpoint, uint32_t client_id, 
                              orva_push** push, orva_error* error) {
   if (push != nullptr) *push = nullptr;
   const char* const function = __func__;
-  return Guarded(function, error, {{push, "push"}}, [&]() -> Result<Done> {
-    if (client_id == 0) return Misuse(function, "0 is no client id");
-    auto where = EndpointOf(function, endpoint, PushChannel::DefaultEndpoint());
-    if (!where) return where.error();
-    auto channel = PushChannel::Register(
-        where.value(), client_id, Deadline::After(TimeoutOf(timeout_ms)), CancelOf(endpoint));
-    if (!channel) return channel.error();
-    *push = new orva_push{std::move(channel.value()), CancelOf(endpoint)};
-    return Done{};
-  });
+  return Guarded(
+      function, error, {{static_cast<const void*>(push), "push"}}, [&]() -> Result<Done> {
+        if (client_id == 0) return Misuse(function, "0 is no client id");
+        auto where = EndpointOf(function, endpoint, PushChannel::DefaultEndpoint());
+        if (!where) return where.error();
+        auto channel = PushChannel::Register(
+            where.value(), client_id, Deadline::After(TimeoutOf(timeout_ms)), CancelOf(endpoint));
+        if (!channel) return channel.error();
+        *push = new orva_push{std::move(channel.value()), CancelOf(endpoint)};
+        return Done{};
+      });
 }
 
 orva_code orva_push_next(orva_push* push, uint32_t timeout_ms, orva_notification** notification,

@@ -54,15 +54,17 @@ orva_code orva_service_wait_until_ended(const orva_endpoint* endpoint, uint32_t 
 
 orva_code orva_cancel_create(orva_cancel** cancel, orva_error* error) {
   if (cancel != nullptr) *cancel = nullptr;
-  return Guarded(__func__, error, {{cancel, "cancel"}}, [&]() -> Result<Done> {
-    orva_accelerator::win32::UniqueKernelHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    if (!event) {
-      const DWORD code = GetLastError();
-      return Error{ErrorKind::System, "create an event", code, "the system refused it"};
-    }
-    *cancel = new orva_cancel{std::move(event)};
-    return Done{};
-  });
+  return Guarded(
+      __func__, error, {{static_cast<const void*>(cancel), "cancel"}}, [&]() -> Result<Done> {
+        orva_accelerator::win32::UniqueKernelHandle event(
+            CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        if (!event) {
+          const DWORD code = GetLastError();
+          return Error{ErrorKind::System, "create an event", code, "the system refused it"};
+        }
+        *cancel = new orva_cancel{std::move(event)};
+        return Done{};
+      });
 }
 
 orva_code orva_cancel_set(orva_cancel* cancel, orva_error* error) {
