@@ -28,7 +28,7 @@
 # is asked for. The build that counts lines makes them all.
 function(orva_add_tests)
   cmake_parse_arguments(
-    PARSE_ARGV 0 arg "OWN_HEAP;FIRST;GUARDED" "NAME;TIMEOUT"
+    PARSE_ARGV 0 arg "OWN_HEAP;FIRST" "NAME;TIMEOUT"
     "SOURCES;ALONE;LIBRARIES;LABELS;RESOURCE_LOCK;FIXTURES_REQUIRED;ENVIRONMENT;SHARED_PROCESS;OWN_PROCESS")
   if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
     message(FATAL_ERROR "orva_add_tests: NAME and SOURCES are needed; "

@@ -128,6 +128,10 @@ start_beside "Clang and clang-tidy" second_compiler_and_tidy
   check "Tests of release" run_tests release 'shipped|system' --no-tests="$no_tests" \
     "${ctest_arguments[@]}" || true
 check_beside "Clang and clang-tidy" || true
+# Neither build may have one of a selection that is misspelt.
+if [[ $# -gt 0 ]]; then
+  check "Selection of tests" grep -q '^[0-9]*% tests passed' "$results"/{checked,release}.log || true
+fi
 
 step "Summary"
 printf '  %s\n' "${summary[@]}"
