@@ -18,23 +18,31 @@ std::uint32_t pushTimestamp() {
   return static_cast<std::uint32_t>(static_cast<std::uint64_t>(ticks));
 }
 
-bool writeWhole(HANDLE pipe, const void* bytes, std::uint32_t length, WatchedThread& watched) {
-  if (pipe == INVALID_HANDLE_VALUE) return false;  // Closed since the snapshot was taken.
+bool writeWhole(HANDLE pipe, const void* bytes, std::uint32_t length) {
+  if (pipe == INVALID_HANDLE_VALUE) return false;
   DWORD written = 0;
-  watched.beginWrite();
-  const BOOL succeeded = WriteFile(pipe, bytes, length, &written, nullptr);
-  watched.endWrite();
-  return succeeded && written == length;
+  return WriteFile(pipe, bytes, length, &written, nullptr) && written == length;
 }
 
 // Header and payload are two messages. A null payload writes the header alone, whatever length it
 // announces.
-bool writeFrame(HANDLE pipe, const PushFrameHeader& header, const void* payload,
-                WatchedThread& watched) {
-  if (!writeWhole(pipe, &header, sizeof(header), watched)) return false;
+bool writeFrame(HANDLE pipe, const PushFrameHeader& header, const void* payload) {
+  if (!writeWhole(pipe, &header, sizeof(header))) return false;
   if (payload == nullptr || header.payloadLength == 0) return true;
   win32::racePoint("race: between header and payload");
-  return writeWhole(pipe, payload, header.payloadLength, watched);
+  return writeWhole(pipe, payload, header.payloadLength);
+}
+
+bool sendFrame(PushPipe& pipe, const PushFrameHeader& header, const void* payload,
+               WatchedThread& watched) {
+  PushPipe::Writer writer(pipe, watched);
+  watched.beginFrame(pipe);
+  const bool sent = writeFrame(writer.get(), header, payload);
+  watched.endFrame();
+  win32::racePoint("race: end of a frame");
+  // Ahead of the next one's turn, which nobody then gets.
+  if (!sent) writer.fail();
+  return sent;
 }
 
 }  // namespace
@@ -49,8 +57,7 @@ bool PipeServer::BroadcastPush(std::uint32_t clientId, std::uint32_t type, const
   WatchedThread watched;
   PushClientTable::Pipes failedPipes;
   for (const auto& pipe : pipes) {
-    const PushPipe::Writer writer(*pipe);
-    if (!writeFrame(writer.get(), header, payload, watched)) failedPipes.push_back(pipe);
+    if (!sendFrame(*pipe, header, payload, watched)) failedPipes.push_back(pipe);
   }
   pushClients.removePipes(failedPipes);
   return failedPipes.size() < pipes.size();

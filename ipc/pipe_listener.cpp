@@ -23,6 +23,22 @@ PSECURITY_DESCRIPTOR convertPipeSecurity() {
   return descriptor;
 }
 
+// Pipes can be opened over the network, by every account of the domain. Looked up at every call:
+// not every system on which this runs has the function, and clients connect seldom.
+bool isFromAnotherComputer(HANDLE pipe) {
+  const HMODULE kernel32 = GetModuleHandleW(L"kernel32.dll");
+  if (kernel32 == nullptr) return false;
+  const FARPROC function = GetProcAddress(kernel32, "GetNamedPipeClientComputerNameW");
+  if (function == nullptr) return false;
+  // By way of a type that takes every function's address without a warning.
+  const auto getComputerName = reinterpret_cast<decltype(&GetNamedPipeClientComputerNameW)>(
+      reinterpret_cast<void*>(function));
+  // Longer than any computer's name.
+  wchar_t name[512];
+  // Fails for a client of this computer.
+  return getComputerName(pipe, name, sizeof(name)) != FALSE;
+}
+
 }  // namespace
 
 SECURITY_ATTRIBUTES* buildPipeSecurity() {
@@ -56,6 +72,7 @@ win32::UniqueFileHandle acceptPipeClient(const std::wstring& name) {
     // A client that came between creation and the call is connected all the same.
     if (GetLastError() != ERROR_PIPE_CONNECTED) return {};
   }
+  if (isFromAnotherComputer(pipe.get())) return {};
   return pipe;
 }
 

@@ -29,8 +29,8 @@ SECURITY_ATTRIBUTES* buildPipeSecurity();
 win32::UniqueFileHandle createSecuredPipe(const std::wstring& name);
 
 // Creates an instance of the pipe and blocks until a client has connected to it. None when this
-// turn failed: at once when the connection failed, after a second when no instance could be
-// created.
+// turn failed: at once when the connection failed or came from another computer, after a second
+// when no instance could be created.
 win32::UniqueFileHandle acceptPipeClient(const std::wstring& name);
 
 }  // namespace orva_accelerator::ipc

@@ -62,9 +62,9 @@ class PipeServer {
 
   // Writes one notification to every registered client, in ascending order of their ids, and drops
   // those that cannot be reached. `clientId` is the client whose request is answered; `payload`
-  // may be null. True if at least one client received it whole. Callable from any thread; two
-  // broadcasts at once may interleave their messages on one pipe. Returns within about two seconds
-  // for each client that does not read.
+  // may be null. True if at least one client received it whole. Callable from any thread; of two
+  // broadcasts at once, one client may hear the one first and another the other. Waits two seconds
+  // in all for clients that do not read, and then 50 ms for each further one, see WatchedThread.
   bool BroadcastPush(std::uint32_t clientId, std::uint32_t type, const void* payload,
                      std::uint32_t payloadLength);
 

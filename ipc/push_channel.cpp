@@ -2,6 +2,7 @@
 
 #include "ipc/pipe_listener.h"
 #include "ipc/pipe_server.h"
+#include "ipc/write_watchdog.h"
 #include "win32/detached_thread.h"
 
 namespace orva_accelerator::ipc {
@@ -26,6 +27,8 @@ DWORD PipeServer::PushClientThread(win32::UniqueFileHandle pipe) {
   if (!ReadFile(pipe.get(), &id, sizeof(id), &received, nullptr) || received != sizeof(id)) {
     return GetLastError();
   }
+  // The first broadcast may come when the library has used up what this takes.
+  prepareWriteWatchdog();
   if (!RegisterPushClient(id, std::make_shared<PushPipe>(std::move(pipe)))) return 0;
   // However the wait ends, the registration ends too.
   (void)WaitForSingleObject(stopEvent, INFINITE);

@@ -6,15 +6,18 @@
 #include "ipc/payload_buffer.h"
 #include "ipc/pipe_listener.h"
 #include "ipc/pipe_server.h"
+#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 
 namespace orva_accelerator::ipc {
 
 namespace {
 
-// Far more than any real request. Up to here, room is made for what a header announces; beyond it,
-// room follows what has arrived, because a header costs its sender nothing and the system touches
-// every page of a buffer that it is given to read into.
-constexpr std::size_t kLargestTrustedPayload = std::size_t{1024} * 1024;
+// Up to the longest request that a client can mean, room is made for what a header announces;
+// beyond it, room follows what has arrived, because a header costs its sender nothing and the
+// system touches every page of a buffer that it is given to read into.
+constexpr std::size_t kFirstStep = longestRequest();
+constexpr std::size_t kLargestStep = std::size_t{1024} * 1024;
 
 struct Read {
   DWORD received = 0;
@@ -41,7 +44,7 @@ bool readHeader(HANDLE pipe, MessageHeader& header) {
 bool readPayload(HANDLE pipe, std::size_t length, PayloadBuffer& buffer) {
   std::size_t total = 0;
   for (;;) {
-    const std::size_t step = std::min(length - total, kLargestTrustedPayload);
+    const std::size_t step = std::min(length - total, std::clamp(total, kFirstStep, kLargestStep));
     buffer.reserve(total + step);
     const Read read = readOnce(pipe, buffer.data() + total, step);
     if (!read.succeeded) return false;
@@ -54,6 +57,12 @@ bool readPayload(HANDLE pipe, std::size_t length, PayloadBuffer& buffer) {
 bool readRequest(HANDLE pipe, MessageHeader& header, PayloadBuffer& payload) {
   if (!readHeader(pipe, header)) return false;
   return header.payloadLength == 0 || readPayload(pipe, header.payloadLength, payload);
+}
+
+// What a client has logged in with does not stay in memory for the life of its connection.
+void wipeCredentials(const MessageHeader& header, PayloadBuffer& payload) {
+  if (header.type != MsgUserLogin || header.payloadLength == 0) return;
+  SecureZeroMemory(payload.data(), header.payloadLength);
 }
 
 void writeIgnoringFailure(HANDLE pipe, const void* bytes, std::uint32_t length) {
@@ -95,6 +104,7 @@ void PipeServer::ConnectionLoop(win32::UniqueFileHandle pipe) {
     void* response = nullptr;
     std::uint32_t responseLength = 0;
     messageHandler(header, payload.readable(), response, responseLength);
+    wipeCredentials(header, payload);
     // A handler that hands out a pointer with length 0 keeps it.
     std::unique_ptr<std::uint8_t[]> owned(responseLength != 0 ? static_cast<std::uint8_t*>(response)
                                                               : nullptr);

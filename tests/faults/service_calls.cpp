@@ -26,7 +26,9 @@ constexpr ServiceCall kServiceCalls[] = {
     {"CloseHandle", Unnoticed, "nothing can be done about a handle that does not close"},
     {"VirtualAlloc", ProcessEnds, "std::bad_alloc for a payload's memory, which nothing catches"},
     {"VirtualFree", Unnoticed, "nothing can be done about memory that cannot be freed"},
-    {"CreateThreadpoolTimer", Unnoticed, "the writes of that broadcast are not bounded"},
+    {"CreateThreadpool", Unnoticed, "tried again by the next broadcast"},
+    {"SetThreadpoolThreadMinimum", Unnoticed, "tried again by the next broadcast"},
+    {"CreateThreadpoolTimer", Unnoticed, "tried again by the next broadcast"},
     {"WaitForSingleObject", ConnectionEnded,
      "a push client whose wait fails is unregistered; the service's own wait begins anew"},
     // The library.
@@ -34,7 +36,8 @@ constexpr ServiceCall kServiceCalls[] = {
     {"LoadLibraryW", InitialisedLater, "the library may be installed later"},
     {"GetProcAddress", ProcessExits, "a library without one of its functions is unusable"},
     {"MultiByteToWideChar", Unnoticed, "the library is given an empty text"},
-    {"WideCharToMultiByte", Unnoticed, "the client is given an empty text"},
+    {"WideCharToMultiByte", Unnoticed,
+     "the client is given an empty text; a result of a start is lost"},
     // The supervisor.
     {"CreateToolhelp32Snapshot", Unnoticed, "the host application counts as not running"},
     {"Process32FirstW", Unnoticed, "the host application counts as not running"},
@@ -56,10 +59,11 @@ constexpr OtherImport kOtherServiceImports[] = {
     {"GetErrorMode", kCannotFail},
     {"SetErrorMode", kCannotFail},
     {"GetLastError", kCannotFail},
-    {"GetTickCount64", kCannotFail},
     {"SetLastError", kCannotFail},
     {"OutputDebugStringA", kCannotFail},
+    {"SetThreadpoolThreadMaximum", kCannotFail},
     {"SetThreadpoolTimer", kCannotFail},
+    {"QueryUnbiasedInterruptTime", kCannotFail},
     {"Sleep", kCannotFail},
     {"OpenThread", "for a write that blocks for two seconds: tests/ipc/write_watchdog_test.cpp"},
     {"CancelSynchronousIo",
@@ -89,6 +93,7 @@ constexpr char kStartUp[] = "start-up code of the C runtime";
 constexpr char kText[] = "text of the C and C++ libraries";
 
 constexpr OtherImport kRuntimeImports[] = {
+    {"GetTickCount64", kThreads},
     {"CreateSemaphoreA", kThreads},
     {"DeleteCriticalSection", kThreads},
     {"DuplicateHandle", kThreads},

@@ -76,7 +76,7 @@ BOOL WINAPI closeHandle(HANDLE) {
   return TRUE;
 }
 void WINAPI pauseNot(DWORD) {}
-PTP_TIMER WINAPI createNoTimer(PTP_TIMER_CALLBACK, PVOID, PTP_CALLBACK_ENVIRON) {
+PTP_POOL WINAPI createNoThreadpool(PVOID) {
   return nullptr;
 }
 
@@ -87,8 +87,8 @@ struct System {
   test::ImportPatch<decltype(write)> pipe{"kernel32.dll", "WriteFile", write};
   test::ImportPatch<decltype(closeHandle)> close{"kernel32.dll", "CloseHandle", closeHandle};
   test::ImportPatch<decltype(pauseNot)> pause{"kernel32.dll", "Sleep", pauseNot};
-  test::ImportPatch<decltype(createNoTimer)> timer{"kernel32.dll", "CreateThreadpoolTimer",
-                                                   createNoTimer};
+  test::ImportPatch<decltype(createNoThreadpool)> pool{"kernel32.dll", "CreateThreadpool",
+                                                       createNoThreadpool};
 };
 
 ipc::PipeServer* server = nullptr;

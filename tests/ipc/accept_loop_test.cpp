@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/ipc/background_call.h"
@@ -175,6 +176,45 @@ TEST_P(AcceptLoop, TakesAClientThatConnectedBeforeItWaited) {
     ASSERT_TRUE(early.write(u32Bytes({5})).done());
     EXPECT_TRUE(pushClientCountBecomes(1));
   }
+}
+
+HANDLE remotePipe = nullptr;
+
+// Knows one pipe whose client is on another computer.
+BOOL WINAPI clientComputerName(HANDLE pipe, LPWSTR name, ULONG size) {
+  if (pipe == remotePipe && size >= 2 * sizeof(wchar_t)) {
+    name[0] = L'X';
+    name[1] = L'\0';
+    return TRUE;
+  }
+  SetLastError(ERROR_PIPE_LOCAL);
+  return FALSE;
+}
+
+TEST_P(AcceptLoop, ClosesAConnectionFromAnotherComputerAtOnce) {
+  remotePipe = nullptr;
+  ImportHook<decltype(GetProcAddress)> lookUp("kernel32.dll", "GetProcAddress");
+  lookUp.replace([&](HMODULE module, LPCSTR name) -> FARPROC {
+    if (std::string_view(name) != "GetNamedPipeClientComputerNameW") {
+      return lookUp.callOriginal(module, name);
+    }
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&clientComputerName));
+  });
+  create_.replace([this](auto... arguments) {
+    const HANDLE pipe = create_.callOriginal(arguments...);
+    if (remotePipe == nullptr) remotePipe = pipe;
+    return pipe;
+  });
+  runLoop();
+  RawPipeClient remote;
+  ASSERT_EQ(remote.open(name()), 0U);
+  EXPECT_TRUE(remote.endsSilently());
+  EXPECT_TRUE(log_.becomes(remotePipe, {"ConnectNamedPipe", "CloseHandle"}))
+      << testing::PrintToString(log_.of(remotePipe));
+  // The next one may have the same handle.
+  remotePipe = INVALID_HANDLE_VALUE;
+  expectClientIsTaken();
+  EXPECT_EQ(longSleeps_, 0);
 }
 
 TEST_P(AcceptLoop, EndsWithoutAPipeWhenItsSecurityCannotBeBuilt) {

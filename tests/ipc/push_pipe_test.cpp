@@ -2,11 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
 #include <optional>
 
+#include "tests/ipc/background_call.h"
+
 namespace orva_accelerator::test {
 namespace {
+
+using Writer = ipc::PushPipe::Writer;
 
 // Any handle will do: nothing is written here.
 HANDLE newHandle() {
@@ -18,71 +23,101 @@ bool isOpen(HANDLE handle) {
   return GetHandleInformation(handle, &flags) != FALSE;
 }
 
-TEST(PushPipe, ClosesItsHandleWhenNobodyWrites) {
-  const HANDLE handle = newHandle();
-  ipc::PushPipe pipe{win32::UniqueFileHandle(handle)};
-  EXPECT_EQ(pipe.get(), handle);
-  pipe.close();
-  EXPECT_FALSE(isOpen(handle));
-  EXPECT_EQ(pipe.get(), INVALID_HANDLE_VALUE);
-  pipe.close();
+class PushPipe : public testing::Test {
+ protected:
+  ipc::WatchedThread watched_;
+  const HANDLE handle_ = newHandle();
+  std::optional<ipc::PushPipe> pipe_{std::in_place, win32::UniqueFileHandle(handle_)};
+};
+
+TEST_F(PushPipe, ClosesItsHandleWhenNobodyWrites) {
+  EXPECT_EQ(pipe_->get(), handle_);
+  pipe_->close();
+  EXPECT_FALSE(isOpen(handle_));
+  EXPECT_EQ(pipe_->get(), INVALID_HANDLE_VALUE);
+  pipe_->close();
 }
 
-TEST(PushPipe, ClosesItsHandleAfterTheLastWrite) {
-  const HANDLE handle = newHandle();
-  ipc::PushPipe pipe{win32::UniqueFileHandle(handle)};
-  std::optional<ipc::PushPipe::Writer> one(std::in_place, pipe);
-  std::optional<ipc::PushPipe::Writer> two(std::in_place, pipe);
-  EXPECT_EQ(one->get(), handle);
-  EXPECT_EQ(two->get(), handle);
-  pipe.close();
-  one.reset();
-  EXPECT_TRUE(isOpen(handle));
-  two.reset();
-  EXPECT_FALSE(isOpen(handle));
+TEST_F(PushPipe, ClosesItsHandleAfterTheFrameThatIsUnderWay) {
+  std::optional<Writer> writing(std::in_place, *pipe_, watched_);
+  EXPECT_EQ(writing->get(), handle_);
+  pipe_->close();
+  EXPECT_EQ(writing->get(), handle_);
+  EXPECT_TRUE(isOpen(handle_));
+  writing.reset();
+  EXPECT_FALSE(isOpen(handle_));
 }
 
-TEST(PushPipe, GivesNoHandleToAWriterThatComesAfterTheClose) {
-  const HANDLE handle = newHandle();
-  ipc::PushPipe pipe{win32::UniqueFileHandle(handle)};
-  std::optional<ipc::PushPipe::Writer> early(std::in_place, pipe);
-  pipe.close();
+TEST_F(PushPipe, GivesNoHandleToAWriterThatComesAfterTheClose) {
+  std::optional<Writer> early(std::in_place, *pipe_, watched_);
+  pipe_->close();
   {
-    const ipc::PushPipe::Writer late(pipe);
-    EXPECT_EQ(late.get(), INVALID_HANDLE_VALUE);
+    const Writer later(*pipe_, watched_);
+    EXPECT_EQ(later.get(), INVALID_HANDLE_VALUE);
   }
-  EXPECT_TRUE(isOpen(handle));
+  EXPECT_TRUE(isOpen(handle_));
   early.reset();
-  EXPECT_FALSE(isOpen(handle));
+  EXPECT_FALSE(isOpen(handle_));
 }
 
-TEST(PushPipe, StaysOpenBetweenWrites) {
-  const HANDLE handle = newHandle();
-  ipc::PushPipe pipe{win32::UniqueFileHandle(handle)};
-  {
-    const ipc::PushPipe::Writer writer(pipe);
+TEST_F(PushPipe, StaysOpenBetweenWriters) {
+  for (int i = 0; i < 2; ++i) {
+    const Writer writer(*pipe_, watched_);
+    EXPECT_EQ(writer.get(), handle_);
   }
-  EXPECT_TRUE(isOpen(handle));
-  const ipc::PushPipe::Writer writer(pipe);
-  EXPECT_EQ(writer.get(), handle);
 }
 
-TEST(PushPipe, ClosesItsHandleWhenItIsDestroyed) {
-  const HANDLE handle = newHandle();
-  {
-    const ipc::PushPipe pipe{win32::UniqueFileHandle(handle)};
-  }
-  EXPECT_FALSE(isOpen(handle));
+TEST_F(PushPipe, GivesOneWriterAtATimeItsTurn) {
+  std::optional<Writer> writing(std::in_place, *pipe_, watched_);
+  std::atomic<HANDLE> given{nullptr};
+  const BackgroundCall waiting([&] {
+    ipc::WatchedThread watched;
+    given = Writer(*pipe_, watched).get();
+  });
+  EXPECT_FALSE(waiting.ends(std::chrono::milliseconds(50)));
+  writing.reset();
+  EXPECT_TRUE(waiting.ends());
+  EXPECT_EQ(given, handle_);
 }
 
-TEST(PushPipe, LeavesItsHandleOpenWhenItIsAbandoned) {
-  const HANDLE handle = newHandle();
-  {
-    ipc::PushPipe pipe{win32::UniqueFileHandle(handle)};
-    pipe.abandon();
-  }
-  ASSERT_TRUE(isOpen(handle));
-  EXPECT_TRUE(CloseHandle(handle));
+TEST_F(PushPipe, GivesNoHandleToAnybodyOnceAFrameHasFailed) {
+  Writer writing(*pipe_, watched_);
+  std::atomic<HANDLE> given{nullptr};
+  const BackgroundCall waiting([&] {
+    ipc::WatchedThread watched;
+    given = Writer(*pipe_, watched).get();
+  });
+  EXPECT_FALSE(waiting.ends(std::chrono::milliseconds(50)));
+  writing.fail();
+  EXPECT_TRUE(waiting.ends()) << "though the turn is not passed on";
+  EXPECT_EQ(given, INVALID_HANDLE_VALUE);
+  EXPECT_EQ(Writer(*pipe_, watched_).get(), INVALID_HANDLE_VALUE);
+  EXPECT_TRUE(isOpen(handle_)) << "whoever drops the client closes it";
+}
+
+TEST_F(PushPipe, EndsTheWaitingOfWritersWhenItIsClosed) {
+  const Writer writing(*pipe_, watched_);
+  std::atomic<HANDLE> given{nullptr};
+  const BackgroundCall waiting([&] {
+    ipc::WatchedThread watched;
+    given = Writer(*pipe_, watched).get();
+  });
+  EXPECT_FALSE(waiting.ends(std::chrono::milliseconds(50)));
+  pipe_->close();
+  EXPECT_TRUE(waiting.ends());
+  EXPECT_EQ(given, INVALID_HANDLE_VALUE);
+}
+
+TEST_F(PushPipe, ClosesItsHandleWhenItIsDestroyed) {
+  pipe_.reset();
+  EXPECT_FALSE(isOpen(handle_));
+}
+
+TEST_F(PushPipe, LeavesItsHandleOpenWhenItIsAbandoned) {
+  pipe_->abandon();
+  pipe_.reset();
+  ASSERT_TRUE(isOpen(handle_));
+  EXPECT_TRUE(CloseHandle(handle_));
 }
 
 }  // namespace

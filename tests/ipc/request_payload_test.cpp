@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "ipc/payload_buffer.h"
+#include "ipc/wire/message_types.h"
 #include "tests/ipc/channel_test.h"
 #include "tests/ipc/scripted_dispatcher.h"
 
@@ -110,7 +111,8 @@ TEST_F(RequestPayload, OfOneMebibyteIsServedAndSoIsWhatFollows) {
   expectEcho(client_, patternBytes(10));
 }
 
-// Beyond one mebibyte a payload is read in steps, which nobody must notice.
+// Beyond the longest request that a client can mean a payload is read in steps, which nobody must
+// notice.
 class LargeRequestPayload : public RequestPayload,
                             public testing::WithParamInterface<std::size_t> {};
 
@@ -139,7 +141,7 @@ TEST_P(LargeRequestPayload, LeavesItsExcessToBeTheNextHeader) {
 
 constexpr std::size_t kMebibyte = 1024 * 1024;
 INSTANTIATE_TEST_SUITE_P(Sizes, LargeRequestPayload,
-                         testing::Values(kMebibyte + 1, 2 * kMebibyte, 3 * kMebibyte,
+                         testing::Values(131'094, 131'095, 262'188, kMebibyte + 1, 3 * kMebibyte,
                                          5 * kMebibyte + 1));
 
 struct Shortfall {
@@ -158,7 +160,8 @@ TEST_P(ShortLargeRequestPayload, EndsTheConnection) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, ShortLargeRequestPayload,
-                         testing::Values(Shortfall{3 * kMebibyte, 2 * kMebibyte},  // On a step.
+                         testing::Values(Shortfall{3 * kMebibyte, 262'188},  // On a step.
+                                         Shortfall{131'095, 131'094},
                                          Shortfall{3 * kMebibyte, kMebibyte},
                                          Shortfall{3 * kMebibyte, kMebibyte + 100},
                                          Shortfall{3 * kMebibyte, 3 * kMebibyte - 1},
@@ -206,6 +209,14 @@ TEST_F(RequestPayloadMargin, ShowsOnlyWhatThisConnectionSent) {
   expected[3] = 4;
   expected[4] = 5;
   expectResponse(client_, expected);
+}
+
+TEST_F(RequestPayloadMargin, ShowsNothingOfALogin) {
+  const Bytes login = patternBytes(5000);
+  ASSERT_TRUE(client_.write(requestBytes(ipc::MsgUserLogin, login)).done());
+  expectResponse(client_, withZeros(login));
+  ASSERT_TRUE(client_.write(headerBytes(kEchoType, 0)).done());
+  expectResponse(client_, withZeros({}));
 }
 
 TEST_F(RequestPayloadMargin, KeepsThePayloadBeforeForARequestWithoutAny) {

@@ -1,51 +1,43 @@
-// Push clients that do not read, and writes that must not be cancelled.
+// Which writes are cancelled, and when, and which must not be.
 #include "ipc/write_watchdog.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
-#include <cstdio>
-#include <memory>
-#include <string>
-#include <thread>
+#include <cstdlib>
 #include <vector>
 
 #include "tests/ipc/background_call.h"
-#include "tests/ipc/channel_test.h"
+#include "tests/ipc/fake_awake_clock.h"
+#include "tests/ipc/message_pipe.h"
+#include "tests/support/bounded_wait.h"
 #include "tests/support/import_patch.h"
 
 namespace orva_accelerator::test {
 namespace {
 
 using std::chrono::milliseconds;
-using Clock = std::chrono::steady_clock;
 
-milliseconds since(Clock::time_point begin) {
-  return std::chrono::duration_cast<milliseconds>(Clock::now() - begin);
-}
-
-// Both ends of a message pipe, the server's as the service has it.
-struct PipePair {
-  PipePair() {
-    const std::wstring name = uniquePipeName(L"watched");
-    server.reset(CreateNamedPipeW(name.c_str(), PIPE_ACCESS_DUPLEX,
-                                  PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE, 1, 8192, 8192, 0,
-                                  nullptr));
-    EXPECT_TRUE(server);
-    EXPECT_EQ(client.open(name), 0U);
-  }
-  win32::UniqueFileHandle server;
-  RawPipeClient client;
-};
+// For many looks of a watchdog, where it should not even look.
+constexpr milliseconds kSomeLooks{150};
 
 // Longer than what a pipe takes without a reader.
 constexpr DWORD kBlockingSize = 100'000;
 
 DWORD writeBlocking(HANDLE pipe) {
-  const Bytes bytes(kBlockingSize);
+  const std::vector<std::uint8_t> bytes(kBlockingSize);
   DWORD written = 0;
   return WriteFile(pipe, bytes.data(), kBlockingSize, &written, nullptr) ? 0 : GetLastError();
+}
+
+// As a broadcast's frame: the error of its write. Counts `begun` when its time has begun.
+DWORD writeFrame(ipc::WatchedThread& watched, const MessagePipe& pipe, std::atomic<int>& begun) {
+  watched.beginFrame(*pipe.server);
+  ++begun;
+  const DWORD error = writeBlocking(pipe.server->get());
+  watched.endFrame();
+  return error;
 }
 
 DWORD readByte(HANDLE pipe) {
@@ -54,292 +46,259 @@ DWORD readByte(HANDLE pipe) {
   return ReadFile(pipe, &byte, 1, &received, nullptr) ? 0 : GetLastError();
 }
 
-TEST(WriteWatchdog, CancelsAWriteThatNobodyReads) {
-  const PipePair pipe;
+// A frame that its thread writes in the background; its time has begun.
+struct BackgroundFrame {
+  explicit BackgroundFrame(const MessagePipe& pipe)
+      : call([this, &pipe] {
+          ipc::WatchedThread watched;
+          error = writeFrame(watched, pipe, begun);
+        }) {
+    EXPECT_TRUE(waitUntil([this] { return begun == 1; }));
+  }
+  bool isCancelled() const { return call.ends() && error == ERROR_OPERATION_ABORTED; }
+
+  std::atomic<int> begun{0};
   std::atomic<DWORD> error{0};
-  const BackgroundCall call([&] {
-    ipc::WatchedThread watched;
-    watched.beginWrite();
-    error = writeBlocking(pipe.server.get());
-    watched.endWrite();
-  });
-  EXPECT_TRUE(call.ends());
-  EXPECT_EQ(error, static_cast<DWORD>(ERROR_OPERATION_ABORTED));
-}
-
-// The clock by which the watchdog judges writes, in the hands of a test. The test's own thread
-// keeps the real one, by which it waits.
-class WatchdogClock {
- public:
-  WatchdogClock() {
-    ticks_.replace([this, state = state_, own = GetCurrentThreadId()]() -> ULONGLONG {
-      if (GetCurrentThreadId() == own) return ticks_.callOriginal();
-      ++state->looks;
-      return state->now;
-    });
-  }
-
-  void advance(ULONGLONG ms) { state_->now += ms; }
-
-  // The watchdog has looked at the writes with the time as it is now.
-  [[nodiscard]] bool isLookedAt() const {
-    const std::size_t before = state_->looks;
-    return waitUntil([&] { return state_->looks >= before + 2; });
-  }
-
- private:
-  struct State {
-    std::atomic<ULONGLONG> now{1'000'000};
-    std::atomic<std::size_t> looks{0};
-  };
-  const std::shared_ptr<State> state_ = std::make_shared<State>();
-  ImportHook<decltype(GetTickCount64)> ticks_{"kernel32.dll", "GetTickCount64"};
+  BackgroundCall call;
 };
 
-// Whatever the load of the machine, the wait for a client that does not read ends with the first
-// look after two seconds, and looks are a tenth of a second apart: so nobody waits for three.
-TEST(WriteWatchdog, CancelsAWriteWithTheFirstLookAfterTwoSeconds) {
-  WatchdogClock clock;
+class WriteWatchdog : public testing::Test {
+ protected:
+  bool lastsBeyond(const BackgroundCall& call, std::int64_t ms) {
+    clock_.set(ms);
+    return clock_.isLookedAt() && !call.ends(milliseconds(0));
+  }
+
+  FakeAwakeClock clock_;
+};
+
+TEST_F(WriteWatchdog, CancelsAFrameWhenTwoSecondsAreOver) {
+  const MessagePipe pipe;
+  const BackgroundFrame frame(pipe);
+  EXPECT_TRUE(lastsBeyond(frame.call, 1999));
+  clock_.set(2000);
+  EXPECT_TRUE(frame.isCancelled());
+}
+
+TEST_F(WriteWatchdog, LooksAtIntervalsOfTenMilliseconds) {
   ImportHook<decltype(SetThreadpoolTimer)> timer("kernel32.dll", "SetThreadpoolTimer");
-  std::atomic<std::int64_t> firstLook{0};
+  std::int64_t firstLook = 0;
   timer.observe([&](PTP_TIMER, FILETIME* due, DWORD, DWORD) {
     if (due == nullptr) return;
     firstLook = static_cast<std::int64_t>(
         ULARGE_INTEGER{{due->dwLowDateTime, due->dwHighDateTime}}.QuadPart);
   });
-  const PipePair pipe;
-  std::atomic<bool> writing{false};
-  std::atomic<DWORD> error{0};
-  const BackgroundCall call([&] {
-    ipc::WatchedThread watched;
-    watched.beginWrite();
-    writing = true;
-    error = writeBlocking(pipe.server.get());
-    watched.endWrite();
-  });
-  ASSERT_TRUE(waitUntil([&] { return writing.load(); }));
-  clock.advance(1999);
-  EXPECT_TRUE(clock.isLookedAt());
-  EXPECT_FALSE(call.ends(milliseconds(0)));
-  clock.advance(1);
-  EXPECT_TRUE(call.ends());
-  EXPECT_EQ(error, static_cast<DWORD>(ERROR_OPERATION_ABORTED));
-  EXPECT_EQ(firstLook, -1'000'000);  // From then on, in units of 100 ns.
+  {
+    const ipc::WatchedThread watched;
+  }
+  EXPECT_EQ(firstLook, -100'000);  // From then on, in units of 100 ns.
   const auto armed = timer.calls().at(0);
-  EXPECT_EQ(std::get<2>(armed), 100U);
+  EXPECT_EQ(std::get<2>(armed), 10U);
   EXPECT_EQ(std::get<3>(armed), 0U);
 }
 
-TEST(WriteWatchdog, CancelsWritesOfSeveralThreads) {
-  const PipePair pipes[3];
-  std::atomic<int> cancelled{0};
-  std::vector<BackgroundCall> calls;
-  for (const PipePair& pipe : pipes) {
-    calls.emplace_back([&] {
-      ipc::WatchedThread watched;
-      watched.beginWrite();
-      if (writeBlocking(pipe.server.get()) == ERROR_OPERATION_ABORTED) ++cancelled;
-      watched.endWrite();
-    });
-  }
-  for (const BackgroundCall& call : calls) EXPECT_TRUE(call.ends());
-  EXPECT_EQ(cancelled, 3);
+TEST_F(WriteWatchdog, GivesEachFurtherFrame50Milliseconds) {
+  const MessagePipe first;
+  const MessagePipe second;
+  std::atomic<DWORD> firstError{0};
+  std::atomic<int> begun{0};
+  const BackgroundCall call([&] {
+    ipc::WatchedThread watched;
+    firstError = writeFrame(watched, first, begun);
+    (void)writeFrame(watched, second, begun);
+  });
+  ASSERT_TRUE(waitUntil([&] { return begun == 1; }));
+  clock_.set(2000);
+  ASSERT_TRUE(waitUntil([&] { return begun == 2; }));
+  EXPECT_EQ(firstError, static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+  EXPECT_TRUE(lastsBeyond(call, 2049));
+  clock_.set(2050);
+  EXPECT_TRUE(call.ends());
 }
 
-// A watched thread that is not writing, and one that no longer is watched, may block as long as
+// Only the time for which the computer is awake counts, however much goes by.
+TEST_F(WriteWatchdog, LetsAFrameWaitWhileTheComputerSleeps) {
+  MessagePipe pipe;
+  const BackgroundFrame frame(pipe);
+  EXPECT_FALSE(frame.call.ends(milliseconds(2300)));
+  EXPECT_EQ(pipe.client.read().message.size(), kBlockingSize);
+  EXPECT_TRUE(frame.call.ends());
+  EXPECT_EQ(frame.error, 0U);
+}
+
+TEST_F(WriteWatchdog, CancelsFramesOfSeveralThreads) {
+  const MessagePipe pipes[3];
+  const BackgroundFrame frames[] = {BackgroundFrame(pipes[0]), BackgroundFrame(pipes[1]),
+                                    BackgroundFrame(pipes[2])};
+  clock_.set(2000);
+  for (const BackgroundFrame& frame : frames) EXPECT_TRUE(frame.isCancelled());
+}
+
+TEST_F(WriteWatchdog, CancelsAFrameForWhichOneThatIsOutOfPatienceWaits) {
+  const MessagePipe pipe;
+  ipc::WatchedThread impatient;
+  clock_.set(1980);
+  const BackgroundFrame frame(pipe);
+  impatient.waitFor(*pipe.server);
+  EXPECT_TRUE(lastsBeyond(frame.call, 2029)) << "50 ms are its own";
+  clock_.set(2030);
+  EXPECT_TRUE(frame.isCancelled());
+}
+
+TEST_F(WriteWatchdog, LetsAFrameWaitWhenSomebodyIsOutOfPatienceWithAnother) {
+  MessagePipe pipe;
+  const MessagePipe other;
+  ipc::WatchedThread impatient;
+  clock_.set(1000);
+  const BackgroundFrame frame(pipe);
+  impatient.waitFor(*other.server);
+  EXPECT_TRUE(lastsBeyond(frame.call, 2999));
+  impatient.waitFor(*pipe.server);
+  EXPECT_TRUE(frame.isCancelled());
+}
+
+// A watched thread that is not in a frame, and one that no longer is watched, may block as long as
 // they like.
-TEST(WriteWatchdog, NeverCancelsAnotherCallOfTheThread) {
-  PipePair between;
-  PipePair after;
+TEST_F(WriteWatchdog, NeverCancelsAnotherCallOfTheThread) {
+  MessagePipe between;
+  MessagePipe after;
   std::atomic<DWORD> errorBetween{1};
   std::atomic<DWORD> errorAfter{1};
   const BackgroundCall first([&] {
     ipc::WatchedThread watched;
-    watched.beginWrite();
-    watched.endWrite();
-    errorBetween = readByte(between.server.get());
+    watched.beginFrame(*between.server);
+    watched.endFrame();
+    errorBetween = readByte(between.server->get());
   });
   const BackgroundCall second([&] {
     {
       ipc::WatchedThread watched;
-      watched.beginWrite();
-      watched.endWrite();
+      watched.beginFrame(*after.server);
+      watched.endFrame();
     }
-    errorAfter = readByte(after.server.get());
+    errorAfter = readByte(after.server->get());
   });
-  // Long enough for many looks of the watchdog; keeps the timer armed.
-  EXPECT_FALSE(first.ends(milliseconds(5000)));
+  EXPECT_TRUE(lastsBeyond(first, 10'000));
   EXPECT_FALSE(second.ends(milliseconds(0)));
-  ASSERT_TRUE(between.client.write(Bytes{1}).done());
-  ASSERT_TRUE(after.client.write(Bytes{1}).done());
+  const std::uint8_t byte[] = {1};
+  ASSERT_TRUE(between.client.write(byte).done());
+  ASSERT_TRUE(after.client.write(byte).done());
   EXPECT_TRUE(first.ends());
   EXPECT_TRUE(second.ends());
   EXPECT_EQ(errorBetween, 0U);
   EXPECT_EQ(errorAfter, 0U);
 }
 
-// The client reads just when the watchdog would cancel: whether the write succeeds or not, what
-// the thread does next is not cancelled.
-TEST(WriteWatchdog, NeverCancelsTheCallAfterAWriteThatEndedJustInTime) {
-  constexpr int kThreads = 12;
-  std::vector<PipePair> writes(kThreads);
-  std::vector<PipePair> reads(kThreads);
+// The client reads just when the watchdog cancels: whether the write succeeds or not, what the
+// thread does next is not cancelled.
+TEST_F(WriteWatchdog, NeverCancelsTheCallAfterAFrameThatEndedJustInTime) {
+  constexpr std::size_t kThreads = 12;
+  std::vector<MessagePipe> writes(kThreads);
+  std::vector<MessagePipe> reads(kThreads);
   std::atomic<int> cancelledReads{0};
   std::atomic<int> brokenWrites{0};
+  std::atomic<int> begun{0};
   std::vector<BackgroundCall> calls;
-  for (int i = 0; i < kThreads; ++i) {
-    const auto at = static_cast<std::size_t>(i);
+  for (std::size_t at = 0; at < kThreads; ++at) {
     calls.emplace_back([&, at] {
       ipc::WatchedThread watched;
-      watched.beginWrite();
-      const DWORD error = writeBlocking(writes[at].server.get());
-      watched.endWrite();
+      const DWORD error = writeFrame(watched, writes[at], begun);
       if (error != 0 && error != ERROR_OPERATION_ABORTED) ++brokenWrites;
-      if (readByte(reads[at].server.get()) != 0) ++cancelledReads;
+      if (readByte(reads[at].server->get()) != 0) ++cancelledReads;
     });
   }
-  std::this_thread::sleep_for(milliseconds(1900));
-  for (PipePair& pipe : writes) {
-    std::this_thread::sleep_for(milliseconds(25));
-    (void)pipe.client.read(milliseconds(100));  // Finds nothing when the write was cancelled.
+  ASSERT_TRUE(waitUntil([&] { return begun == static_cast<int>(kThreads); }));
+  for (std::size_t at = 0; at < kThreads; ++at) {
+    if (at == kThreads / 3) clock_.set(2000);
+    // Finds nothing when the write was cancelled.
+    (void)writes[at].client.read(milliseconds(100));
   }
-  std::this_thread::sleep_for(milliseconds(500));
-  for (PipePair& pipe : reads) ASSERT_TRUE(pipe.client.write(Bytes{1}).done());
+  EXPECT_TRUE(clock_.isLookedAt());
+  const std::uint8_t byte[] = {1};
+  for (MessagePipe& pipe : reads) ASSERT_TRUE(pipe.client.write(byte).done());
   for (const BackgroundCall& call : calls) EXPECT_TRUE(call.ends());
   EXPECT_EQ(cancelledReads, 0);
   EXPECT_EQ(brokenWrites, 0);
 }
 
-// In a process of its own, whose watchdog has no timer yet.
-TEST(WriteWatchdogDeathTest, LetsWritesTakeTheirTimeWhenThereIsNoTimer) {
+// Each in a process of its own, whose watchdog has no timer yet.
+class WriteWatchdogDeathTest : public WriteWatchdog {
+ protected:
+  [[noreturn]] static void endWith42If(bool succeeded) { std::exit(succeeded ? 42 : 1); }
+};
+
+TEST_F(WriteWatchdogDeathTest, LetsWritesTakeTheirTimeWhenThereIsNoTimer) {
   EXPECT_EXIT(
       {
         ImportHook<decltype(CreateThreadpoolTimer)> create("kernel32.dll", "CreateThreadpoolTimer");
         create.failAllCalls(ERROR_NOT_ENOUGH_MEMORY, nullptr);
-        PipePair pipe;
-        std::atomic<DWORD> error{1};
-        const BackgroundCall call([&] {
-          ipc::WatchedThread watched;
-          watched.beginWrite();
-          error = writeBlocking(pipe.server.get());
-          watched.endWrite();
-        });
-        const bool cancelled = call.ends(milliseconds(3000));
+        MessagePipe pipe;
+        const BackgroundFrame frame(pipe);
+        const bool ended = frame.call.ends(kSomeLooks);
+        clock_.set(10'000);
+        const bool cancelled = ended || frame.call.ends(kSomeLooks);
         const bool read = pipe.client.read().message.size() == kBlockingSize;
-        const bool succeeded = call.ends() && error == 0;
-        std::exit(!cancelled && read && succeeded && create.callCount() == 1 ? 42 : 1);
+        endWith42If(!cancelled && read && frame.call.ends() && frame.error == 0);
       },
       testing::ExitedWithCode(42), "");
 }
 
-TEST(WriteWatchdogDeathTest, TriesAgainToGetATimer) {
+TEST_F(WriteWatchdogDeathTest, GetsATimerForABroadcastThatIsWaitingAlready) {
   EXPECT_EXIT(
       {
         ImportHook<decltype(CreateThreadpoolTimer)> create("kernel32.dll", "CreateThreadpoolTimer");
         create.failCall(1, ERROR_NOT_ENOUGH_MEMORY, nullptr);
-        {
-          ipc::WatchedThread unbounded;
-        }
-        {
-          ipc::WatchedThread bounded;
-        }
-        {
-          ipc::WatchedThread bounded;
-        }
-        std::exit(create.callCount() == 2 ? 42 : 1);
+        const MessagePipe pipe;
+        const BackgroundFrame frame(pipe);
+        const bool ended = frame.call.ends(kSomeLooks);
+        clock_.set(10'000);
+        const bool cancelled = ended || frame.call.ends(kSomeLooks);
+        const ipc::WatchedThread another;
+        endWith42If(!cancelled && frame.isCancelled());
       },
       testing::ExitedWithCode(42), "");
 }
 
-class PushWatchdog : public ChannelTest {
- protected:
-  void SetUp() override { start(); }
-
-  bool broadcast(const Bytes& payload) {
-    return server_.BroadcastPush(7, 0x1003, payload.data(),
-                                 static_cast<std::uint32_t>(payload.size()));
-  }
-};
-
-TEST_F(PushWatchdog, SleepsUnlessSomebodyIsWrittenTo) {
-  ImportHook<decltype(SetThreadpoolTimer)> timer("kernel32.dll", "SetThreadpoolTimer");
-  EXPECT_FALSE(broadcast({1}));
-  EXPECT_EQ(timer.callCount(), 0U);
-  RawPipeClient client = registerPushClient(1);
-  EXPECT_EQ(timer.callCount(), 0U);
-  EXPECT_TRUE(broadcast({1}));
-  const auto calls = timer.calls();
-  ASSERT_EQ(calls.size(), 2U);
-  EXPECT_NE(std::get<1>(calls[0]), nullptr);
-  EXPECT_EQ(std::get<1>(calls[1]), nullptr);
-  EXPECT_EQ(std::get<2>(calls[1]), 0U);
+TEST_F(WriteWatchdogDeathTest, MakesItsTimerOnceWithAThreadOfItsOwn) {
+  EXPECT_EXIT(
+      {
+        ImportHook<decltype(CreateThreadpool)> pool("kernel32.dll", "CreateThreadpool");
+        ImportHook<decltype(SetThreadpoolThreadMinimum)> minimum("kernel32.dll",
+                                                                 "SetThreadpoolThreadMinimum");
+        ImportHook<decltype(CreateThreadpoolTimer)> create("kernel32.dll", "CreateThreadpoolTimer");
+        PTP_POOL made = nullptr;
+        PTP_POOL used = nullptr;
+        pool.replace([&](PVOID reserved) { return made = pool.callOriginal(reserved); });
+        create.observe([&](PTP_TIMER_CALLBACK, PVOID, PTP_CALLBACK_ENVIRON environment) {
+          if (environment != nullptr) used = environment->Pool;
+        });
+        ipc::prepareWriteWatchdog();
+        ipc::prepareWriteWatchdog();
+        {
+          const ipc::WatchedThread watched;
+        }
+        const bool hasThread =
+            minimum.callCount() == 1 && std::get<1>(minimum.calls().front()) == 1;
+        endWith42If(made != nullptr && used == made && hasThread && pool.callCount() == 1 &&
+                    create.callCount() == 1);
+      },
+      testing::ExitedWithCode(42), "");
 }
 
-TEST_F(PushWatchdog, DropsAClientThatNeverReadsAndKeepsTheOthersInformed) {
-  constexpr std::uint32_t kNotifications = 500;
-  RawPipeClient stuck = registerPushClient(1);  // Before the other one in every broadcast.
-  RawPipeClient reader = registerPushClient(2);
-  std::vector<Clock::time_point> sent(kNotifications);
-  std::atomic<int> cancelled{0};
-  ImportHook<decltype(WriteFile)> writes("kernel32.dll", "WriteFile");
-  writes.replace([&](HANDLE pipe, LPCVOID bytes, DWORD length, LPDWORD written,
-                     LPOVERLAPPED operation) -> BOOL {
-    if (writes.callOriginal(pipe, bytes, length, written, operation)) return TRUE;
-    if (GetLastError() == ERROR_OPERATION_ABORTED) ++cancelled;
-    return FALSE;
-  });
-  const BackgroundCall sender([&] {
-    for (std::uint32_t i = 0; i < kNotifications; ++i) {
-      sent[i] = Clock::now();
-      if (!broadcast(joined(u32Bytes({i}), Bytes(60)))) return;
-    }
-  });
-  milliseconds latest{0};
-  for (std::uint32_t i = 0; i < kNotifications; ++i) {
-    ASSERT_EQ(reader.read().message.size(), 20U) << i;
-    const Bytes payload = reader.read().message;
-    ASSERT_EQ(payload.size(), 64U) << i;
-    ASSERT_EQ(u32At(payload, 0), i);
-    latest = std::max(latest, since(sent[i]));
-  }
-  EXPECT_TRUE(sender.ends());
-  // One write in all was waited for in vain: no notification is later than that one wait.
-  EXPECT_EQ(cancelled, 1);
-  static_assert(ipc::kWriteTimeout <= milliseconds(2000));
-  EXPECT_EQ(inspector_.pushPipe(1), nullptr);
-  EXPECT_EQ(server_.PushClientCount(), 1U);
-  RecordProperty("LatestNotificationMs", std::to_string(latest.count()));
-}
-
-// What was written before reaches it whole.
-TEST_F(PushWatchdog, LeavesADroppedClientWholeMessages) {
-  RawPipeClient stuck = registerPushClient(1);
-  while (broadcast(Bytes(64, 0xAB))) {
-  }
-  EXPECT_EQ(server_.PushClientCount(), 0U);
-  std::size_t messages = 0;
-  for (PipeOutcome next = stuck.read(); !next.closed(); next = stuck.read()) {
-    ASSERT_TRUE(next.done()) << next.error;
-    ASSERT_EQ(next.message.size(), messages % 2 == 0 ? 20U : 64U);
-    ++messages;
-  }
-  EXPECT_GT(messages, 10U);
-}
-
-TEST_F(PushWatchdog, DoesNotDisturbAClientThatReadsSlowly) {
-  RawPipeClient client = registerPushClient(1);
-  std::atomic<int> sent{0};
-  const BackgroundCall sender([&] {
-    for (int i = 0; i < 5 && broadcast(Bytes(50'000, 0xAB)); ++i) ++sent;
-  });
-  for (int i = 0; i < 5; ++i) {
-    EXPECT_FALSE(sender.ends(milliseconds(400)));  // All the writer's patience is 2000.
-    EXPECT_EQ(client.read().message.size(), 20U);
-    EXPECT_EQ(client.read().message, Bytes(50'000, 0xAB));
-  }
-  EXPECT_TRUE(sender.ends());
-  EXPECT_EQ(sent, 5);
-  EXPECT_EQ(server_.PushClientCount(), 1U);
+TEST_F(WriteWatchdogDeathTest, TriesAgainWhateverWasMissing) {
+  EXPECT_EXIT(
+      {
+        ImportHook<decltype(CreateThreadpool)> pool("kernel32.dll", "CreateThreadpool");
+        ImportHook<decltype(SetThreadpoolThreadMinimum)> minimum("kernel32.dll",
+                                                                 "SetThreadpoolThreadMinimum");
+        ImportHook<decltype(CreateThreadpoolTimer)> create("kernel32.dll", "CreateThreadpoolTimer");
+        pool.failCall(1, ERROR_NOT_ENOUGH_MEMORY, nullptr);
+        minimum.failCall(1, ERROR_NOT_ENOUGH_MEMORY, FALSE);
+        create.failCall(1, ERROR_NOT_ENOUGH_MEMORY, nullptr);
+        for (int i = 0; i < 6; ++i) const ipc::WatchedThread watched;
+        endWith42If(pool.callCount() == 2 && minimum.callCount() == 3 && create.callCount() == 2);
+      },
+      testing::ExitedWithCode(42), "");
 }
 
 }  // namespace

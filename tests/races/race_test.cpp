@@ -233,9 +233,9 @@ TEST(Races, LoseNothingAndLeaveNothingOpen) {
   EXPECT_THAT(passedRacePoints(),
               testing::ElementsAre("race: between header and payload", "race: broadcast",
                                    "race: broadcast clean-up", "race: completion",
-                                   "race: handler replacement", "race: owner after its flag",
-                                   "race: owner of a start", "race: registration", "race: start",
-                                   "race: unregistration"));
+                                   "race: end of a frame", "race: handler replacement",
+                                   "race: owner after its flag", "race: owner of a start",
+                                   "race: registration", "race: start", "race: unregistration"));
 }
 
 }  // namespace
