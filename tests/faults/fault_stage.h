@@ -95,6 +95,9 @@ class FaultStage {
   Call<decltype(CloseHandle)> close_{fault_, "kernel32.dll", "CloseHandle", FALSE};
   Call<decltype(VirtualAlloc)> virtualAlloc_{fault_, "kernel32.dll", "VirtualAlloc", nullptr};
   Call<decltype(VirtualFree)> virtualFree_{fault_, "kernel32.dll", "VirtualFree", FALSE};
+  Call<decltype(CreateThreadpool)> createPool_{fault_, "kernel32.dll", "CreateThreadpool", nullptr};
+  Call<decltype(SetThreadpoolThreadMinimum)> poolMinimum_{fault_, "kernel32.dll",
+                                                          "SetThreadpoolThreadMinimum", FALSE};
   Call<decltype(CreateThreadpoolTimer)> createTimer_{fault_, "kernel32.dll",
                                                      "CreateThreadpoolTimer", nullptr};
   Call<decltype(GetModuleFileNameW)> modulePath_{fault_, "kernel32.dll", "GetModuleFileNameW", 0};

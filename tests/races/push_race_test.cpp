@@ -38,6 +38,14 @@ class PushRace : public testing::Test {
     const std::uint8_t payload[kPayloadSize] = {};
     return server_.BroadcastPush(clientId, 1, payload, sizeof(payload));
   }
+  // Leaves room in the first pipe for so many bytes.
+  void fillFirstPipeUpTo(DWORD room) {
+    const std::vector<std::uint8_t> message(MessagePipe::kBuffer - room);
+    DWORD written = 0;
+    EXPECT_TRUE(WriteFile(fullPipe_, message.data(), static_cast<DWORD>(message.size()), &written,
+                          nullptr));
+    writes_ = 0;
+  }
   // A broadcast for client 7 that fails on the first pipe and is held at the gate.
   std::thread broadcastThatFails(RaceGate& gate, int writes) {
     std::thread thread([this, &gate] {
@@ -58,6 +66,24 @@ class PushRace : public testing::Test {
   std::optional<MessagePipe> full_{std::in_place};
   std::optional<MessagePipe> reading_{std::in_place};
 };
+
+// The header of the first broadcast is in the pipe when its payload is cancelled; then the client
+// reads on.
+TEST_F(PushRace, LeavesNoNotificationCutInTheMiddleOfTheStream) {
+  fillFirstPipeUpTo(sizeof(ipc::PushFrameHeader) + 1);
+  RaceGate gate{"race: end of a frame"};
+  std::thread failing = broadcastThatFails(gate, 2);
+  std::thread later([&] { EXPECT_TRUE(broadcast(8)); });
+  EXPECT_GT(full_->client.read().message.size(), kPayloadSize);  // What had filled the pipe.
+  EXPECT_EQ(full_->client.read().message.size(), sizeof(ipc::PushFrameHeader));
+  const PipeOutcome behind = full_->client.read(std::chrono::milliseconds(200));
+  EXPECT_TRUE(behind.message.empty()) << behind.message.size() << " bytes of the next notification";
+  gate.open = true;
+  failing.join();
+  later.join();
+  EXPECT_TRUE(full_->client.endsSilently());
+  EXPECT_EQ(writes_, 2);
+}
 
 // The first broadcast has failed on the pipe and goes on: the client is still in the table.
 TEST_F(PushRace, LetsNoBroadcastWaitForAPipeThatHasFailed) {
