@@ -3,6 +3,7 @@
 
 #include "handlers/request_handlers.h"
 #include "sdk/accel_sdk.h"
+#include "sdk/record_reading.h"
 
 namespace orva_accelerator::ipc {
 
@@ -84,10 +85,11 @@ Answer HandleGetGameAccelInfo(const Request<MsgGetGameAccelInfo>& request) {
 
 Answer HandleGetGameUsedNodeList(const Request<MsgGetGameUsedNodeList>& request) {
   const auto nodes = sdk::AccelSdk::Instance().GetGameUsedNodeDataList(request.fixed.gameId);
+  using sdk::textOf;
   // Nodes times texts may exceed 32 bits; the answer sees to that.
   std::uint64_t length = sizeof(UsedNodeListResponse);
   for (const sdk::UsedNodeInfo& node : nodes) {
-    length += Answer::sizeOf<UsedNodeBlock>(node.usedText1, node.usedText2);
+    length += Answer::sizeOf<UsedNodeBlock>(textOf(node.usedText1), textOf(node.usedText2));
   }
   Answer answer(length);
   answer.append(
@@ -95,7 +97,7 @@ Answer HandleGetGameUsedNodeList(const Request<MsgGetGameUsedNodeList>& request)
   for (const sdk::UsedNodeInfo& node : nodes) {
     const UsedNodeBlock block = {
         .used1 = node.used1, .used2 = node.used2, .used3 = node.used3, .used4 = node.used4};
-    answer.append(block, node.usedText1, node.usedText2);
+    answer.append(block, textOf(node.usedText1), textOf(node.usedText2));
   }
   return answer;
 }

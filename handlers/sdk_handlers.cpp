@@ -1,10 +1,20 @@
 // Setting up the library and logging in.
 
+#include <windows.h>
+
 #include "handlers/request_handlers.h"
 #include "ipc/notifiers.h"
 #include "sdk/accel_sdk.h"
 
 namespace orva_accelerator::ipc {
+
+namespace {
+
+void wipe(std::wstring& text) {
+  SecureZeroMemory(text.data(), text.size() * sizeof(wchar_t));
+}
+
+}  // namespace
 
 Answer HandleSdkInit(const Request<MsgSdkInit>& request) {
   auto [channelName] = request.texts();
@@ -16,12 +26,15 @@ Answer HandleSdkInit(const Request<MsgSdkInit>& request) {
 }
 
 Answer HandleUserLogin(const Request<MsgUserLogin>& request) {
-  const auto [account, credential] = request.texts();
+  auto [account, credential] = request.texts();
   // Made ahead: it says that the request was taken, whatever becomes of the login. The outcome is a
   // notification.
   Answer taken = request.answer({.taken = 1});
   (void)sdk::AccelSdk::Instance().UserLoginFromAccount(
       account, credential, LoginResultNotifier(request.server, request.clientId));
+  // The library has them now; no dump of this process is to show them.
+  wipe(account);
+  wipe(credential);
   return taken;
 }
 

@@ -23,7 +23,9 @@ std::wstring ReadPayloadText(const void* payload, std::uint32_t& cursor, std::ui
   const int units = MultiByteToWideChar(CP_UTF8, 0, utf8, length, nullptr, 0);
   if (units <= 0) return {};
   std::wstring text(static_cast<std::size_t>(units), L'\0');
-  if (MultiByteToWideChar(CP_UTF8, 0, utf8, length, text.data(), units) != units) return {};
+  const int written = MultiByteToWideChar(CP_UTF8, 0, utf8, length, text.data(), units);
+  // The one object that is returned, so that no copy of a credential stays on the stack.
+  if (written != units) text.clear();
   return text;
 }
 

@@ -1,5 +1,6 @@
 #include "sdk/accel_sdk.h"
 
+#include <cstdlib>
 #include <mutex>
 
 #include "sdk/accel_sdk_impl.h"
@@ -8,14 +9,19 @@ namespace orva_accelerator::sdk {
 
 namespace {
 
-std::mutex instanceMutex;
-std::unique_ptr<AccelSdk> instance;
+// Neither is ever deleted: connection threads go on asking for the binding while the process exits.
+std::mutex& instanceMutex = *new std::mutex;
+AccelSdk* instance = nullptr;
 
 }  // namespace
 
 AccelSdk& AccelSdk::Instance() {
   const std::lock_guard lock(instanceMutex);
-  if (!instance) instance.reset(new AccelSdk);
+  if (instance == nullptr) {
+    instance = new AccelSdk;
+    // Without memory for that, the system frees the library a moment later.
+    (void)std::atexit([] { instance->impl_->CloseForGood(); });
+  }
   return *instance;
 }
 
@@ -27,8 +33,7 @@ int AccelSdk::Init(const SdkInitParams& params) {
 }
 
 void AccelSdk::Release() {
-  const std::lock_guard lock(impl_->mutex);
-  impl_->initialised = false;
+  impl_->Release();
 }
 
 bool AccelSdk::IsInitialised() const {

@@ -33,8 +33,7 @@ enum SdkInitResult : int {
 // refusal by the library.
 class AccelSdk {
  public:
-  // Creates the object at the first call. It lives until the process exits, which frees the
-  // library.
+  // Creates the object at the first call. The end of the process frees the library, not the object.
   static AccelSdk& Instance();
 
   AccelSdk(const AccelSdk&) = delete;
@@ -106,8 +105,8 @@ class AccelSdk {
   std::vector<NodeEntry> GetGameNodeDataList(std::uint32_t gameId, std::uint32_t areaId,
                                              const std::wstring& serverKey) const;
 
-  // The game's text. Does not ask whether the binding is initialised either.
-  std::optional<GameData> GetGameDataFromGameID(std::uint32_t gameId) const;
+  // Does not ask whether the binding is initialised either.
+  std::optional<GameDataRecord> GetGameDataFromGameID(std::uint32_t gameId) const;
 
  private:
   AccelSdk();

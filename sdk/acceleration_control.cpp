@@ -1,4 +1,4 @@
-#include <mutex>
+// Login, start and stop: what the library answers later, through the completion functions.
 
 #include "sdk/accel_sdk.h"
 #include "sdk/accel_sdk_impl.h"
@@ -7,21 +7,43 @@
 
 namespace orva_accelerator::sdk {
 
+namespace {
+
+// What both starts do once their callback is installed. `lastArguments` are those behind the nodes.
+template <KernelFunction Start, typename... LastArguments>
+bool start(AccelSdkImpl* context, std::uint32_t startArg1, std::uint32_t startArg2,
+           const std::wstring& startText, const std::wstring& nodeSelection,
+           LastArguments... lastArguments) {
+  const NodeSelection selection = ParseNodeSelection(nodeSelection);
+  const KernelBool isAuto = selection.isAuto ? 1 : 0;
+  return kernelFunctions.call<Start>(context, startArg1, startArg2, startText.c_str(), isAuto,
+                                     FormatNodeList(selection.nodes).c_str(), lastArguments...,
+                                     OnAccelResult);
+}
+
+}  // namespace
+
+bool AccelSdk::UserLoginFromAccount(const std::wstring& account, const std::wstring& credential,
+                                    CodeResultCallback callback) {
+  if (!callback) return false;
+  if (!kernelFunctions.call<KernelFunction::Kernel_UserLoginFromAccount>(
+          nullptr, account.c_str(), credential.c_str(), OnLoginResult)) {
+    return false;
+  }
+  loginResultHandler.install(std::move(callback));
+  return true;
+}
+
 void AccelSdk::SetAccelResultCallback(AccelResultCallback callback) {
-  const std::lock_guard lock(impl_->mutex);
-  impl_->accelResultCallback = callback;
-  accelResultHandler.install(std::move(callback));
+  impl_->SetAccelResultCallback(std::move(callback));
 }
 
 bool AccelSdk::StartAccel(std::uint32_t startArg1, std::uint32_t startArg2,
                           const std::wstring& startText, const std::wstring& nodeSelection,
                           std::uint32_t startArg3, AccelResultCallback callback) {
   SetAccelResultCallback(std::move(callback));
-  const NodeSelection selection = ParseNodeSelection(nodeSelection);
-  const auto start = kernelFunctions.get<KernelFunction::Kernel_StartAccel>();
-  if (start == nullptr) return false;
-  return start(impl_.get(), startArg1, startArg2, startText.c_str(), selection.isAuto ? 1 : 0,
-               FormatNodeList(selection.nodes).c_str(), startArg3, OnAccelResult) != 0;
+  return start<KernelFunction::Kernel_StartAccel>(impl_.get(), startArg1, startArg2, startText,
+                                                  nodeSelection, startArg3);
 }
 
 bool AccelSdk::StartAccelEx(std::uint32_t startArg1, std::uint32_t startArg2,
@@ -29,23 +51,14 @@ bool AccelSdk::StartAccelEx(std::uint32_t startArg1, std::uint32_t startArg2,
                             std::uint32_t startArg3, std::uint32_t startArg4,
                             AccelResultCallback callback) {
   SetAccelResultCallback(std::move(callback));
-  const NodeSelection selection = ParseNodeSelection(nodeSelection);
-  const auto start = kernelFunctions.get<KernelFunction::Kernel_StartAccelEx>();
-  if (start == nullptr) return false;
-  return start(impl_.get(), startArg1, startArg2, startText.c_str(), selection.isAuto ? 1 : 0,
-               FormatNodeList(selection.nodes).c_str(), startArg3, startArg4, OnAccelResult) != 0;
+  return start<KernelFunction::Kernel_StartAccelEx>(impl_.get(), startArg1, startArg2, startText,
+                                                    nodeSelection, startArg3, startArg4);
 }
 
 bool AccelSdk::StopAccel(CodeResultCallback callback) {
   if (!callback) return false;
-  {
-    const std::lock_guard lock(impl_->mutex);
-    impl_->stopResultCallback = callback;
-    stopResultHandler.install(std::move(callback));
-  }
-  const auto stop = kernelFunctions.get<KernelFunction::Kernel_StopAccel>();
-  if (stop == nullptr) return false;
-  return stop(nullptr, OnStopResult) != 0;
+  impl_->SetStopResultCallback(std::move(callback));
+  return kernelFunctions.call<KernelFunction::Kernel_StopAccel>(nullptr, OnStopResult);
 }
 
 }  // namespace orva_accelerator::sdk

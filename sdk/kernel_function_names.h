@@ -2,7 +2,7 @@
 //
 // The function table, the resolver, the simulated library's exports and the tests are all made
 // from this list. Every name must be present in the library, although the service calls only the
-// fourteen that sdk/kernel_api.h gives signatures for.
+// fourteen of sdk/kernel_api.h.
 #pragma once
 
 // Applies X to each name, in order. A macro because both identifiers and strings are made of them.

@@ -22,9 +22,10 @@ constexpr char kMissingFunctionCaption[] = "\xE6\x8F\x90\xE7\xA4\xBA";
 [[noreturn]] void exitBecauseFunctionIsMissing(const char* name) {
   const std::string text = std::string("dll not found api - \"") + name + "\"";
   OutputDebugStringA(text.c_str());
-  (void)MessageBoxA(nullptr, text.c_str(), kMissingFunctionCaption,
-                    MB_OK);  // Whatever became of the box, the process ends.
-  // Initialisations wait for each other, so no second thread is here.
+  // Whatever became of the box, the process ends.
+  (void)MessageBoxA(nullptr, text.c_str(), kMissingFunctionCaption, MB_OK);
+  // No second thread gets here: this one keeps the binding's mutex to the end. Other requests still
+  // run, see AccelSdkImpl::CloseForGood.
   // NOLINTNEXTLINE(concurrency-mt-unsafe)
   std::exit(-1);
 }

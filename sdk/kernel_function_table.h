@@ -26,71 +26,28 @@ static_assert(kKernelFunctionCount == 101);
 // ASCII names by slot.
 extern const std::array<const char*, kKernelFunctionCount> kKernelFunctionNames;
 
-// Signatures of the functions that the service calls; the others have none on purpose.
+// The type of a function that the service calls, as a pointer. The others have none on purpose.
 template <KernelFunction F>
 struct KernelSignature;
+#define ORVA_KERNEL_SIGNATURE(name, ...)         \
+  template <>                                    \
+  struct KernelSignature<KernelFunction::name> { \
+    using Type = signature::name;                \
+  };
+ORVA_CALLED_KERNEL_FUNCTIONS(ORVA_KERNEL_SIGNATURE)
+#undef ORVA_KERNEL_SIGNATURE
 
-template <>
-struct KernelSignature<KernelFunction::Kernel_Init> {
-  using Type = KernelInit;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_SetSdkChannelNumber> {
-  using Type = KernelSetSdkChannelNumber;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_UserLoginFromAccount> {
-  using Type = KernelUserLoginFromAccount;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_StartAccel> {
-  using Type = KernelStartAccel;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_StartAccelEx> {
-  using Type = KernelStartAccelEx;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_StopAccel> {
-  using Type = KernelStopAccel;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_GetAccelData> {
-  using Type = KernelGetAccelData;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_GetConsoleData> {
-  using Type = KernelGetConsoleData;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_GetGameDataFromGameID> {
-  using Type = KernelGetGameDataFromGameID;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_GetGameLastAccelInfo> {
-  using Type = KernelGetGameLastAccelInfo;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_GetGameServerDataList> {
-  using Type = KernelGetGameServerDataList;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_GetGameNodeDataList> {
-  using Type = KernelGetGameNodeDataList;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_GetGameUsedNodeDataList> {
-  using Type = KernelGetGameUsedNodeDataList;
-};
-template <>
-struct KernelSignature<KernelFunction::Kernel_GetTestSpeedData_V2> {
-  using Type = KernelGetTestSpeedDataV2;
-};
-
-// Written by ResolveKernelFunctions under the binding's mutex, read by every wrapper without one.
+// Written by ResolveKernelFunctions under the binding's mutex, read by every caller without one.
 class KernelFunctionTable {
  public:
-  // Null until resolved. Every wrapper treats null as a refusal by the library.
+  // False also for a function that is not there: its callers cannot tell that from a refusal.
+  template <KernelFunction F, typename... Arguments>
+  bool call(Arguments... arguments) const {
+    const auto function = get<F>();
+    return function != nullptr && function(arguments...) != 0;
+  }
+
+  // Null until resolved.
   template <KernelFunction F>
   typename KernelSignature<F>::Type get() const {
     const FARPROC entry = entries_[static_cast<std::size_t>(F)].load(std::memory_order_acquire);

@@ -10,19 +10,21 @@
 
 namespace orva_accelerator::sdk {
 
+static_assert(sizeof(wchar_t) == 2);
+
 #pragma pack(push, 1)
 
 // Kernel_GetAccelData.
 struct AccelDataRecord {
   std::uint32_t value1;
   std::uint32_t value2;
-  char16_t text1[255];
+  wchar_t text1[255];
   std::uint32_t value3;
-  char16_t text2[255];
-  char16_t text3[255];
-  char16_t text4[255];
+  wchar_t text2[255];
+  wchar_t text3[255];
+  wchar_t text4[255];
   std::uint32_t value4;
-  char16_t text5[255];
+  wchar_t text5[255];
   std::uint8_t flag;
   std::uint32_t value5;
   std::uint32_t value6;
@@ -50,22 +52,26 @@ struct TestSpeedEntry {
   std::uint32_t words[4];
 };
 
+// What these four hold begins at even offsets: they may be packed to 2, and their texts be read
+// where they are.
+#pragma pack(push, 2)
+
 // Kernel_GetGameDataFromGameID.
 struct GameDataRecord {
   std::uint32_t number;
-  char16_t gameText[255];
+  wchar_t gameText[255];
 };
 
 // Elements of the array of Kernel_GetGameServerDataList.
 struct ServerRecord {
-  char16_t serverKey[256];
-  char16_t serverText[256];
+  wchar_t serverKey[256];
+  wchar_t serverText[256];
 };
 
 // Elements of the array of Kernel_GetGameNodeDataList.
 struct NodeRecord {
   std::uint32_t nodeId;
-  char16_t nodeText[256];
+  wchar_t nodeText[256];
   std::uint32_t nodeValue1;
   std::uint32_t nodeValue2;
   std::uint32_t nodeValue3;
@@ -75,11 +81,13 @@ struct NodeRecord {
 struct UsedNodeRecord {
   std::uint32_t used1;
   std::uint32_t used2;
-  char16_t usedText1[256];
+  wchar_t usedText1[256];
   std::uint32_t used3;
-  char16_t usedText2[256];
+  wchar_t usedText2[256];
   std::uint64_t used4;
 };
+
+#pragma pack(pop)
 
 // What the library hands to the completion function of a start. Texts may be null.
 struct KernelAccelResult {
@@ -96,30 +104,68 @@ struct KernelAccelResult {
 #pragma pack(pop)
 
 static_assert(sizeof(AccelDataRecord) == 2595);
+static_assert(offsetof(AccelDataRecord, value1) == 0);
+static_assert(offsetof(AccelDataRecord, value2) == 4);
+static_assert(offsetof(AccelDataRecord, text1) == 8);
 static_assert(offsetof(AccelDataRecord, value3) == 518);
+static_assert(offsetof(AccelDataRecord, text2) == 522);
 static_assert(offsetof(AccelDataRecord, text3) == 1032);
+static_assert(offsetof(AccelDataRecord, text4) == 1542);
 static_assert(offsetof(AccelDataRecord, value4) == 2052);
+static_assert(offsetof(AccelDataRecord, text5) == 2056);
 static_assert(offsetof(AccelDataRecord, flag) == 2566);
 static_assert(offsetof(AccelDataRecord, value5) == 2567);
+static_assert(offsetof(AccelDataRecord, value6) == 2571);
+static_assert(offsetof(AccelDataRecord, value7) == 2575);
 static_assert(offsetof(AccelDataRecord, value8) == 2579);
+static_assert(offsetof(AccelDataRecord, value9) == 2587);
 static_assert(offsetof(AccelDataRecord, value10) == 2591);
+
 static_assert(sizeof(ConsoleDataRecord) == 21);
+static_assert(offsetof(ConsoleDataRecord, console1) == 0);
+static_assert(offsetof(ConsoleDataRecord, console2) == 4);
+static_assert(offsetof(ConsoleDataRecord, console3) == 8);
+static_assert(offsetof(ConsoleDataRecord, console4) == 12);
+static_assert(offsetof(ConsoleDataRecord, console5) == 16);
 static_assert(offsetof(ConsoleDataRecord, consoleFlag) == 20);
+
 static_assert(sizeof(TestSpeedSummary) == 56);
+static_assert(offsetof(TestSpeedSummary, summary) == 0);
+
 static_assert(sizeof(TestSpeedEntry) == 16);
+static_assert(offsetof(TestSpeedEntry, words) == 0);
+
 static_assert(sizeof(GameDataRecord) == 514);
+static_assert(offsetof(GameDataRecord, number) == 0);
 static_assert(offsetof(GameDataRecord, gameText) == 4);
+
 static_assert(sizeof(ServerRecord) == 1024);
+static_assert(offsetof(ServerRecord, serverKey) == 0);
 static_assert(offsetof(ServerRecord, serverText) == 512);
+
 static_assert(sizeof(NodeRecord) == 528);
+static_assert(offsetof(NodeRecord, nodeId) == 0);
+static_assert(offsetof(NodeRecord, nodeText) == 4);
 static_assert(offsetof(NodeRecord, nodeValue1) == 516);
+static_assert(offsetof(NodeRecord, nodeValue2) == 520);
+static_assert(offsetof(NodeRecord, nodeValue3) == 524);
+
 static_assert(sizeof(UsedNodeRecord) == 1044);
+static_assert(offsetof(UsedNodeRecord, used1) == 0);
+static_assert(offsetof(UsedNodeRecord, used2) == 4);
+static_assert(offsetof(UsedNodeRecord, usedText1) == 8);
 static_assert(offsetof(UsedNodeRecord, used3) == 520);
 static_assert(offsetof(UsedNodeRecord, usedText2) == 524);
 static_assert(offsetof(UsedNodeRecord, used4) == 1036);  // Not a multiple of 8.
+
 static_assert(sizeof(KernelAccelResult) == 40);
+static_assert(offsetof(KernelAccelResult, value1) == 0);
+static_assert(offsetof(KernelAccelResult, value2) == 4);
 static_assert(offsetof(KernelAccelResult, text1) == 8);
+static_assert(offsetof(KernelAccelResult, value3) == 16);
+static_assert(offsetof(KernelAccelResult, value4) == 20);
 static_assert(offsetof(KernelAccelResult, state) == 24);
+static_assert(offsetof(KernelAccelResult, value5) == 28);
 static_assert(offsetof(KernelAccelResult, text2) == 32);
 
 }  // namespace orva_accelerator::sdk

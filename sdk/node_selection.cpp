@@ -1,10 +1,27 @@
 #include "sdk/node_selection.h"
 
-#include <sstream>
-
-#include "sdk/decimal_int.h"
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cwchar>
+#include <stdexcept>
 
 namespace orva_accelerator::sdk {
+
+namespace {
+
+// What std::stoi does; its texts differ from one standard library to the next.
+int parseDecimal(const std::wstring& piece) {
+  wchar_t* end = nullptr;
+  errno = 0;
+  const long value = std::wcstol(piece.c_str(), &end, 10);
+  const bool outOfRange = errno == ERANGE || value < INT_MIN || value > INT_MAX;
+  if (end == piece.c_str()) throw std::invalid_argument("invalid stoi argument");
+  if (outOfRange) throw std::out_of_range("stoi argument out of range");
+  return static_cast<int>(value);
+}
+
+}  // namespace
 
 NodeSelection ParseNodeSelection(const std::wstring& text) {
   NodeSelection selection;
@@ -12,9 +29,10 @@ NodeSelection ParseNodeSelection(const std::wstring& text) {
     selection.isAuto = true;
     return selection;
   }
-  std::wistringstream pieces(text);
-  for (std::wstring piece; std::getline(pieces, piece, L';');) {
-    if (!piece.empty()) selection.nodes.push_back(ParseDecimalInt(piece));
+  for (std::size_t begin = 0; begin < text.size();) {
+    const std::size_t end = std::min(text.find(L';', begin), text.size());
+    if (end > begin) selection.nodes.push_back(parseDecimal(text.substr(begin, end - begin)));
+    begin = end + 1;
   }
   return selection;
 }
@@ -23,7 +41,9 @@ std::wstring FormatNodeList(const std::vector<int>& nodes) {
   std::wstring list;
   for (const int node : nodes) {
     if (!list.empty()) list += L';';
-    list += std::to_wstring(node);
+    // By way of a narrow string: std::to_wstring brings a whole formatter into the image.
+    const std::string digits = std::to_string(node);
+    list.append(digits.begin(), digits.end());
   }
   return list;
 }

@@ -11,10 +11,14 @@ struct NodeSelection {
   std::vector<int> nodes;  // In the client's order.
 };
 
-// "" and "auto" (in just this case) select automatically. Anything else is a list of integers
-// separated by ';', empty pieces skipped. Throws as ParseDecimalInt does for a piece that is not
-// a number; nothing between here and the connection's thread catches it, so that a malformed list
-// ends the service: clients are expected to send what the library itself has given them.
+// "" and "auto" (in just this case) select automatically. Anything else is a list of decimal
+// integers separated by ';', empty pieces skipped. Of a piece, leading white space is skipped, and
+// so is what follows the digits.
+//
+// Throws std::invalid_argument("invalid stoi argument") for a piece that does not begin with a
+// number, std::out_of_range("stoi argument out of range") for one that does not fit 32 bits.
+// Nothing between here and the connection's thread catches it, so that a malformed list ends the
+// service: clients are expected to send what the library itself has given them.
 NodeSelection ParseNodeSelection(const std::wstring& text);
 
 // The list as the library takes it: decimal integers joined by ';', no trailing ';'.

@@ -46,32 +46,10 @@ struct TestSpeedData {
   std::vector<TestSpeedEntry> entries;
 };
 
-struct GameData {
-  std::uint32_t number = 0;
-  std::wstring gameText;
-};
-
-struct ServerEntry {
-  std::wstring serverKey;
-  std::wstring serverText;
-};
-
-struct NodeEntry {
-  std::uint32_t nodeId = 0;
-  std::wstring nodeText;
-  std::uint32_t nodeValue1 = 0;
-  std::uint32_t nodeValue2 = 0;
-  std::uint32_t nodeValue3 = 0;
-};
-
-struct UsedNodeInfo {
-  std::uint32_t used1 = 0;
-  std::uint32_t used2 = 0;
-  std::wstring usedText1;
-  std::uint32_t used3 = 0;
-  std::wstring usedText2;
-  std::uint64_t used4 = 0;
-};
+// The lists hand out the library's records as they are; `textOf` reads their texts.
+using ServerEntry = ServerRecord;
+using NodeEntry = NodeRecord;
+using UsedNodeInfo = UsedNodeRecord;
 
 // LastAccelInfo with the texts to show for it.
 struct GameAccelInfo {

@@ -124,7 +124,7 @@ struct RecordField {
 #define ORVA_TEXT(record, name)                                    \
   RecordField {                                                    \
     #name, offsetof(sdk::record, name), sizeof(sdk::record::name), \
-        sizeof(sdk::record::name) / sizeof(char16_t)               \
+        sizeof(sdk::record::name) / sizeof(wchar_t)                \
   }
 
 constexpr RecordField accelDataFields[] = {

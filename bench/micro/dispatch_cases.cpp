@@ -105,7 +105,7 @@ void measureWithoutText(DispatchBench& bench, Tables& tables) {
 }
 
 // `text` is `utf8` in the library's form.
-void measureTexts(const std::string& label, const std::string& utf8, const std::u16string& text,
+void measureTexts(const std::string& label, const std::string& utf8, const std::wstring& text,
                   bool isShort, DispatchBench& bench, Tables& tables) {
   const double limit = isShort ? 1000 : kNoLimit;
   const auto length = static_cast<std::uint16_t>(utf8.size());
@@ -146,12 +146,12 @@ void measureDispatch(Tables& tables) {
                "above and below; blocks and bytes are what operator new was asked for.",
                {"", "answer", "ns", "spread", "blocks", "bytes", "limit ns", ""});
   DispatchBench bench;
-  setLibraryAnswers({u"", 1});
+  setLibraryAnswers({L"", 1});
   measureWithoutText(bench, tables);
-  measureTexts("6 letters", "east-1", u"east-1", true, bench, tables);
-  measureTexts("255 letters", repeated("a", 255), std::u16string(255, u'a'), false, bench, tables);
-  measureTexts("255 of 3 bytes", repeated("\xE4\xB8\xAD", 255), std::u16string(255, u'\u4E2D'),
-               false, bench, tables);
+  measureTexts("6 letters", "east-1", L"east-1", true, bench, tables);
+  measureTexts("255 letters", repeated("a", 255), std::wstring(255, L'a'), false, bench, tables);
+  measureTexts("255 of 3 bytes", repeated("\xE4\xB8\xAD", 255), std::wstring(255, L'\u4E2D'), false,
+               bench, tables);
 }
 
 void measureDispatchAfterManyConnections(Tables& tables) {

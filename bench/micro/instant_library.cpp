@@ -18,11 +18,10 @@ using sdk::KernelFunction;
 LibraryAnswers answers;
 
 template <std::size_t Units>
-void setText(char16_t (&array)[Units]) {
+void setText(wchar_t (&array)[Units]) {
   std::copy_n(answers.text.begin(), std::min(Units, answers.text.size()), array);
 }
 void setText(wchar_t* array, std::uint32_t capacity) {
-  static_assert(sizeof(wchar_t) == sizeof(char16_t));
   const auto units = std::min<std::size_t>(capacity - 1, answers.text.size());
   std::memcpy(array, answers.text.data(), units * sizeof(wchar_t));
 }

@@ -7,7 +7,7 @@ namespace orva_accelerator::bench {
 
 // What it answers with from now on: every text is the same, and lists have so many records.
 struct LibraryAnswers {
-  std::u16string text;
+  std::wstring text;
   unsigned usedNodes = 1;
 };
 void setLibraryAnswers(const LibraryAnswers& answers);

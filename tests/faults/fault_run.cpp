@@ -174,12 +174,12 @@ class Session {
 };
 
 void scriptLibrary(FakeKernel& kernel) {
-  kernel.getAccelData = [](sdk::AccelDataRecord* record) -> sdk::KernelBool {
-    record->text3[0] = u'节';
-    record->text3[1] = u'点';
+  kernel.Kernel_GetAccelData = [](sdk::AccelDataRecord* record) -> sdk::KernelBool {
+    record->text3[0] = L'节';
+    record->text3[1] = L'点';
     return 1;
   };
-  kernel.getConsoleData = [](sdk::ConsoleDataRecord*) -> sdk::KernelBool { return 1; };
+  kernel.Kernel_GetConsoleData = [](sdk::ConsoleDataRecord*) -> sdk::KernelBool { return 1; };
 }
 
 void runSession(FaultStage& stage) {

@@ -101,6 +101,9 @@ class FaultStage {
   Call<decltype(CreateThreadpoolTimer)> createTimer_{fault_, "kernel32.dll",
                                                      "CreateThreadpoolTimer", nullptr};
   Call<decltype(GetModuleFileNameW)> modulePath_{fault_, "kernel32.dll", "GetModuleFileNameW", 0};
+  Call<decltype(SetDefaultDllDirectories)> dllDirectories_{fault_, "kernel32.dll",
+                                                           "SetDefaultDllDirectories", FALSE};
+  Call<decltype(AddDllDirectory)> addDirectory_{fault_, "kernel32.dll", "AddDllDirectory", nullptr};
   Call<HMODULE(LPCWSTR)> loadLibrary_{fault_, "kernel32.dll", "LoadLibraryW", nullptr,
                                       ERROR_MOD_NOT_FOUND};
   Call<FARPROC(HMODULE, LPCSTR)> procAddress_{fault_, "kernel32.dll", "GetProcAddress", nullptr,

@@ -33,6 +33,8 @@ constexpr ServiceCall kServiceCalls[] = {
      "a push client whose wait fails is unregistered; the service's own wait begins anew"},
     // The library.
     {"GetModuleFileNameW", InitialisedLater, "without a path there is no library to load"},
+    {"SetDefaultDllDirectories", InitialisedLater, "no library without a safe search for its own"},
+    {"AddDllDirectory", Unnoticed, "fails where the library's folder is not there"},
     {"LoadLibraryW", InitialisedLater, "the library may be installed later"},
     {"GetProcAddress", ProcessExits, "a library without one of its functions is unusable"},
     {"MultiByteToWideChar", Unnoticed, "the library is given an empty text"},
@@ -69,6 +71,7 @@ constexpr OtherImport kOtherServiceImports[] = {
     {"CancelSynchronousIo",
      "for a write that blocks for two seconds: tests/ipc/write_watchdog_test.cpp"},
     {"ResetEvent", "for a second start of one server, which the service does not make"},
+    {"RemoveDllDirectory", "after a load that failed; the folder is then searched twice"},
     {"FreeLibrary", "for a library that was loaded and not resolved: tests/sdk"},
     {"MessageBoxA", "shown on the way to the end of the process: tests/sdk, tests/display"},
     {"StartServiceCtrlDispatcherW", "before there is a service: failed in tests/service"},

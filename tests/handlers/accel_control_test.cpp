@@ -79,8 +79,8 @@ TEST_F(AccelControl, ExtendedStartHandsEveryFieldOfItsPayloadToTheLibraryAfterAS
 }
 
 TEST_F(AccelControl, RefusedStartsAnswer0) {
-  bench.kernel.startAccel = [](auto...) { return sdk::KernelBool{0}; };
-  bench.kernel.startAccelEx = [](auto...) { return sdk::KernelBool{0}; };
+  bench.kernel.Kernel_StartAccel = [](auto...) { return sdk::KernelBool{0}; };
+  bench.kernel.Kernel_StartAccelEx = [](auto...) { return sdk::KernelBool{0}; };
   const auto start = ask("start_accel_auto");
   const auto startEx = ask("start_accel_ex_auto");
   ASSERT_TRUE(start && startEx);
@@ -102,7 +102,7 @@ TEST_F(AccelControl, StartsWithoutLibraryAnswer0AndClearTheOwnership) {
 TEST_F(AccelControl, StartIsPendingAlreadyWhenTheLibraryIsCalled) {
   std::string seen;
   bench.enter(State::Accelerating);
-  bench.kernel.startAccel = [&](auto...) {
+  bench.kernel.Kernel_StartAccel = [&](auto...) {
     seen = ownership();
     return sdk::KernelBool{1};
   };
@@ -114,11 +114,11 @@ TEST_F(AccelControl, ExtendedStartIsPendingDuringItsStopAndForgetsWhatRanBeforeI
   std::string duringStop;
   std::string duringStart;
   bench.enter(State::Accelerating);
-  bench.kernel.stopAccel = [&](auto...) {
+  bench.kernel.Kernel_StopAccel = [&](auto...) {
     duringStop = ownership();
     return sdk::KernelBool{1};
   };
-  bench.kernel.startAccelEx = [&](auto...) {
+  bench.kernel.Kernel_StartAccelEx = [&](auto...) {
     duringStart = ownership();
     return sdk::KernelBool{1};
   };
@@ -224,10 +224,30 @@ TEST_F(AccelControl, StopOfTheServicesOwnSilencesTheStopOfAClient) {
 TEST_F(AccelControl, RefusedStopTakesOverTheOutcomeOfAnEarlierStop) {
   bench.enter(State::Accelerating);
   EXPECT_EQ(bench.ask(kOwner, ipc::MsgStopAccel), Bytes{1});
-  bench.kernel.stopAccel = [](auto...) { return sdk::KernelBool{0}; };
+  bench.kernel.Kernel_StopAccel = [](auto...) { return sdk::KernelBool{0}; };
   EXPECT_EQ(bench.ask(kOther, ipc::MsgStopAccel), Bytes{1});
   bench.reportStop(4);
   EXPECT_EQ(bench.notifications(), "1002 for 8: code 4");
+  EXPECT_EQ(ownership(), "- / -");
+}
+
+TEST_F(AccelControl, StopReportedToAStoppedServerClearsTheOwnershipAllTheSame) {
+  bench.enter(State::Accelerating);
+  EXPECT_EQ(bench.ask(kOwner, ipc::MsgStopAccel), Bytes{1});
+  bench.server->stop();
+  bench.reportStop(0);
+  EXPECT_EQ(ownership(), "- / -");
+}
+
+TEST_F(AccelControl, ResultsAfterAReleaseAreToldAndSettleTheOwnership) {
+  EXPECT_EQ(bench.ask(kPender, ipc::MsgStartAccel), Bytes{1});
+  EXPECT_EQ(bench.ask(kOther, ipc::MsgSdkRelease), (Bytes{1, 0, 0, 0}));
+  bench.reportState(4);
+  EXPECT_EQ(bench.notifications(), "1000 for 9: state 4");
+  EXPECT_EQ(ownership(), "9 / -");
+  EXPECT_EQ(bench.ask(kOther, ipc::MsgStopAccel), Bytes{1});
+  bench.reportStop(0);
+  EXPECT_EQ(bench.notifications(), "1002 for 8: code 0");
   EXPECT_EQ(ownership(), "- / -");
 }
 

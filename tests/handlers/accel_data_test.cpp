@@ -16,17 +16,17 @@ using test::goldenVector;
 using test::isPayload;
 
 // The values of the golden vectors, and others where nothing is sent.
-sdk::AccelDataRecord sampleRecord(std::u16string_view text3) {
+sdk::AccelDataRecord sampleRecord(std::wstring_view text3) {
   sdk::AccelDataRecord record = {};
   record.value1 = 101;
   record.value2 = 102;
-  test::setText(record.text1, u"not sent");
+  test::setText(record.text1, L"not sent");
   record.value3 = 103;
-  test::setText(record.text2, u"not sent");
+  test::setText(record.text2, L"not sent");
   test::setText(record.text3, text3);
-  test::setText(record.text4, u"not sent");
+  test::setText(record.text4, L"not sent");
   record.value4 = 104;
-  test::setText(record.text5, u"not sent");
+  test::setText(record.text5, L"not sent");
   record.flag = 0xEE;
   record.value5 = 105;
   record.value6 = 106;
@@ -40,7 +40,7 @@ sdk::AccelDataRecord sampleRecord(std::u16string_view text3) {
 class GetAccelData : public test::QueryTest {
  protected:
   Bytes answerFor(const sdk::AccelDataRecord& record, bool accepts = true) {
-    kernel.getAccelData = [=](sdk::AccelDataRecord* out) {
+    kernel.Kernel_GetAccelData = [=](sdk::AccelDataRecord* out) {
       *out = record;
       return static_cast<KernelBool>(accepts ? 1 : 0);
     };
@@ -49,77 +49,51 @@ class GetAccelData : public test::QueryTest {
 };
 
 TEST_F(GetAccelData, PutsTheValuesInTheProtocolsOrder) {
-  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data"), answerFor(sampleRecord(u"node-11"))));
+  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data"), answerFor(sampleRecord(L"node-11"))));
 }
 
 TEST_F(GetAccelData, CountsTheBytesOfItsText) {
   EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_chinese_text"),
-                        answerFor(sampleRecord(u"上海节点"))));
+                        answerFor(sampleRecord(L"上海节点"))));
 }
 
 TEST_F(GetAccelData, EndsWithItsFixedPartWhenTheTextIsEmpty) {
-  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_empty_text"), answerFor(sampleRecord(u""))));
+  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_empty_text"), answerFor(sampleRecord(L""))));
 }
 
 // 255 units of 3 bytes fill the array, so that nothing terminates it.
 TEST_F(GetAccelData, Has813BytesForTheLongestText) {
-  const Bytes answer = answerFor(sampleRecord(std::u16string(255, u'游')));
+  const Bytes answer = answerFor(sampleRecord(std::wstring(255, L'游')));
   EXPECT_EQ(answer.size(), 813U);
   EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_longest_text"), answer));
 }
 
 TEST_F(GetAccelData, CarriesAllOfALargeValue8) {
-  sdk::AccelDataRecord record = sampleRecord(u"");
+  sdk::AccelDataRecord record = sampleRecord(L"");
   record.value8 = 0x12'3456'789A;
   EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_large_value8"), answerFor(record)));
 }
 
 TEST_F(GetAccelData, CarriesTheLargestValues) {
-  sdk::AccelDataRecord record = sampleRecord(u"");
+  sdk::AccelDataRecord record = sampleRecord(L"");
   record.value1 = record.value2 = record.value3 = record.value4 = record.value5 = record.value6 =
       record.value9 = record.value10 = 0xFFFFFFFF;
   record.value8 = 0x1F'FFFF'FFFF'FFFF;
   EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_largest_values"), answerFor(record)));
 }
 
-TEST_F(GetAccelData, Is48ZerosWhenTheLibraryRefuses) {
-  const Bytes answer = answerFor(sampleRecord(u"node-11"), false);
-  EXPECT_EQ(answer, Bytes(48, 0));
-  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data_failed"), answer));
-}
-
-TEST_F(GetAccelData, Is48ZerosAfterRelease) {
-  release();
-  EXPECT_EQ(answerFor(sampleRecord(u"node-11")), Bytes(48, 0));
-  EXPECT_THAT(kernel.calls(), testing::IsEmpty());
-}
-
-TEST_F(GetAccelData, Is48ZerosWithoutItsFunction) {
-  kernel.forget(sdk::KernelFunction::Kernel_GetAccelData);
-  EXPECT_EQ(answerFor(sampleRecord(u"node-11")), Bytes(48, 0));
-}
-
-TEST_F(GetAccelData, AnswersAgainAfterASecondInit) {
-  releaseAndInitialise();
-  EXPECT_TRUE(isPayload(goldenResponse("get_accel_data"), answerFor(sampleRecord(u"node-11"))));
-}
-
 // Half of a surrogate pair has no UTF-8; each half becomes U+FFFD, 3 bytes like any other unit, so
 // that no text can outgrow its length field.
 TEST_F(GetAccelData, ReplacesHalvesOfSurrogatePairs) {
-  const Bytes answer = answerFor(sampleRecord(std::u16string(255, char16_t{0xD800})));
+  const Bytes answer = answerFor(sampleRecord(std::wstring(255, wchar_t{0xD800})));
   ASSERT_EQ(answer.size(), 813U);
   EXPECT_EQ(test::hexFromBytes(std::span(answer).last(6)), "EF BF BD EF BF BD");
-}
-
-TEST(GetAccelDataBeforeInit, Is48Zeros) {
-  EXPECT_EQ(answerTo(MsgGetAccelData), Bytes(48, 0));
 }
 
 class GetConsoleData : public test::QueryTest {
  protected:
   Bytes answerFor(const sdk::ConsoleDataRecord& record, bool accepts = true) {
-    kernel.getConsoleData = [=](sdk::ConsoleDataRecord* out) {
+    kernel.Kernel_GetConsoleData = [=](sdk::ConsoleDataRecord* out) {
       *out = record;
       return static_cast<KernelBool>(accepts ? 1 : 0);
     };
@@ -137,29 +111,6 @@ TEST_F(GetConsoleData, AnswersOneForAnyFlagButZero) {
       isPayload(goldenResponse("get_console_data"), answerFor({301, 302, 303, 304, ~0U, 0xFF})));
   EXPECT_TRUE(
       isPayload(goldenResponse("get_console_data_flag_clear"), answerFor({1, 2, 3, 4, 5, 0})));
-}
-
-TEST_F(GetConsoleData, StartsWithOneEvenWhenTheLibraryRefuses) {
-  EXPECT_TRUE(isPayload(goldenResponse("get_console_data_failed"),
-                        answerFor({301, 302, 303, 304, 305, 1}, false)));
-}
-
-TEST_F(GetConsoleData, StartsWithOneEvenAfterRelease) {
-  release();
-  EXPECT_TRUE(isPayload(goldenResponse("get_console_data_failed"),
-                        answerFor({301, 302, 303, 304, 305, 1})));
-  EXPECT_THAT(kernel.calls(), testing::IsEmpty());
-}
-
-TEST_F(GetConsoleData, StartsWithOneEvenWithoutItsFunction) {
-  kernel.forget(sdk::KernelFunction::Kernel_GetConsoleData);
-  EXPECT_TRUE(isPayload(goldenResponse("get_console_data_failed"), answerFor({1, 2, 3, 4, 5, 1})));
-}
-
-TEST(GetConsoleDataBeforeInit, IsAOneAndSixZeros) {
-  Bytes expected(28, 0);
-  expected[0] = 1;
-  EXPECT_EQ(answerTo(MsgGetConsoleData), expected);
 }
 
 }  // namespace

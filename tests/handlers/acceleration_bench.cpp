@@ -85,9 +85,9 @@ std::optional<Bytes> AccelerationBench::ask(std::uint32_t clientId, std::uint32_
 }
 
 void AccelerationBench::enter(State state) {
-  kernel.startAccel = [](auto...) { return sdk::KernelBool{1}; };
-  kernel.startAccelEx = [](auto...) { return sdk::KernelBool{1}; };
-  kernel.stopAccel = [](auto...) { return sdk::KernelBool{1}; };
+  kernel.Kernel_StartAccel = [](auto...) { return sdk::KernelBool{1}; };
+  kernel.Kernel_StartAccelEx = [](auto...) { return sdk::KernelBool{1}; };
+  kernel.Kernel_StopAccel = [](auto...) { return sdk::KernelBool{1}; };
   server->ownership.clear();
   if (state != State::Starting) {
     EXPECT_EQ(ask(kOwner, ipc::MsgStartAccel), Bytes{1});

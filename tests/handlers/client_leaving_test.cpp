@@ -56,11 +56,18 @@ TEST_F(ClientLeaving, OfTheLastClientIsAnsweredWhenTheServerHasStopped) {
   EXPECT_TRUE(requests.pipe().endsSilently());  // The answered request was the connection's last.
 }
 
+TEST_F(ClientLeaving, OfAClientWithIdZeroRemovesItToo) {
+  PushConnection last(server, 0);
+  EXPECT_EQ(requests.ask(0, ipc::MsgClientLeaving), (Bytes{1, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_TRUE(last.pipe().endsSilently());
+  EXPECT_FALSE(server->isRunning());
+}
+
 TEST_F(ClientLeaving, OfTheLastClientStopsAccelerationBeforeItsPauseAndTheServerAfterIt) {
   PushConnection last(server, 7);
   server->ownership.settle(4, 8);  // Somebody else's, so that only the emptiness ends it.
   std::vector<std::string> events;
-  kernel.stopAccel = [&](auto...) {
+  kernel.Kernel_StopAccel = [&](auto...) {
     events.push_back("stop acceleration");
     return sdk::KernelBool{1};
   };
@@ -85,7 +92,7 @@ TEST_F(ClientLeaving, OfTheOwnerStopsAccelerationWhileTheClientIsStillRegistered
   PushConnection other(server, 8);
   server->ownership.settle(4, 7);
   bool wasRegistered = false;
-  kernel.stopAccel = [&](auto...) {
+  kernel.Kernel_StopAccel = [&](auto...) {
     wasRegistered = server.inspect().pushClients().contains(7);
     return sdk::KernelBool{1};
   };

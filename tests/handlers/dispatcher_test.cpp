@@ -280,7 +280,7 @@ TEST_F(Dispatcher, StampsTheActivityBeforeTheOperation) {
   const std::int64_t before = monotonicMs();
   PipeServer server;
   std::int64_t stamped = 0;
-  kernel.userLoginFromAccount = [&](auto...) {
+  kernel.Kernel_UserLoginFromAccount = [&](auto...) {
     stamped = PipeServerInspector(server).lastActivityMs();
     return sdk::KernelBool{1};
   };

@@ -36,9 +36,9 @@ TEST_F(GetGameAccelInfo, CountsTheBytesOfItsTexts) {
   game->nodeId = 21;
   game->infoFlag = 0;
   game->infoValue = 5;
-  game->gameText = u"星际竞技场";
-  game->servers.records = {serverRecord(u"上海电信", u"上海一区")};
-  game->nodes.records = {nodeRecord(21, u"上海节点21", 41, 0xFFFFFFFF)};
+  game->gameText = L"星际竞技场";
+  game->servers.records = {serverRecord(L"上海电信", L"上海一区")};
+  game->nodes.records = {nodeRecord(21, L"上海节点21", 41, 0xFFFFFFFF)};
   EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info_chinese_texts"),
                         answerTo(MsgGetGameAccelInfo, Bytes{0xEA, 3, 0, 0})));
 }
@@ -53,7 +53,7 @@ TEST_F(GetGameAccelInfo, HasNoServerAndNoNodeWithoutAServerKey) {
 TEST_F(GetGameAccelInfo, HasNoNodeForANodeIdBelowOne) {
   for (const std::uint32_t nodeId : {0U, 0xFFFFFFFFU}) {
     game->nodeId = nodeId;
-    game->nodes.records = {nodeRecord(nodeId, u"Node 11", 38, 3)};
+    game->nodes.records = {nodeRecord(nodeId, L"Node 11", 38, 3)};
     const Bytes bytes = answer();
     // gameText, infoText, serverKey and serverText stay; the node's text and values do not.
     ASSERT_EQ(bytes.size(), 64U + 10 + 6 + 6 + 6);
@@ -64,12 +64,12 @@ TEST_F(GetGameAccelInfo, HasNoNodeForANodeIdBelowOne) {
 }
 
 TEST_F(GetGameAccelInfo, HasTheTextOfTheFirstServerWithTheKey) {
-  game->servers.records = {serverRecord(u"asia-1", u"Asia 1"), serverRecord(u"asia-1", u"Asia 2")};
+  game->servers.records = {serverRecord(L"asia-1", L"Asia 1"), serverRecord(L"asia-1", L"Asia 2")};
   EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info"), answer()));
 }
 
 TEST_F(GetGameAccelInfo, HasNoServerTextWhenTheKeyDiffersInCase) {
-  game->servers.records = {serverRecord(u"ASIA-1", u"Asia 1")};
+  game->servers.records = {serverRecord(L"ASIA-1", L"Asia 1")};
   const Bytes bytes = answer();
   EXPECT_EQ(hexAt(bytes, 48, 10), "0A 00 06 00 06 00 00 00 07 00");
 }
@@ -81,12 +81,12 @@ TEST_F(GetGameAccelInfo, SucceedsWithoutAnyText) {
   game->infoValue = 0;
   game->infoText = L"";
   game->serverKey = L"";
-  game->gameText = u"";
+  game->gameText = L"";
   EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info_empty_texts"), answer()));
 }
 
 TEST_F(GetGameAccelInfo, CarriesFiveLongestTexts) {
-  const std::u16string longest(256, u'游');
+  const std::wstring longest(256, L'游');
   // The texts of the last acceleration are cut to leave room for a NUL, the game's has 255 units.
   game->gameText = longest.substr(1);
   game->infoText = std::wstring(256, L'游');
@@ -106,30 +106,10 @@ TEST_F(GetGameAccelInfo, Is64ZerosWhenTheLastAccelerationIsUnknown) {
   EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info_failed"), answer()));
 }
 
-TEST_F(GetGameAccelInfo, Is64ZerosAfterRelease) {
-  release();
-  EXPECT_EQ(answer(), Bytes(64, 0));
-  EXPECT_THAT(kernel.calls(), testing::IsEmpty());
-}
-
-TEST_F(GetGameAccelInfo, Is64ZerosWithoutTheLastAccelerationsFunction) {
-  kernel.forget(sdk::KernelFunction::Kernel_GetGameLastAccelInfo);
-  EXPECT_EQ(answer(), Bytes(64, 0));
-}
-
-TEST_F(GetGameAccelInfo, AnswersAgainAfterASecondInit) {
-  releaseAndInitialise();
-  EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info"), answer()));
-}
-
 TEST_F(GetGameAccelInfo, IgnoresListsThatGrowBehindItsBack) {
   game->servers.claimed = 0xFFFFFFFF;
   game->nodes.claimed = 2;
   EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info"), answer()));
-}
-
-TEST(GetGameAccelInfoBeforeInit, Is64Zeros) {
-  EXPECT_EQ(answerTo(MsgGetGameAccelInfo, Bytes{1, 0, 0, 0}), Bytes(64, 0));
 }
 
 }  // namespace

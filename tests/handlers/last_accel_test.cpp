@@ -65,25 +65,5 @@ TEST_F(GetGameLastAccelInfo, Is24ZerosForAnUnknownGame) {
   EXPECT_TRUE(isPayload(goldenResponse("get_game_last_accel_info_failed"), answer()));
 }
 
-TEST_F(GetGameLastAccelInfo, Is24ZerosAfterRelease) {
-  release();
-  EXPECT_EQ(answer(), Bytes(24, 0));
-  EXPECT_THAT(kernel.calls(), testing::IsEmpty());
-}
-
-TEST_F(GetGameLastAccelInfo, Is24ZerosWithoutItsFunction) {
-  kernel.forget(sdk::KernelFunction::Kernel_GetGameLastAccelInfo);
-  EXPECT_EQ(answer(), Bytes(24, 0));
-}
-
-TEST_F(GetGameLastAccelInfo, AnswersAgainAfterASecondInit) {
-  releaseAndInitialise();
-  EXPECT_TRUE(isPayload(goldenResponse("get_game_last_accel_info"), answer()));
-}
-
-TEST(GetGameLastAccelInfoBeforeInit, Is24Zeros) {
-  EXPECT_EQ(answerTo(MsgGetGameLastAccelInfo, Bytes{1, 0, 0, 0}), Bytes(24, 0));
-}
-
 }  // namespace
 }  // namespace orva_accelerator::ipc

@@ -31,21 +31,21 @@ void reportInside(std::uint32_t state) {
 
 Event start(std::uint32_t client, Verdict verdict) {
   return {"1280" + from(client) + nameOf(verdict), [=](AccelerationBench& bench) {
-            bench.kernel.startAccel = [=](auto...) { return byteOf(verdict); };
+            bench.kernel.Kernel_StartAccel = [=](auto...) { return byteOf(verdict); };
             return bench.ask(client, ipc::MsgStartAccel);
           }};
 }
 
 Event startEx(std::uint32_t client, Verdict verdict) {
   return {"1281" + from(client) + nameOf(verdict), [=](AccelerationBench& bench) {
-            bench.kernel.startAccelEx = [=](auto...) { return byteOf(verdict); };
+            bench.kernel.Kernel_StartAccelEx = [=](auto...) { return byteOf(verdict); };
             return bench.ask(client, ipc::MsgStartAccelEx);
           }};
 }
 
 Event startExAfterRefusedStop(std::uint32_t client) {
   return {"1281" + from(client) + " after a refused stop", [=](AccelerationBench& bench) {
-            bench.kernel.stopAccel = [](auto...) { return sdk::KernelBool{0}; };
+            bench.kernel.Kernel_StopAccel = [](auto...) { return sdk::KernelBool{0}; };
             return bench.ask(client, ipc::MsgStartAccelEx);
           }};
 }
@@ -53,7 +53,7 @@ Event startExAfterRefusedStop(std::uint32_t client) {
 Event startReporting(std::uint32_t client, std::uint32_t state, Verdict verdict) {
   return {"1280" + from(client) + " reporting " + std::to_string(state) + nameOf(verdict),
           [=](AccelerationBench& bench) {
-            bench.kernel.startAccel = [=](auto...) {
+            bench.kernel.Kernel_StartAccel = [=](auto...) {
               reportInside(state);
               return byteOf(verdict);
             };
@@ -64,7 +64,7 @@ Event startReporting(std::uint32_t client, std::uint32_t state, Verdict verdict)
 Event startExReporting(std::uint32_t client, std::uint32_t state, Verdict verdict) {
   return {"1281" + from(client) + " reporting " + std::to_string(state) + nameOf(verdict),
           [=](AccelerationBench& bench) {
-            bench.kernel.startAccelEx = [=](auto...) {
+            bench.kernel.Kernel_StartAccelEx = [=](auto...) {
               reportInside(state);
               return byteOf(verdict);
             };
@@ -95,7 +95,7 @@ Event stopCompleting(std::uint32_t client, int code) {
 Event stopCompletingInside(std::uint32_t client, int code) {
   return {"1282" + from(client) + ", code " + std::to_string(code) + " inside the call",
           [=](AccelerationBench& bench) {
-            bench.kernel.stopAccel = [=](void*, sdk::KernelCodeCompletion completion) {
+            bench.kernel.Kernel_StopAccel = [=](void*, sdk::KernelCodeCompletion completion) {
               completion(nullptr, code, nullptr);
               return sdk::KernelBool{1};
             };
@@ -105,7 +105,7 @@ Event stopCompletingInside(std::uint32_t client, int code) {
 
 Event stopRefused(std::uint32_t client) {
   return {"1282" + from(client) + ", refused", [=](AccelerationBench& bench) {
-            bench.kernel.stopAccel = [](auto...) { return sdk::KernelBool{0}; };
+            bench.kernel.Kernel_StopAccel = [](auto...) { return sdk::KernelBool{0}; };
             return bench.ask(client, ipc::MsgStopAccel);
           }};
 }

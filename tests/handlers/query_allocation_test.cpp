@@ -5,12 +5,15 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <span>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "handlers/answer.h"
@@ -18,8 +21,9 @@
 #include "ipc/payload_buffer.h"
 #include "ipc/pipe_server.h"
 #include "ipc/wire/message_types.h"
-#include "sdk/accel_sdk.h"
+#include "sdk/accel_sdk_impl.h"
 #include "sdk/kernel_function_table.h"
+#include "tests/support/bounded_wait.h"
 #include "tests/support/initialised_kernel.h"
 #include "tests/support/kernel_data.h"
 #include "tests/support/replaced_heap.h"
@@ -40,11 +44,15 @@ struct Allocations {
 };
 thread_local Allocations allocations;
 
+// Called with the size of every block, before it is handed out.
+std::atomic<void (*)(std::size_t)> onAllocation = nullptr;
+
 }  // namespace
 
 void* orva_accelerator::test::allocateBlock(std::size_t size, bool isArray) {
   void* const block = allocateFromRuntime(size);
   std::memset(block, kHeapRubbish, size);
+  if (const auto hook = onAllocation.load()) hook(size);
   Allocations& mine = allocations;
   if (mine.counting && mine.count < mine.blocks.size()) mine.blocks[mine.count++] = {size, isArray};
   return block;
@@ -67,7 +75,7 @@ KernelBool answerList(std::span<const Record> list, Record* records, std::uint32
 
 // The library's functions themselves: those of FakeKernel allocate, to record their calls.
 struct Texts {
-  std::u16string_view game, info, key, server, node;
+  std::wstring_view game, info, key, server, node;
 };
 Texts texts;
 
@@ -170,8 +178,8 @@ constexpr std::array kQueries = {MsgGetAccelData,     MsgGetGameLastAccelInfo,
                                  MsgGetConsoleData,   MsgGetGameUsedNodeList};
 
 TEST_F(QueryAllocations, AreOneBlockOfExactlyItsLengthForTheResponse) {
-  const std::u16string longest(255, u'游');
-  for (const Texts& some : {Texts{}, Texts{u"game", u"info", u"key", u"server", u"node"},
+  const std::wstring longest(255, L'游');
+  for (const Texts& some : {Texts{}, Texts{L"game", L"info", L"key", L"server", L"node"},
                             Texts{longest, longest, longest, longest, longest}}) {
     texts = some;
     for (const MessageType type : kQueries) {
@@ -195,7 +203,7 @@ TEST_F(QueryAllocations, AreOneBlockOfExactlyItsLengthForAFailure) {
 
 // Short texts live inside their strings; only lists need memory of their own.
 TEST_F(QueryAllocations, AreTheResponseAndTheListsForShortTexts) {
-  texts = {u"game", u"info", u"key", u"server", u"node"};
+  texts = {L"game", L"info", L"key", L"server", L"node"};
   EXPECT_THAT(costOf(MsgGetAccelData).otherBlocks, testing::IsEmpty());
   EXPECT_THAT(costOf(MsgGetConsoleData).otherBlocks, testing::IsEmpty());
   EXPECT_THAT(costOf(MsgGetGameLastAccelInfo).otherBlocks, testing::IsEmpty());
@@ -205,9 +213,28 @@ TEST_F(QueryAllocations, AreTheResponseAndTheListsForShortTexts) {
   // For each list the array alone: only one record of it is wanted.
   EXPECT_THAT(costOf(MsgGetGameAccelInfo).otherBlocks,
               testing::ElementsAre(sizeof(sdk::ServerRecord), sizeof(sdk::NodeRecord)));
-  // The array, then its entries.
   EXPECT_THAT(costOf(MsgGetGameUsedNodeList).otherBlocks,
-              testing::ElementsAre(3 * sizeof(sdk::UsedNodeRecord), 3 * sizeof(sdk::UsedNodeInfo)));
+              testing::ElementsAre(3 * sizeof(sdk::UsedNodeRecord)));
+}
+
+std::atomic<int> bindingsMade = 0;
+std::atomic<bool> secondHasReturned = false;
+
+// The first thread to make the binding waits for the second one, which must not get there at all.
+TEST(AccelSdkInstance, IsMadeOnceWhenTwoThreadsAskAtTheSameTime) {
+  onAllocation = [](std::size_t size) {
+    if (size != sizeof(sdk::AccelSdkImpl) || ++bindingsMade != 1) return;
+    (void)test::waitUntil([] { return secondHasReturned.load(); }, std::chrono::milliseconds(500));
+  };
+  const sdk::AccelSdk* first = nullptr;
+  std::thread making([&] { first = &sdk::AccelSdk::Instance(); });
+  ASSERT_TRUE(test::waitUntil([] { return bindingsMade != 0; }));
+  const sdk::AccelSdk* const second = &sdk::AccelSdk::Instance();
+  secondHasReturned = true;
+  making.join();
+  onAllocation = nullptr;
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(bindingsMade, 1);
 }
 
 std::vector<std::uint8_t> bytesOf(Answer answer) {

@@ -23,12 +23,6 @@ inline std::string hexAt(const Bytes& bytes, std::size_t offset, std::size_t cou
 
 class QueryTest : public testing::Test {
  protected:
-  void release() { sdk::AccelSdk::Instance().Release(); }
-  void releaseAndInitialise() {
-    release();
-    kernel.initialise();
-  }
-
   InitialisedKernel kernel;
 };
 

@@ -21,9 +21,9 @@ class QueryPayloads : public testing::Test {
  protected:
   QueryPayloads() {
     test::answerForGame(kernel, game);
-    kernel.getTestSpeedDataV2 = [this](std::uint32_t, std::uint32_t, const wchar_t* key,
-                                       std::uint32_t, sdk::TestSpeedSummary*, sdk::TestSpeedEntry*,
-                                       std::uint32_t*) {
+    kernel.Kernel_GetTestSpeedData_V2 = [this](std::uint32_t, std::uint32_t, const wchar_t* key,
+                                               std::uint32_t, sdk::TestSpeedSummary*,
+                                               sdk::TestSpeedEntry*, std::uint32_t*) {
       serverKey = key;
       return sdk::KernelBool{0};
     };

@@ -99,6 +99,15 @@ TEST_F(SdkHandlers, SayWhetherTheBindingIsInitialised) {
   EXPECT_EQ(answerToVector("sdk_is_initialised"), Bytes{0});
 }
 
+TEST_F(SdkHandlers, SayThatABindingIsNotInitialisedWhileItsChannelIsBeingSet) {
+  kernel.Kernel_SetSdkChannelNumber = [](auto...) {
+    EXPECT_EQ(answerTo(MsgSdkIsInitialised), Bytes{0});
+    return sdk::KernelBool{1};
+  };
+  (void)answerTo(goldenVector("requests.json", "sdk_init"));
+  EXPECT_EQ(answerTo(MsgSdkIsInitialised), Bytes{1});
+}
+
 TEST_F(SdkHandlers, InitialiseAgainAfterARelease) {
   EXPECT_EQ(answerToVector("sdk_init"), kOne);
   EXPECT_EQ(answerToVector("sdk_release"), kOne);
@@ -165,7 +174,7 @@ TEST_F(SdkHandlers, PassTwoTextsOfTheLongestLength) {
 
 TEST_F(SdkHandlers, AnswerTheSameWhenTheLibraryRefusesALogin) {
   EXPECT_EQ(answerToVector("sdk_init"), kOne);
-  kernel.userLoginFromAccount = [](auto...) { return sdk::KernelBool{0}; };
+  kernel.Kernel_UserLoginFromAccount = [](auto...) { return sdk::KernelBool{0}; };
   EXPECT_EQ(answerToVector("user_login"), kOne);
   EXPECT_FALSE(sdk::loginResultHandler);
 }
@@ -213,7 +222,7 @@ TEST_F(LoginNotification, IsNotSentForALoginThatTheLibraryRefused) {
   test::PushConnection listener(server, 7);
   test::RequestConnection client(server);
   EXPECT_EQ(client.askBytes(goldenVector("requests.json", "sdk_init").bytes), kOne);
-  kernel.userLoginFromAccount = [](auto...) { return sdk::KernelBool{0}; };
+  kernel.Kernel_UserLoginFromAccount = [](auto...) { return sdk::KernelBool{0}; };
   EXPECT_EQ(client.askBytes(goldenVector("requests.json", "user_login").bytes), kOne);
   kernel.loginCompletion()(nullptr, 0, nullptr);
   broadcastMarker(server);

@@ -23,9 +23,9 @@ class GetTestSpeedData : public test::QueryTest {
 
   // The summary is that of the golden vector but for its first word.
   void script(std::int32_t summary1, ScriptedList<sdk::TestSpeedEntry> entries) {
-    kernel.getTestSpeedDataV2 = [=](std::uint32_t, std::uint32_t, const wchar_t*, std::uint32_t,
-                                    sdk::TestSpeedSummary* summary, sdk::TestSpeedEntry* array,
-                                    std::uint32_t* count) {
+    kernel.Kernel_GetTestSpeedData_V2 = [=](std::uint32_t, std::uint32_t, const wchar_t*,
+                                            std::uint32_t, sdk::TestSpeedSummary* summary,
+                                            sdk::TestSpeedEntry* array, std::uint32_t* count) {
       for (std::uint32_t i = 0; i < 13; ++i) summary->summary[i] = 201 + i;
       summary->summary[0] = static_cast<std::uint32_t>(summary1);
       summary->summary[13] = 0xFFFFFFFF;
@@ -91,26 +91,6 @@ TEST_F(GetTestSpeedData, Is60ZerosWhenTheLibraryRefuses) {
   EXPECT_EQ(answer(), Bytes(60, 0));
   script(1, {.records = three, .refusesSecond = true});
   EXPECT_EQ(answer(), Bytes(60, 0));
-}
-
-TEST_F(GetTestSpeedData, Is60ZerosAfterRelease) {
-  release();
-  EXPECT_EQ(answer(), Bytes(60, 0));
-  EXPECT_THAT(kernel.calls(), testing::IsEmpty());
-}
-
-TEST_F(GetTestSpeedData, Is60ZerosWithoutItsFunction) {
-  kernel.forget(sdk::KernelFunction::Kernel_GetTestSpeedData_V2);
-  EXPECT_EQ(answer(), Bytes(60, 0));
-}
-
-TEST_F(GetTestSpeedData, AnswersAgainAfterASecondInit) {
-  releaseAndInitialise();
-  EXPECT_TRUE(isPayload(goldenResponse("get_test_speed_data"), answer()));
-}
-
-TEST(GetTestSpeedDataBeforeInit, Is60Zeros) {
-  EXPECT_EQ(answerTo(goldenVector("requests.json", "get_test_speed_data")), Bytes(60, 0));
 }
 
 }  // namespace

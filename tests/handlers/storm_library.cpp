@@ -12,9 +12,9 @@ constexpr std::uint32_t kStates[] = {1, 2, 3, 4, 4, 4, 5, 6, 7, 9};
 }  // namespace
 
 StormLibrary::StormLibrary(FakeKernel& kernel, unsigned seed) : random_(seed) {
-  kernel.startAccel = [this](auto...) { return onStart(); };
-  kernel.startAccelEx = [this](auto...) { return onStart(); };
-  kernel.stopAccel = [this](auto...) { return onStop(); };
+  kernel.Kernel_StartAccel = [this](auto...) { return onStart(); };
+  kernel.Kernel_StartAccelEx = [this](auto...) { return onStart(); };
+  kernel.Kernel_StopAccel = [this](auto...) { return onStop(); };
   for (int i = 0; i < 2; ++i) threads_.emplace_back([this] { completeOnThread(); });
 }
 

@@ -77,7 +77,7 @@ class Supervisor : public testing::Test {
         events.push_back(server.isRunning() ? "signal while running" : "signal");
       }
     });
-    kernel.stopAccel = [this](void*, sdk::KernelCodeCompletion completion) {
+    kernel.Kernel_StopAccel = [this](void*, sdk::KernelCodeCompletion completion) {
       events.push_back("stop acceleration");
       if (completeStops) completion(nullptr, 0, nullptr);
       return acceptStops;

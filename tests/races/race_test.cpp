@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "ipc/pipe_server.h"
-#include "sdk/completion_handler.h"
+#include "sdk/completions.h"
 #include "tests/races/race_points.h"
 #include "tests/support/pipe_names.h"
 #include "tests/support/pipe_server_inspector.h"

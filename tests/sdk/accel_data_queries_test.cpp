@@ -14,13 +14,13 @@ using testing::IsEmpty;
 void fill(AccelDataRecord& record) {
   record.value1 = 101;
   record.value2 = 102;
-  setText(record.text1, u"first");
+  setText(record.text1, L"first");
   record.value3 = 103;
-  setText(record.text2, u"second");
-  setText(record.text3, u"third");
-  setText(record.text4, u"fourth");
+  setText(record.text2, L"second");
+  setText(record.text3, L"third");
+  setText(record.text4, L"fourth");
   record.value4 = 104;
-  setText(record.text5, u"fifth");
+  setText(record.text5, L"fifth");
   record.flag = 1;
   record.value5 = 105;
   record.value6 = 106;
@@ -49,12 +49,12 @@ void expectEmpty(const AccelDataInfo& data) {
 class AccelDataQueries : public testing::Test {
  protected:
   AccelDataQueries() {
-    kernel.getAccelData = [](AccelDataRecord* record) {
+    kernel.Kernel_GetAccelData = [](AccelDataRecord* record) {
       EXPECT_TRUE(test::isZeroed(record));
       fill(*record);
       return KernelBool{1};
     };
-    kernel.getConsoleData = [](ConsoleDataRecord* record) {
+    kernel.Kernel_GetConsoleData = [](ConsoleDataRecord* record) {
       EXPECT_TRUE(test::isZeroed(record));
       *record = {301, 302, 303, 304, 0xFFFFFFFF, 0xFF};
       return KernelBool{1};
@@ -89,20 +89,20 @@ TEST_F(AccelDataQueries, TakeOverText3Only) {
 }
 
 TEST_F(AccelDataQueries, EndAnUnterminatedText3WithItsArray) {
-  kernel.getAccelData = [](AccelDataRecord* record) {
+  kernel.Kernel_GetAccelData = [](AccelDataRecord* record) {
     fill(*record);
-    setText(record->text3, std::u16string(255, u'\u6E38'));
+    setText(record->text3, std::wstring(255, L'\u6E38'));
     return KernelBool{1};
   };
   EXPECT_EQ(accelSdk.GetAccelData().text3, std::wstring(255, L'\u6E38'));
 }
 
 TEST_F(AccelDataQueries, UseNothingOfARefusedRecord) {
-  kernel.getAccelData = [](AccelDataRecord* record) {
+  kernel.Kernel_GetAccelData = [](AccelDataRecord* record) {
     fill(*record);
     return KernelBool{0};
   };
-  kernel.getConsoleData = [](ConsoleDataRecord* record) {
+  kernel.Kernel_GetConsoleData = [](ConsoleDataRecord* record) {
     *record = {1, 2, 3, 4, 5, 1};
     return KernelBool{0};
   };

@@ -41,17 +41,31 @@ TEST_F(AccelSdkInit, LoadsResolvesInitialisesAndSetsTheChannelInThisOrder) {
   EXPECT_THAT(kernel.calls(),
               ElementsAre(kInitCall, "Kernel_SetSdkChannelNumber(3, 20250, \"official\")"));
   EXPECT_TRUE(binding.initialised);
-  EXPECT_EQ(binding.module, kernel.module());
+  EXPECT_EQ(binding.module.get(), kernel.module());
 }
 
 TEST_F(AccelSdkInit, HasResolvedEverythingBeforeTheFirstCallIntoTheLibrary) {
   std::size_t resolved = 0;
-  kernel.init = [&](auto...) {
+  kernel.Kernel_Init = [&](auto...) {
     resolved = kernel.lookedUpFunctions().size();
     return sdk::KernelBool{1};
   };
   EXPECT_EQ(binding.Init({}), 1);
   EXPECT_EQ(resolved, 101U);
+}
+
+TEST_F(AccelSdkInit, IsDoneOnlyWhenTheChannelIsSet) {
+  kernel.Kernel_Init = [&](auto...) {
+    EXPECT_FALSE(binding.initialised);
+    return sdk::KernelBool{1};
+  };
+  kernel.Kernel_SetSdkChannelNumber = [&](auto...) {
+    EXPECT_FALSE(binding.initialised);
+    return sdk::KernelBool{1};
+  };
+  EXPECT_EQ(binding.Init({}), 1);
+  EXPECT_EQ(kernel.calls().size(), 2U);
+  EXPECT_TRUE(binding.initialised);
 }
 
 TEST_F(AccelSdkInit, PassesChannelSettingsUnchanged) {
@@ -87,8 +101,8 @@ TEST_F(AccelSdkInit, PassesTheLongestChannelNameThatARequestCanCarry) {
 }
 
 TEST_F(AccelSdkInit, SucceedsWhateverTheLibraryAnswers) {
-  kernel.init = [](auto...) { return sdk::KernelBool{0}; };
-  kernel.setSdkChannelNumber = [](auto...) { return sdk::KernelBool{0}; };
+  kernel.Kernel_Init = [](auto...) { return sdk::KernelBool{0}; };
+  kernel.Kernel_SetSdkChannelNumber = [](auto...) { return sdk::KernelBool{0}; };
   EXPECT_EQ(binding.Init({5, 6, L"seven"}), 1);
   EXPECT_EQ(kernel.calls().size(), 2U);
   EXPECT_TRUE(binding.initialised);
@@ -102,7 +116,7 @@ TEST_F(AccelSdkInit, AnswersMinusOneAndChangesNothingWhenTheLibraryCannotBeLoade
     kernel.failLoading(error);
     EXPECT_EQ(binding.Init({9, 9, L"nine"}), -1);
     EXPECT_FALSE(binding.initialised);
-    EXPECT_EQ(binding.module, nullptr);
+    EXPECT_EQ(binding.module.get(), nullptr);
     EXPECT_EQ(binding.channelId, 1U);
     EXPECT_EQ(binding.channelNumber, 0U);
     EXPECT_EQ(binding.channelName, L"");
@@ -153,7 +167,7 @@ TEST_F(AccelSdkInit, RunsOnceWhenManyThreadsCallIt) {
   std::atomic<int> called = 0;
   std::atomic<int> inside = 0;
   std::atomic<bool> alone = true;
-  kernel.init = [&](auto...) {
+  kernel.Kernel_Init = [&](auto...) {
     if (++inside != 1) alone = false;
     // The first one stays until all others have come to wait for it.
     EXPECT_TRUE(waitUntil([&] { return called == kThreads; }));
@@ -189,11 +203,11 @@ TEST_F(AccelSdkInit, HoldsTheMutexThroughLoadingResolvingAndBothCalls) {
     ++asked;
     if (locked) unguarded.emplace_back(step);
   };
-  kernel.init = [&](auto...) {
+  kernel.Kernel_Init = [&](auto...) {
     check("Kernel_Init");
     return sdk::KernelBool{1};
   };
-  kernel.setSdkChannelNumber = [&](auto...) {
+  kernel.Kernel_SetSdkChannelNumber = [&](auto...) {
     check("Kernel_SetSdkChannelNumber");
     return sdk::KernelBool{1};
   };
@@ -220,7 +234,7 @@ TEST_F(AccelSdkInit, ReleasesTheMutexWhenTheLibraryCannotBeLoaded) {
 TEST(AccelSdkImpl, StartsWithNothingLoadedAndTheDefaultChannel) {
   const AccelSdkImpl binding;
   EXPECT_FALSE(binding.initialised);
-  EXPECT_EQ(binding.module, nullptr);
+  EXPECT_EQ(binding.module.get(), nullptr);
   EXPECT_EQ(binding.channelId, 1U);
   EXPECT_EQ(binding.channelNumber, 0U);
   EXPECT_EQ(binding.channelName, L"");
@@ -241,9 +255,38 @@ TEST(AccelSdkImpl, FreesTheLibraryOnceAndDoesNotShutItDownWhenDestroyed) {
   EXPECT_THAT(kernel.calls(), IsEmpty());
 }
 
+TEST(AccelSdkImpl, KeepsTheCallbacksOfStartAndStop) {
+  AccelSdkImpl binding;
+  int starts = 0;
+  int stops = 0;
+  binding.SetAccelResultCallback([&](const sdk::SAccelResult&) { ++starts; });
+  binding.SetStopResultCallback([&](int, const std::wstring&) { ++stops; });
+  ASSERT_TRUE(binding.accelResultCallback);
+  ASSERT_TRUE(binding.stopResultCallback);
+  binding.accelResultCallback({});
+  binding.stopResultCallback(0, L"");
+  EXPECT_EQ(starts, 1);
+  EXPECT_EQ(stops, 1);
+  sdk::accelResultHandler.install({});
+  sdk::stopResultHandler.install({});
+}
+
+TEST(AccelSdkImpl, InitialisesNothingAnyMoreOnceItIsClosed) {
+  FakeKernel kernel;
+  AccelSdkImpl binding;
+  EXPECT_EQ(binding.Init({}), 1);
+  binding.CloseForGood();
+  EXPECT_FALSE(binding.initialised);
+  EXPECT_EQ(binding.Init({}), -1);
+  EXPECT_EQ(kernel.loadedPaths().size(), 1U);
+  EXPECT_EQ(kernel.freeCount(), 1U);
+}
+
 TEST(AccelSdkImpl, FreesNothingWhenDestroyedWithoutALibrary) {
   FakeKernel kernel;
   kernel.failLoading(ERROR_MOD_NOT_FOUND);
+  ImportHook<decltype(FreeLibrary)> freeing("kernel32.dll", "FreeLibrary");
+  freeing.observe([](HMODULE module) { EXPECT_NE(module, nullptr); });
   {
     AccelSdkImpl binding;
     EXPECT_EQ(binding.Init({}), -1);

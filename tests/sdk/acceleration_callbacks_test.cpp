@@ -23,7 +23,7 @@ TEST_F(AccelerationControl, StartInstallsItsCallbackBeforeItReadsTheSelection) {
 TEST_F(AccelerationControl, ResultInsideTheStartCallReachesTheCallbackOfThatStart) {
   std::vector<SAccelResult> earlier;
   EXPECT_TRUE(accelSdk.StartAccel(1, 2, L"", L"", 3, remember(earlier)));
-  kernel.startAccel = [this](auto...) {
+  kernel.Kernel_StartAccel = [this](auto...) {
     reportState(4);
     return KernelBool{1};
   };
@@ -34,7 +34,7 @@ TEST_F(AccelerationControl, ResultInsideTheStartCallReachesTheCallbackOfThatStar
 }
 
 TEST_F(AccelerationControl, StopResultInsideTheStopCallReachesTheCallbackOfThatStop) {
-  kernel.stopAccel = [](void*, KernelCodeCompletion completion) {
+  kernel.Kernel_StopAccel = [](void*, KernelCodeCompletion completion) {
     completion(nullptr, 6, nullptr);
     return KernelBool{1};
   };
@@ -61,7 +61,7 @@ TEST_F(AccelerationControl, EachStartReplacesTheResultCallback) {
 }
 
 TEST_F(AccelerationControl, RefusedStartKeepsItsCallbackInstalled) {
-  kernel.startAccel = [](auto...) { return KernelBool{0}; };
+  kernel.Kernel_StartAccel = [](auto...) { return KernelBool{0}; };
   EXPECT_FALSE(accelSdk.StartAccel(1, 2, L"", L"", 3, remember(results)));
   reportState(4);
   EXPECT_EQ(results.size(), 1U);
@@ -70,7 +70,7 @@ TEST_F(AccelerationControl, RefusedStartKeepsItsCallbackInstalled) {
 TEST_F(AccelerationControl, RefusedStopKeepsItsCallbackInstalled) {
   std::vector<int> refused;
   EXPECT_TRUE(accelSdk.StopAccel(remember(codes)));
-  kernel.stopAccel = [](auto...) { return KernelBool{0}; };
+  kernel.Kernel_StopAccel = [](auto...) { return KernelBool{0}; };
   EXPECT_FALSE(accelSdk.StopAccel(remember(refused)));
   OnStopResult(nullptr, 1, nullptr);
   EXPECT_THAT(codes, IsEmpty());

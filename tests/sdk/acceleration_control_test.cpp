@@ -35,7 +35,7 @@ TEST_F(AccelerationControl, StartsGiveTheBindingsRecordAsContextAndTheCompletion
   const auto* const record = static_cast<const AccelSdkImpl*>(context);
   EXPECT_EQ(record->channelNumber, 20250U);
   EXPECT_EQ(record->channelName, L"official");
-  EXPECT_EQ(record->module, kernel.module());
+  EXPECT_EQ(record->module.get(), kernel.module());
   EXPECT_EQ(kernel.accelCompletion(), &OnAccelResult);
   EXPECT_TRUE(accelSdk.StartAccelEx(1, 2, L"", L"", 3, 4, remember(results)));
   EXPECT_EQ(kernel.accelContext(), context);
@@ -44,7 +44,7 @@ TEST_F(AccelerationControl, StartsGiveTheBindingsRecordAsContextAndTheCompletion
 
 TEST_F(AccelerationControl, StopGivesANullContextAndTheCompletionFunction) {
   void* context = this;
-  kernel.stopAccel = [&context](void* given, KernelCodeCompletion) {
+  kernel.Kernel_StopAccel = [&context](void* given, KernelCodeCompletion) {
     context = given;
     return KernelBool{1};
   };
@@ -84,9 +84,9 @@ TEST_F(AccelerationControl, TextsReachTheLibraryUpToTheirFirstNul) {
 TEST_F(AccelerationControl, AnyNonZeroLowByteIsAcceptance) {
   for (const KernelBool answer :
        {KernelBool{1}, KernelBool{2}, KernelBool{0x80}, KernelBool{0xFF}}) {
-    kernel.startAccel = [answer](auto...) { return answer; };
-    kernel.startAccelEx = [answer](auto...) { return answer; };
-    kernel.stopAccel = [answer](auto...) { return answer; };
+    kernel.Kernel_StartAccel = [answer](auto...) { return answer; };
+    kernel.Kernel_StartAccelEx = [answer](auto...) { return answer; };
+    kernel.Kernel_StopAccel = [answer](auto...) { return answer; };
     EXPECT_TRUE(accelSdk.StartAccel(1, 2, L"", L"", 3, remember(results)));
     EXPECT_TRUE(accelSdk.StartAccelEx(1, 2, L"", L"", 3, 4, remember(results)));
     EXPECT_TRUE(accelSdk.StopAccel(remember(codes)));
@@ -94,9 +94,9 @@ TEST_F(AccelerationControl, AnyNonZeroLowByteIsAcceptance) {
 }
 
 TEST_F(AccelerationControl, RefusalIsPassedOn) {
-  kernel.startAccel = [](auto...) { return KernelBool{0}; };
-  kernel.startAccelEx = [](auto...) { return KernelBool{0}; };
-  kernel.stopAccel = [](auto...) { return KernelBool{0}; };
+  kernel.Kernel_StartAccel = [](auto...) { return KernelBool{0}; };
+  kernel.Kernel_StartAccelEx = [](auto...) { return KernelBool{0}; };
+  kernel.Kernel_StopAccel = [](auto...) { return KernelBool{0}; };
   EXPECT_FALSE(accelSdk.StartAccel(1, 2, L"", L"", 3, remember(results)));
   EXPECT_FALSE(accelSdk.StartAccelEx(1, 2, L"", L"", 3, 4, remember(results)));
   EXPECT_FALSE(accelSdk.StopAccel(remember(codes)));

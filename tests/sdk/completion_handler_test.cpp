@@ -1,5 +1,5 @@
 // The life of a callable that is replaced while it runs.
-#include "sdk/completion_handler.h"
+#include "sdk/completions.h"
 
 #include <gtest/gtest.h>
 

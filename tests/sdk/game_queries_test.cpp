@@ -144,7 +144,7 @@ TEST_F(GameAccelQuery, SucceedsWithoutAnyFunctionButTheFirst) {
 }
 
 TEST_F(GameAccelQuery, EndsAnUnterminatedGameTextWithItsArray) {
-  game->gameText = std::u16string(255, u'\u6E38');
+  game->gameText = std::wstring(255, L'\u6E38');
   EXPECT_EQ(accelSdk.GetGameAccelInfo(1001)->gameText, std::wstring(255, L'\u6E38'));
 }
 
@@ -161,8 +161,8 @@ TEST_F(GameAccelQuery, FetchesNoListsWithoutAServerKey) {
 
 TEST_F(GameAccelQuery, FetchesNoNodesForANodeIdBelowOne) {
   // Even though the list has such nodes.
-  game->nodes.records = {nodeRecord(0, u"zero", 1, 2), nodeRecord(0xFFFFFFFF, u"minus one", 3, 4),
-                         nodeRecord(0x80000000, u"least", 5, 6)};
+  game->nodes.records = {nodeRecord(0, L"zero", 1, 2), nodeRecord(0xFFFFFFFF, L"minus one", 3, 4),
+                         nodeRecord(0x80000000, L"least", 5, 6)};
   for (const std::uint32_t nodeId : {0U, 0xFFFFFFFFU, 0x80000000U}) {
     game->nodeId = nodeId;
     kernel.clearCalls();
@@ -178,7 +178,7 @@ TEST_F(GameAccelQuery, FetchesNoNodesForANodeIdBelowOne) {
 }
 
 TEST_F(GameAccelQuery, FetchesNodesForTheLeastAndTheLargestNodeId) {
-  game->nodes.records = {nodeRecord(1, u"one", 1, 2), nodeRecord(0x7FFFFFFF, u"largest", 3, 4)};
+  game->nodes.records = {nodeRecord(1, L"one", 1, 2), nodeRecord(0x7FFFFFFF, L"largest", 3, 4)};
   game->nodeId = 1;
   EXPECT_EQ(accelSdk.GetGameAccelInfo(1001)->nodeText, L"one");
   game->nodeId = 0x7FFFFFFF;
@@ -186,14 +186,14 @@ TEST_F(GameAccelQuery, FetchesNodesForTheLeastAndTheLargestNodeId) {
 }
 
 TEST_F(GameAccelQuery, TakesTheFirstOfTwoServersWithTheSameKey) {
-  game->servers.records = {serverRecord(u"other", u"Other"), serverRecord(u"asia-1", u"First"),
-                           serverRecord(u"asia-1", u"Second")};
+  game->servers.records = {serverRecord(L"other", L"Other"), serverRecord(L"asia-1", L"First"),
+                           serverRecord(L"asia-1", L"Second")};
   EXPECT_EQ(accelSdk.GetGameAccelInfo(1001)->serverText, L"First");
 }
 
 TEST_F(GameAccelQuery, TakesTheFirstOfTwoNodesWithTheSameId) {
-  game->nodes.records = {nodeRecord(12, u"Other", 9, 9), nodeRecord(11, u"First", 1, 2),
-                         nodeRecord(11, u"Second", 3, 4)};
+  game->nodes.records = {nodeRecord(12, L"Other", 9, 9), nodeRecord(11, L"First", 1, 2),
+                         nodeRecord(11, L"Second", 3, 4)};
   const std::optional<GameAccelInfo> info = accelSdk.GetGameAccelInfo(1001);
   ASSERT_TRUE(info);
   EXPECT_EQ(info->nodeText, L"First");
@@ -202,8 +202,8 @@ TEST_F(GameAccelQuery, TakesTheFirstOfTwoNodesWithTheSameId) {
 }
 
 TEST_F(GameAccelQuery, MatchesServerKeysExactly) {
-  for (const std::u16string_view key : {u"Asia-1", u"ASIA-1", u"asia-", u"asia-10", u" asia-1"}) {
-    game->servers.records = {serverRecord(key, u"not this one")};
+  for (const std::wstring_view key : {L"Asia-1", L"ASIA-1", L"asia-", L"asia-10", L" asia-1"}) {
+    game->servers.records = {serverRecord(key, L"not this one")};
     const std::optional<GameAccelInfo> info = accelSdk.GetGameAccelInfo(1001);
     ASSERT_TRUE(info);
     EXPECT_EQ(info->serverText, L"");
@@ -213,7 +213,7 @@ TEST_F(GameAccelQuery, MatchesServerKeysExactly) {
 }
 
 TEST_F(GameAccelQuery, LeavesTheNodeEmptyWhenTheListLacksIt) {
-  game->nodes.records = {nodeRecord(12, u"Other", 1, 2)};
+  game->nodes.records = {nodeRecord(12, L"Other", 1, 2)};
   const std::optional<GameAccelInfo> info = accelSdk.GetGameAccelInfo(1001);
   ASSERT_TRUE(info);
   EXPECT_EQ(info->nodeText, L"");

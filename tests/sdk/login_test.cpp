@@ -47,14 +47,14 @@ class Login : public testing::Test {
   void complete(int code) { kernel.loginCompletion()(kUnreadable1, code, kUnreadable2); }
   // What the library answers, and with which code it completes a login before it does.
   void completeInline(int code, bool accept) {
-    kernel.userLoginFromAccount = [=](void*, const wchar_t*, const wchar_t*,
-                                      sdk::KernelCodeCompletion completion) {
+    kernel.Kernel_UserLoginFromAccount = [=](void*, const wchar_t*, const wchar_t*,
+                                             sdk::KernelCodeCompletion completion) {
       completion(kUnreadable1, code, kUnreadable2);
       return static_cast<KernelBool>(accept ? 1 : 0);
     };
   }
   void refuse() {
-    kernel.userLoginFromAccount = [](auto...) { return KernelBool{0}; };
+    kernel.Kernel_UserLoginFromAccount = [](auto...) { return KernelBool{0}; };
   }
 
   FakeKernel kernel;
@@ -109,7 +109,7 @@ TEST_F(Login, ChangesNothingWhenTheLibraryRefusesIt) {
   EXPECT_FALSE(login("first"));
   complete(1);
   EXPECT_THAT(heard, IsEmpty());
-  kernel.userLoginFromAccount = [](auto...) { return KernelBool{1}; };
+  kernel.Kernel_UserLoginFromAccount = [](auto...) { return KernelBool{1}; };
   EXPECT_TRUE(login("second"));
   refuse();
   EXPECT_FALSE(login("third"));

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <climits>
 #include <stdexcept>
 #include <string>
@@ -198,6 +199,11 @@ TEST(ParseNodeSelection, ThrowsWithTheSameTextOnEveryStandardLibraryWhenANumberD
       ADD_FAILURE() << "another exception: " << error.what();
     }
   }
+}
+
+TEST(ParseNodeSelection, DoesNotTakeAnEarlierCallsErrorForItsOwn) {
+  errno = ERANGE;
+  EXPECT_EQ(ParseNodeSelection(L"7").nodes, std::vector<int>{7});
 }
 
 TEST(ParseNodeSelection, ReadsTheLongestListThatARequestCanCarry) {

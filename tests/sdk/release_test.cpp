@@ -93,7 +93,7 @@ TEST_F(AccelSdkRelease, KeepsTheCallbackOfALoginThatHasNoResultYet) {
 class AccelSdkWhileInitBlocks : public AccelSdkRelease {
  protected:
   AccelSdkWhileInitBlocks() {
-    kernel.init = [this](auto...) {
+    kernel.Kernel_Init = [this](auto...) {
       inside = true;
       EXPECT_TRUE(waitUntil([this] { return letGo.load(); }));
       return KernelBool{1};
@@ -140,12 +140,25 @@ TEST_F(AccelSdkWhileInitBlocks, ReleasesOnlyAfterIt) {
   EXPECT_FALSE(sdk().IsInitialised());
 }
 
-TEST(AccelSdkInstance, IsTheSameForAllThreads) {
-  std::vector<AccelSdk*> seen(16);
-  std::vector<std::thread> threads;
-  for (AccelSdk*& slot : seen) threads.emplace_back([&slot] { slot = &AccelSdk::Instance(); });
-  for (std::thread& thread : threads) thread.join();
-  for (const AccelSdk* instance : seen) EXPECT_EQ(instance, &AccelSdk::Instance());
+// A start or a stop that did not wait would reach the library within this time.
+constexpr std::chrono::milliseconds kLongEnough{300};
+
+TEST_F(AccelSdkWhileInitBlocks, StartsOnlyAfterIt) {
+  std::thread starting([&] { EXPECT_TRUE(sdk().StartAccel(1, 2, L"", L"", 3, {})); });
+  const auto isStarted = [&] { return kernel.accelCompletion() != nullptr; };
+  EXPECT_FALSE(waitUntil(isStarted, kLongEnough));
+  finish();
+  starting.join();
+  EXPECT_TRUE(isStarted());
+}
+
+TEST_F(AccelSdkWhileInitBlocks, StopsOnlyAfterIt) {
+  std::thread stopping([&] { EXPECT_TRUE(sdk().StopAccel([](int, const std::wstring&) {})); });
+  const auto isStopped = [&] { return kernel.stopCompletion() != nullptr; };
+  EXPECT_FALSE(waitUntil(isStopped, kLongEnough));
+  finish();
+  stopping.join();
+  EXPECT_TRUE(isStopped());
 }
 
 }  // namespace

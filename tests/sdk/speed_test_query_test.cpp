@@ -14,9 +14,9 @@ using testing::IsEmpty;
 class SpeedTestQuery : public testing::Test {
  protected:
   void answer(std::int32_t summary1, ScriptedList<TestSpeedEntry> entries) {
-    kernel.getTestSpeedDataV2 = [=](std::uint32_t, std::uint32_t, const wchar_t*, std::uint32_t,
-                                    TestSpeedSummary* summary, TestSpeedEntry* array,
-                                    std::uint32_t* count) {
+    kernel.Kernel_GetTestSpeedData_V2 = [=](std::uint32_t, std::uint32_t, const wchar_t*,
+                                            std::uint32_t, TestSpeedSummary* summary,
+                                            TestSpeedEntry* array, std::uint32_t* count) {
       if (array == nullptr) {
         EXPECT_TRUE(test::isZeroed(summary));
       }

@@ -15,16 +15,17 @@ using testing::MatchesRegex;
 class SimulatorLog : public LoadedSimulator {
  protected:
   sdk::KernelBool init(const wchar_t* path) const {
-    return get<sdk::KernelInit>("Kernel_Init")(path);
+    return get<sdk::signature::Kernel_Init>("Kernel_Init")(path);
   }
 };
 
 TEST_F(SimulatorLog, HasTheArgumentsOfSetupAndLogin) {
   load();
   EXPECT_EQ(init(L"C:\\Orva\\服务.exe"), 1);
-  EXPECT_EQ(get<sdk::KernelSetSdkChannelNumber>("Kernel_SetSdkChannelNumber")(4294967295, 0, L""),
+  EXPECT_EQ(get<sdk::signature::Kernel_SetSdkChannelNumber>("Kernel_SetSdkChannelNumber")(
+                4294967295, 0, L""),
             1);
-  EXPECT_EQ(get<sdk::KernelUserLoginFromAccount>("Kernel_UserLoginFromAccount")(
+  EXPECT_EQ(get<sdk::signature::Kernel_UserLoginFromAccount>("Kernel_UserLoginFromAccount")(
                 nullptr, L"玩家 \"一\"", nullptr, nullptr),
             1);
   EXPECT_THAT(
@@ -51,13 +52,13 @@ TEST_F(SimulatorLog, HasTheArgumentsOfStartsAndStops) {
     "Kernel_StopAccel": {"completions": [{"inline": true, "code": -2}]}}})");
   ReceivedResults& results = newResults();
   ReceivedCodes& codes = newCodes();
-  EXPECT_EQ(get<sdk::KernelStartAccel>("Kernel_StartAccel")(&results, 1004, 2, L"键", 0, L"1;-2", 3,
-                                                            &receiveResult),
+  EXPECT_EQ(get<sdk::signature::Kernel_StartAccel>("Kernel_StartAccel")(&results, 1004, 2, L"键", 0,
+                                                                        L"1;-2", 3, &receiveResult),
             1);
-  EXPECT_EQ(get<sdk::KernelStartAccelEx>("Kernel_StartAccelEx")(&results, 1, 2, nullptr, 255, L"",
-                                                                3, 4, &receiveResult),
+  EXPECT_EQ(get<sdk::signature::Kernel_StartAccelEx>("Kernel_StartAccelEx")(
+                &results, 1, 2, nullptr, 255, L"", 3, 4, &receiveResult),
             1);
-  EXPECT_EQ(get<sdk::KernelStopAccel>("Kernel_StopAccel")(&codes, &receiveCode), 1);
+  EXPECT_EQ(get<sdk::signature::Kernel_StopAccel>("Kernel_StopAccel")(&codes, &receiveCode), 1);
   EXPECT_THAT(
       folder.logLines(),
       ElementsAre(
@@ -79,19 +80,20 @@ TEST_F(SimulatorLog, HasTheArgumentsOfQueries) {
   std::uint32_t count = 7;
   sdk::TestSpeedSummary summary{};
   std::array<sdk::ServerRecord, 1> servers{};
-  (void)get<sdk::KernelGetAccelData>("Kernel_GetAccelData")(nullptr);
-  (void)get<sdk::KernelGetConsoleData>("Kernel_GetConsoleData")(nullptr);
-  (void)get<sdk::KernelGetGameDataFromGameID>("Kernel_GetGameDataFromGameID")(1, nullptr);
-  (void)get<sdk::KernelGetGameLastAccelInfo>("Kernel_GetGameLastAccelInfo")(
+  (void)get<sdk::signature::Kernel_GetAccelData>("Kernel_GetAccelData")(nullptr);
+  (void)get<sdk::signature::Kernel_GetConsoleData>("Kernel_GetConsoleData")(nullptr);
+  (void)get<sdk::signature::Kernel_GetGameDataFromGameID>("Kernel_GetGameDataFromGameID")(1,
+                                                                                          nullptr);
+  (void)get<sdk::signature::Kernel_GetGameLastAccelInfo>("Kernel_GetGameLastAccelInfo")(
       2, nullptr, nullptr, 256, nullptr, 255, nullptr, nullptr, nullptr);
-  (void)get<sdk::KernelGetGameServerDataList>("Kernel_GetGameServerDataList")(3, 4, servers.data(),
-                                                                              &count);
-  (void)get<sdk::KernelGetGameNodeDataList>("Kernel_GetGameNodeDataList")(5, 6, L"钥", nullptr,
-                                                                          nullptr);
-  (void)get<sdk::KernelGetGameUsedNodeDataList>("Kernel_GetGameUsedNodeDataList")(7, nullptr,
-                                                                                  &count);
-  (void)get<sdk::KernelGetTestSpeedDataV2>("Kernel_GetTestSpeedData_V2")(8, 9, L"k", 10, &summary,
-                                                                         nullptr, &count);
+  (void)get<sdk::signature::Kernel_GetGameServerDataList>("Kernel_GetGameServerDataList")(
+      3, 4, servers.data(), &count);
+  (void)get<sdk::signature::Kernel_GetGameNodeDataList>("Kernel_GetGameNodeDataList")(
+      5, 6, L"钥", nullptr, nullptr);
+  (void)get<sdk::signature::Kernel_GetGameUsedNodeDataList>("Kernel_GetGameUsedNodeDataList")(
+      7, nullptr, &count);
+  (void)get<sdk::signature::Kernel_GetTestSpeedData_V2>("Kernel_GetTestSpeedData_V2")(
+      8, 9, L"k", 10, &summary, nullptr, &count);
   EXPECT_THAT(
       folder.logLinesStarting("call"),
       ElementsAre("call Kernel_GetAccelData(record=null)",
@@ -161,12 +163,14 @@ TEST_F(SimulatorLog, HasEveryCallOfManyThreadsWhole) {
   load();
   constexpr int threadCount = 8;
   constexpr int callsEach = 50;
-  const auto initFunction = get<sdk::KernelInit>("Kernel_Init");
-  const auto used = get<sdk::KernelGetGameUsedNodeDataList>("Kernel_GetGameUsedNodeDataList");
-  const auto login = get<sdk::KernelUserLoginFromAccount>("Kernel_UserLoginFromAccount");
-  const auto start = get<sdk::KernelStartAccel>("Kernel_StartAccel");
-  const auto stop = get<sdk::KernelStopAccel>("Kernel_StopAccel");
-  const auto data = get<sdk::KernelGetAccelData>("Kernel_GetAccelData");
+  const auto initFunction = get<sdk::signature::Kernel_Init>("Kernel_Init");
+  const auto used =
+      get<sdk::signature::Kernel_GetGameUsedNodeDataList>("Kernel_GetGameUsedNodeDataList");
+  const auto login =
+      get<sdk::signature::Kernel_UserLoginFromAccount>("Kernel_UserLoginFromAccount");
+  const auto start = get<sdk::signature::Kernel_StartAccel>("Kernel_StartAccel");
+  const auto stop = get<sdk::signature::Kernel_StopAccel>("Kernel_StopAccel");
+  const auto data = get<sdk::signature::Kernel_GetAccelData>("Kernel_GetAccelData");
   ReceivedCodes& codes = newCodes();
   ReceivedResults& results = newResults();
   std::vector<std::thread> threads;

@@ -67,7 +67,7 @@ void blockUntilReleased(void* context, int, void*) {
 TEST_F(SimulatorCompletions, AreNotHeldUpByOneThatBlocks) {
   load();
   Blocker blocker;
-  const auto stopAccel = get<sdk::KernelStopAccel>("Kernel_StopAccel");
+  const auto stopAccel = get<sdk::signature::Kernel_StopAccel>("Kernel_StopAccel");
   for (int i = 0; i < 12; ++i) EXPECT_EQ(stopAccel(&blocker, &blockUntilReleased), 1);
   ASSERT_TRUE(waitUntil([&blocker] { return blocker.inside == 12; }));
   ReceivedCodes& received = newCodes();

@@ -21,7 +21,7 @@ TEST_F(SimulatorCompletions, LoginSucceedsOnAnotherThreadByDefault) {
 TEST_F(SimulatorCompletions, LoginWithoutCredentialFailsByDefault) {
   load();
   ReceivedCodes& received = newCodes();
-  EXPECT_EQ(get<sdk::KernelUserLoginFromAccount>("Kernel_UserLoginFromAccount")(
+  EXPECT_EQ(get<sdk::signature::Kernel_UserLoginFromAccount>("Kernel_UserLoginFromAccount")(
                 &received, L"somebody", L"", &receiveCode),
             1);
   ASSERT_TRUE(received.waitFor(1));
@@ -48,8 +48,8 @@ TEST_F(SimulatorCompletions, StartReportsProgressAndThenAcceleratesByDefault) {
 TEST_F(SimulatorCompletions, StartOfUnknownGameShowsWhatWasPassed) {
   load();
   ReceivedResults& received = newResults();
-  EXPECT_EQ(get<sdk::KernelStartAccelEx>("Kernel_StartAccelEx")(&received, 9999, 7, L"mystery", 0,
-                                                                L"-3;8", 1, 2, &receiveResult),
+  EXPECT_EQ(get<sdk::signature::Kernel_StartAccelEx>("Kernel_StartAccelEx")(
+                &received, 9999, 7, L"mystery", 0, L"-3;8", 1, 2, &receiveResult),
             1);
   ASSERT_TRUE(received.waitFor(4));
   const ReceivedAccelResult first = received.all()[0];
@@ -65,8 +65,8 @@ TEST_F(SimulatorCompletions, StartOfUnknownGameShowsWhatWasPassed) {
 TEST_F(SimulatorCompletions, StartTakesTheListedNode) {
   load();
   ReceivedResults& received = newResults();
-  EXPECT_EQ(get<sdk::KernelStartAccel>("Kernel_StartAccel")(&received, 1001, 1, L"east-1", 0,
-                                                            L"103;101", 1, &receiveResult),
+  EXPECT_EQ(get<sdk::signature::Kernel_StartAccel>("Kernel_StartAccel")(
+                &received, 1001, 1, L"east-1", 0, L"103;101", 1, &receiveResult),
             1);
   ASSERT_TRUE(received.waitFor(1));
   EXPECT_EQ(received.all()[0].value3, 103U);

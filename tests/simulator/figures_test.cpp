@@ -10,8 +10,10 @@ namespace {
 
 TEST_F(SimulatorQueries, SetupIsAccepted) {
   load();
-  EXPECT_EQ(get<sdk::KernelInit>("Kernel_Init")(L"C:\\Orva\\a.exe"), 1);
-  EXPECT_EQ(get<sdk::KernelSetSdkChannelNumber>("Kernel_SetSdkChannelNumber")(2, 3, L"渠道"), 1);
+  EXPECT_EQ(get<sdk::signature::Kernel_Init>("Kernel_Init")(L"C:\\Orva\\a.exe"), 1);
+  EXPECT_EQ(
+      get<sdk::signature::Kernel_SetSdkChannelNumber>("Kernel_SetSdkChannelNumber")(2, 3, L"渠道"),
+      1);
 }
 
 TEST_F(SimulatorQueries, AccelDataIsEmptyUntilSomethingIsStarted) {
@@ -24,8 +26,8 @@ TEST_F(SimulatorQueries, AccelDataIsEmptyUntilSomethingIsStarted) {
 TEST_F(SimulatorQueries, AccelDataMovesWhileAcceleratingAndIsEmptyAfterAStop) {
   load();
   ReceivedResults& received = newResults();
-  EXPECT_EQ(get<sdk::KernelStartAccel>("Kernel_StartAccel")(&received, 1002, 11, L"EU-Central", 1,
-                                                            L"", 3, &receiveResult),
+  EXPECT_EQ(get<sdk::signature::Kernel_StartAccel>("Kernel_StartAccel")(
+                &received, 1002, 11, L"EU-Central", 1, L"", 3, &receiveResult),
             1);
   ASSERT_TRUE(received.waitFor(4));
   alignas(8) const sdk::AccelDataRecord first = accelData();
@@ -44,7 +46,7 @@ TEST_F(SimulatorQueries, AccelDataMovesWhileAcceleratingAndIsEmptyAfterAStop) {
   EXPECT_TRUE(waitUntil([&] { return accelData().value8 > bytes; }));
   EXPECT_TRUE(waitUntil([&] { return accelData().value5 != first.value5; }));
   ReceivedCodes& stopped = newCodes();
-  EXPECT_EQ(get<sdk::KernelStopAccel>("Kernel_StopAccel")(&stopped, &receiveCode), 1);
+  EXPECT_EQ(get<sdk::signature::Kernel_StopAccel>("Kernel_StopAccel")(&stopped, &receiveCode), 1);
   EXPECT_EQ(accelData().value1, 0U);
   EXPECT_EQ(accelData().flag, 0);
 }
@@ -78,14 +80,14 @@ TEST_F(SimulatorQueries, RefusedAccelDataLeavesDataBehind) {
   loadWith(R"({"functions": {"Kernel_GetAccelData": {"refuse": true}},
                "catalogue": {"accelData": {"value1": 77}}})");
   alignas(8) sdk::AccelDataRecord record{};
-  EXPECT_EQ(get<sdk::KernelGetAccelData>("Kernel_GetAccelData")(&record), 0);
+  EXPECT_EQ(get<sdk::signature::Kernel_GetAccelData>("Kernel_GetAccelData")(&record), 0);
   EXPECT_EQ(record.value1, 77U);
 }
 
 TEST_F(SimulatorQueries, ConsoleDataIsFixedByDefault) {
   load();
   sdk::ConsoleDataRecord record{};
-  EXPECT_EQ(get<sdk::KernelGetConsoleData>("Kernel_GetConsoleData")(&record), 1);
+  EXPECT_EQ(get<sdk::signature::Kernel_GetConsoleData>("Kernel_GetConsoleData")(&record), 1);
   EXPECT_EQ(record.console1, 1U);
   EXPECT_EQ(record.console2, 2U);
   EXPECT_EQ(record.console3, 0xC0A80117U);
@@ -97,7 +99,7 @@ TEST_F(SimulatorQueries, ConsoleDataIsFixedByDefault) {
 TEST_F(SimulatorQueries, ConsoleDataFollowsTheScenario) {
   loadWith(R"({"catalogue": {"consoleData": {"console2": 22, "consoleFlag": 255}}})");
   sdk::ConsoleDataRecord record{};
-  EXPECT_EQ(get<sdk::KernelGetConsoleData>("Kernel_GetConsoleData")(&record), 1);
+  EXPECT_EQ(get<sdk::signature::Kernel_GetConsoleData>("Kernel_GetConsoleData")(&record), 1);
   EXPECT_EQ(record.console1, 1U);
   EXPECT_EQ(record.console2, 22U);
   EXPECT_EQ(record.consoleFlag, 255);

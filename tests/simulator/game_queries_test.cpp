@@ -13,7 +13,8 @@ using testing::IsEmpty;
 
 TEST_F(SimulatorQueries, GameDataComesFromTheCatalogue) {
   load();
-  const auto gameData = get<sdk::KernelGetGameDataFromGameID>("Kernel_GetGameDataFromGameID");
+  const auto gameData =
+      get<sdk::signature::Kernel_GetGameDataFromGameID>("Kernel_GetGameDataFromGameID");
   alignas(8) sdk::GameDataRecord record{};
   EXPECT_EQ(gameData(1003, &record), 1);
   EXPECT_EQ(record.number, 13U);
@@ -41,8 +42,8 @@ TEST_F(SimulatorQueries, LastAccelRemembersWhatWasAccelerated) {
   loadWith(R"({"functions": {
     "Kernel_StartAccel": {"completions": [{"inline": true, "state": 4}]}}})");
   ReceivedResults& received = newResults();
-  EXPECT_EQ(get<sdk::KernelStartAccel>("Kernel_StartAccel")(&received, 1003, 1, L"all", 1, L"", 0,
-                                                            &receiveResult),
+  EXPECT_EQ(get<sdk::signature::Kernel_StartAccel>("Kernel_StartAccel")(&received, 1003, 1, L"all",
+                                                                        1, L"", 0, &receiveResult),
             1);
   const LastAccelAnswer answer = lastAccel(1003);
   EXPECT_EQ(answer.result, 1);
@@ -59,8 +60,8 @@ TEST_F(SimulatorQueries, LastAccelOfTheScenarioStays) {
       "infoFlag": 255, "infoValue": 4}},
       {"gameId": 1002, "lastAccel": null}]}})");
   ReceivedResults& received = newResults();
-  EXPECT_EQ(get<sdk::KernelStartAccel>("Kernel_StartAccel")(&received, 1001, 1, L"east-1", 1, L"",
-                                                            0, &receiveResult),
+  EXPECT_EQ(get<sdk::signature::Kernel_StartAccel>("Kernel_StartAccel")(
+                &received, 1001, 1, L"east-1", 1, L"", 0, &receiveResult),
             1);
   const LastAccelAnswer answer = lastAccel(1001);
   EXPECT_EQ(answer.areaId, 9U);
@@ -73,7 +74,8 @@ TEST_F(SimulatorQueries, LastAccelOfTheScenarioStays) {
 
 TEST_F(SimulatorQueries, ServersOfAnAreaAreListed) {
   load();
-  const auto function = get<sdk::KernelGetGameServerDataList>("Kernel_GetGameServerDataList");
+  const auto function =
+      get<sdk::signature::Kernel_GetGameServerDataList>("Kernel_GetGameServerDataList");
   const auto servers = [&](std::uint32_t game, std::uint32_t area, sdk::KernelBool& result) {
     return fetch<sdk::ServerRecord>(
         [&](sdk::ServerRecord* records, std::uint32_t* count) {
@@ -95,7 +97,8 @@ TEST_F(SimulatorQueries, ServersOfAnAreaAreListed) {
 
 TEST_F(SimulatorQueries, NodesOfAServerAreListed) {
   load();
-  const auto function = get<sdk::KernelGetGameNodeDataList>("Kernel_GetGameNodeDataList");
+  const auto function =
+      get<sdk::signature::Kernel_GetGameNodeDataList>("Kernel_GetGameNodeDataList");
   const auto nodes = [&](const wchar_t* key, sdk::KernelBool& result) {
     return fetch<sdk::NodeRecord>(
         [&](sdk::NodeRecord* records, std::uint32_t* count) {
@@ -130,7 +133,8 @@ TEST_F(SimulatorQueries, UsedNodesAreListed) {
 
 TEST_F(SimulatorQueries, SpeedTestHasASummaryAndAnEntryANode) {
   load();
-  const auto function = get<sdk::KernelGetTestSpeedDataV2>("Kernel_GetTestSpeedData_V2");
+  const auto function =
+      get<sdk::signature::Kernel_GetTestSpeedData_V2>("Kernel_GetTestSpeedData_V2");
   sdk::TestSpeedSummary summary{};
   sdk::KernelBool result = 0;
   const std::vector<sdk::TestSpeedEntry> entries = fetch<sdk::TestSpeedEntry>(
@@ -157,14 +161,15 @@ TEST_F(SimulatorQueries, CatalogueIsReplacedByTheScenario) {
     "usedNodes": [{"used1": 1, "used2": 2, "text1": "a", "used3": 3, "text2": "",
                    "used4": 18446744073709551615}]}]}})");
   alignas(8) sdk::GameDataRecord game{};
-  const auto gameData = get<sdk::KernelGetGameDataFromGameID>("Kernel_GetGameDataFromGameID");
+  const auto gameData =
+      get<sdk::signature::Kernel_GetGameDataFromGameID>("Kernel_GetGameDataFromGameID");
   EXPECT_EQ(gameData(1001, &game), 0);
   EXPECT_EQ(gameData(7, &game), 1);
   EXPECT_EQ(game.number, 70U);
 
   std::vector<sdk::ServerRecord> servers(4);
   std::uint32_t count = 4;
-  EXPECT_EQ(get<sdk::KernelGetGameServerDataList>("Kernel_GetGameServerDataList")(
+  EXPECT_EQ(get<sdk::signature::Kernel_GetGameServerDataList>("Kernel_GetGameServerDataList")(
                 7, 1, servers.data(), &count),
             1);
   ASSERT_EQ(count, 3U);
@@ -173,15 +178,15 @@ TEST_F(SimulatorQueries, CatalogueIsReplacedByTheScenario) {
 
   alignas(8) sdk::NodeRecord node{};
   count = 1;
-  EXPECT_EQ(
-      get<sdk::KernelGetGameNodeDataList>("Kernel_GetGameNodeDataList")(7, 1, L"k", &node, &count),
-      1);
+  EXPECT_EQ(get<sdk::signature::Kernel_GetGameNodeDataList>("Kernel_GetGameNodeDataList")(
+                7, 1, L"k", &node, &count),
+            1);
   EXPECT_EQ(textOf(node.nodeText), std::wstring(256, L'x'));
   EXPECT_EQ(node.nodeValue3, 3U);
 
   sdk::TestSpeedSummary summary{};
   count = 0;
-  EXPECT_EQ(get<sdk::KernelGetTestSpeedDataV2>("Kernel_GetTestSpeedData_V2")(
+  EXPECT_EQ(get<sdk::signature::Kernel_GetTestSpeedData_V2>("Kernel_GetTestSpeedData_V2")(
                 7, 1, L"k", 0, &summary, nullptr, &count),
             1);
   EXPECT_EQ(count, 2U);

@@ -8,8 +8,8 @@ namespace {
 class SimulatorLists : public SimulatorQueries {
  protected:
   sdk::KernelBool usedNodesCall(sdk::UsedNodeRecord* records, std::uint32_t& count) const {
-    return get<sdk::KernelGetGameUsedNodeDataList>("Kernel_GetGameUsedNodeDataList")(1001, records,
-                                                                                     &count);
+    return get<sdk::signature::Kernel_GetGameUsedNodeDataList>("Kernel_GetGameUsedNodeDataList")(
+        1001, records, &count);
   }
 };
 

@@ -16,10 +16,11 @@ constexpr const char* usedFile = "scenario: OpenKernel.scenario.json";
 
 class SimulatorScenario : public LoadedSimulator {
  protected:
-  sdk::KernelBool init() const { return get<sdk::KernelInit>("Kernel_Init")(L"a.exe"); }
+  sdk::KernelBool init() const { return get<sdk::signature::Kernel_Init>("Kernel_Init")(L"a.exe"); }
   sdk::KernelBool consoleData(std::uint32_t& console1) const {
     sdk::ConsoleDataRecord record{};
-    const sdk::KernelBool result = get<sdk::KernelGetConsoleData>("Kernel_GetConsoleData")(&record);
+    const sdk::KernelBool result =
+        get<sdk::signature::Kernel_GetConsoleData>("Kernel_GetConsoleData")(&record);
     console1 = record.console1;
     return result;
   }

@@ -33,7 +33,7 @@ class SimulatorQueries : public LoadedSimulator {
  protected:
   LastAccelAnswer lastAccel(std::uint32_t gameId) const {
     LastAccelAnswer answer;
-    answer.result = get<sdk::KernelGetGameLastAccelInfo>("Kernel_GetGameLastAccelInfo")(
+    answer.result = get<sdk::signature::Kernel_GetGameLastAccelInfo>("Kernel_GetGameLastAccelInfo")(
         gameId, &answer.areaId, answer.infoText, 256, answer.serverKey, 256, &answer.nodeId,
         &answer.infoFlag, &answer.infoValue);
     return answer;
@@ -55,7 +55,8 @@ class SimulatorQueries : public LoadedSimulator {
   }
 
   std::vector<sdk::UsedNodeRecord> usedNodes(std::uint32_t gameId) const {
-    const auto function = get<sdk::KernelGetGameUsedNodeDataList>("Kernel_GetGameUsedNodeDataList");
+    const auto function =
+        get<sdk::signature::Kernel_GetGameUsedNodeDataList>("Kernel_GetGameUsedNodeDataList");
     sdk::KernelBool result = 0;
     return fetch<sdk::UsedNodeRecord>(
         [=](sdk::UsedNodeRecord* records, std::uint32_t* count) {
@@ -66,7 +67,7 @@ class SimulatorQueries : public LoadedSimulator {
 
   sdk::AccelDataRecord accelData() const {
     sdk::AccelDataRecord record{};
-    EXPECT_EQ(get<sdk::KernelGetAccelData>("Kernel_GetAccelData")(&record), 1);
+    EXPECT_EQ(get<sdk::signature::Kernel_GetAccelData>("Kernel_GetAccelData")(&record), 1);
     return record;
   }
 };

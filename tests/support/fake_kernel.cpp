@@ -23,12 +23,12 @@ constexpr std::wstring_view kLibraryName = L"\\OpenKernel.dll";
 }  // namespace
 
 FakeKernel::FakeKernel()
-    : init([](auto...) { return KernelBool{1}; }),
-      setSdkChannelNumber([](auto...) { return KernelBool{1}; }),
-      userLoginFromAccount([](auto...) { return KernelBool{1}; }),
-      startAccel([](auto...) { return KernelBool{1}; }),
-      startAccelEx([](auto...) { return KernelBool{1}; }),
-      stopAccel([](auto...) { return KernelBool{1}; }),
+    : Kernel_Init([](auto...) { return KernelBool{1}; }),
+      Kernel_SetSdkChannelNumber([](auto...) { return KernelBool{1}; }),
+      Kernel_UserLoginFromAccount([](auto...) { return KernelBool{1}; }),
+      Kernel_StartAccel([](auto...) { return KernelBool{1}; }),
+      Kernel_StartAccelEx([](auto...) { return KernelBool{1}; }),
+      Kernel_StopAccel([](auto...) { return KernelBool{1}; }),
       loadLibrary_("kernel32.dll", "LoadLibraryW"),
       getProcAddress_("kernel32.dll", "GetProcAddress"),
       freeLibrary_("kernel32.dll", "FreeLibrary") {

@@ -2,7 +2,8 @@
 // whose 101 functions record what they are called with and do what the test wants.
 //
 //   FakeKernel kernel;
-//   kernel.getConsoleData = [](sdk::ConsoleDataRecord* record) { record->console1 = 7; return 1; };
+//   kernel.Kernel_GetConsoleData = [](sdk::ConsoleDataRecord* record) { record->console1 = 7;
+//   return 1; };
 //   ... code under test ...
 //   EXPECT_THAT(kernel.calls(), testing::ElementsAre("Kernel_GetConsoleData()"));
 //
@@ -28,31 +29,17 @@ namespace orva_accelerator::test {
 
 class FakeKernel {
  public:
-  template <typename Function>
-  using Script = std::function<std::remove_pointer_t<Function>>;
-
   FakeKernel();
   FakeKernel(const FakeKernel&) = delete;
   FakeKernel& operator=(const FakeKernel&) = delete;
   ~FakeKernel();
 
-  // What the fourteen functions do; set them while nobody can be calling. By default the library
-  // accepts initialisation, login, start and stop, completes nothing by itself, and refuses every
-  // query.
-  Script<sdk::KernelInit> init;
-  Script<sdk::KernelSetSdkChannelNumber> setSdkChannelNumber;
-  Script<sdk::KernelUserLoginFromAccount> userLoginFromAccount;
-  Script<sdk::KernelStartAccel> startAccel;
-  Script<sdk::KernelStartAccelEx> startAccelEx;
-  Script<sdk::KernelStopAccel> stopAccel;
-  Script<sdk::KernelGetAccelData> getAccelData;
-  Script<sdk::KernelGetConsoleData> getConsoleData;
-  Script<sdk::KernelGetGameDataFromGameID> getGameDataFromGameID;
-  Script<sdk::KernelGetGameLastAccelInfo> getGameLastAccelInfo;
-  Script<sdk::KernelGetGameServerDataList> getGameServerDataList;
-  Script<sdk::KernelGetGameNodeDataList> getGameNodeDataList;
-  Script<sdk::KernelGetGameUsedNodeDataList> getGameUsedNodeDataList;
-  Script<sdk::KernelGetTestSpeedDataV2> getTestSpeedDataV2;
+  // What each function that the service calls does, by its name; set it while nobody can be
+  // calling. By default the library accepts initialisation, login, start and stop, completes
+  // nothing by itself, and refuses every query.
+#define ORVA_SCRIPT(name, ...) std::function<std::remove_pointer_t<sdk::signature::name>> name;
+  ORVA_CALLED_KERNEL_FUNCTIONS(ORVA_SCRIPT)
+#undef ORVA_SCRIPT
 
   // The next loads fail with this error; 0 for success again.
   void failLoading(DWORD error);

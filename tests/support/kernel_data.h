@@ -19,7 +19,7 @@ namespace orva_accelerator::test {
 // Puts the text at the start of the array, whose other units stay as they are: a text as long as
 // the array is not terminated.
 template <std::size_t Units>
-void setText(char16_t (&array)[Units], std::u16string_view text) {
+void setText(wchar_t (&array)[Units], std::wstring_view text) {
   ASSERT_LE(text.size(), Units);
   std::copy(text.begin(), text.end(), array);
 }

@@ -11,14 +11,14 @@
 
 namespace orva_accelerator::test {
 
-inline sdk::ServerRecord serverRecord(std::u16string_view key, std::u16string_view text) {
+inline sdk::ServerRecord serverRecord(std::wstring_view key, std::wstring_view text) {
   sdk::ServerRecord record = {};
   setText(record.serverKey, key);
   setText(record.serverText, text);
   return record;
 }
 
-inline sdk::NodeRecord nodeRecord(std::uint32_t id, std::u16string_view text, std::uint32_t value1,
+inline sdk::NodeRecord nodeRecord(std::uint32_t id, std::wstring_view text, std::uint32_t value1,
                                   std::uint32_t value2, std::uint32_t value3 = 0) {
   sdk::NodeRecord record = {};
   record.nodeId = id;
@@ -30,8 +30,8 @@ inline sdk::NodeRecord nodeRecord(std::uint32_t id, std::u16string_view text, st
 }
 
 inline sdk::UsedNodeRecord usedNodeRecord(std::uint32_t used1, std::uint32_t used2,
-                                          std::u16string_view text1, std::uint32_t used3,
-                                          std::u16string_view text2, std::uint64_t used4) {
+                                          std::wstring_view text1, std::uint32_t used3,
+                                          std::wstring_view text2, std::uint64_t used4) {
   sdk::UsedNodeRecord record = {};
   record.used1 = used1;
   record.used2 = used2;
@@ -55,19 +55,20 @@ struct ScriptedGame {
   std::uint32_t infoValue = 86;
 
   bool knowsText = true;
-  std::u16string gameText = u"Star Arena";
+  std::wstring gameText = L"Star Arena";
 
-  ScriptedList<sdk::ServerRecord> servers{.records = {serverRecord(u"asia-1", u"Asia 1")}};
-  ScriptedList<sdk::NodeRecord> nodes{.records = {nodeRecord(11, u"Node 11", 38, 3)}};
+  ScriptedList<sdk::ServerRecord> servers{.records = {serverRecord(L"asia-1", L"Asia 1")}};
+  ScriptedList<sdk::NodeRecord> nodes{.records = {nodeRecord(11, L"Node 11", 38, 3)}};
   ScriptedList<sdk::UsedNodeRecord> usedNodes{};
 };
 
 inline void answerForGame(FakeKernel& kernel, const std::shared_ptr<const ScriptedGame>& game) {
   using sdk::KernelBool;
-  kernel.getGameLastAccelInfo = [game](std::uint32_t id, std::uint32_t* areaId, wchar_t* infoText,
-                                       std::uint32_t infoTextCapacity, wchar_t* serverKey,
-                                       std::uint32_t serverKeyCapacity, std::uint32_t* nodeId,
-                                       std::uint8_t* infoFlag, std::uint32_t* infoValue) {
+  kernel.Kernel_GetGameLastAccelInfo = [game](std::uint32_t id, std::uint32_t* areaId,
+                                              wchar_t* infoText, std::uint32_t infoTextCapacity,
+                                              wchar_t* serverKey, std::uint32_t serverKeyCapacity,
+                                              std::uint32_t* nodeId, std::uint8_t* infoFlag,
+                                              std::uint32_t* infoValue) {
     EXPECT_TRUE(isZeroed(infoText, infoTextCapacity));
     EXPECT_TRUE(isZeroed(serverKey, serverKeyCapacity));
     EXPECT_TRUE(isZeroed(areaId) && isZeroed(nodeId) && isZeroed(infoFlag) && isZeroed(infoValue));
@@ -79,21 +80,22 @@ inline void answerForGame(FakeKernel& kernel, const std::shared_ptr<const Script
     *infoValue = game->infoValue;
     return static_cast<KernelBool>(game->knowsLast && id == game->gameId ? 1 : 0);
   };
-  kernel.getGameDataFromGameID = [game](std::uint32_t id, sdk::GameDataRecord* record) {
+  kernel.Kernel_GetGameDataFromGameID = [game](std::uint32_t id, sdk::GameDataRecord* record) {
     EXPECT_TRUE(isZeroed(record));
     record->number = 77;
     setText(record->gameText, game->gameText);
     return static_cast<KernelBool>(game->knowsText && id == game->gameId ? 1 : 0);
   };
-  kernel.getGameServerDataList = [game](std::uint32_t, std::uint32_t, sdk::ServerRecord* records,
-                                        std::uint32_t* count) {
+  kernel.Kernel_GetGameServerDataList = [game](std::uint32_t, std::uint32_t,
+                                               sdk::ServerRecord* records, std::uint32_t* count) {
     return game->servers(records, count);
   };
-  kernel.getGameNodeDataList = [game](std::uint32_t, std::uint32_t, const wchar_t*,
-                                      sdk::NodeRecord* records,
-                                      std::uint32_t* count) { return game->nodes(records, count); };
-  kernel.getGameUsedNodeDataList = [game](std::uint32_t, sdk::UsedNodeRecord* records,
-                                          std::uint32_t* count) {
+  kernel.Kernel_GetGameNodeDataList = [game](std::uint32_t, std::uint32_t, const wchar_t*,
+                                             sdk::NodeRecord* records, std::uint32_t* count) {
+    return game->nodes(records, count);
+  };
+  kernel.Kernel_GetGameUsedNodeDataList = [game](std::uint32_t, sdk::UsedNodeRecord* records,
+                                                 std::uint32_t* count) {
     return game->usedNodes(records, count);
   };
 }

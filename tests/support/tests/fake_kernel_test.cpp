@@ -65,8 +65,10 @@ TEST(FakeKernel, CanFailToLoadOrLackAFunction) {
 TEST(FakeKernel, RecordsCallsWithTheirArgumentsInOrder) {
   FakeKernel kernel;
   const HMODULE module = LoadLibraryW(kPath);
-  const auto channel = lookUp<sdk::KernelSetSdkChannelNumber>(module, "Kernel_SetSdkChannelNumber");
-  const auto nodes = lookUp<sdk::KernelGetGameNodeDataList>(module, "Kernel_GetGameNodeDataList");
+  const auto channel =
+      lookUp<sdk::signature::Kernel_SetSdkChannelNumber>(module, "Kernel_SetSdkChannelNumber");
+  const auto nodes =
+      lookUp<sdk::signature::Kernel_GetGameNodeDataList>(module, "Kernel_GetGameNodeDataList");
   EXPECT_EQ(channel(3, 4294967295U, L"\u6e38"), 1);
   std::uint32_t count = 5;
   EXPECT_EQ(nodes(1001, 2, L"", nullptr, &count), 0);
@@ -79,13 +81,14 @@ TEST(FakeKernel, RecordsCallsWithTheirArgumentsInOrder) {
 
 TEST(FakeKernel, DoesWhatItsScriptSays) {
   FakeKernel kernel;
-  kernel.getConsoleData = [](sdk::ConsoleDataRecord* record) {
+  kernel.Kernel_GetConsoleData = [](sdk::ConsoleDataRecord* record) {
     record->console1 = 7;
     return sdk::KernelBool{1};
   };
   const HMODULE module = LoadLibraryW(kPath);
   sdk::ConsoleDataRecord record{};
-  EXPECT_EQ(lookUp<sdk::KernelGetConsoleData>(module, "Kernel_GetConsoleData")(&record), 1);
+  EXPECT_EQ(lookUp<sdk::signature::Kernel_GetConsoleData>(module, "Kernel_GetConsoleData")(&record),
+            1);
   EXPECT_EQ(record.console1, 7U);
 }
 
@@ -96,12 +99,13 @@ TEST(FakeKernel, KeepsTheCompletionsThatItIsGiven) {
   const auto result = [](void*, void*, const sdk::KernelAccelResult*) {};
   int context = 0;
   EXPECT_EQ(kernel.stopCompletion(), nullptr);
-  EXPECT_EQ(lookUp<sdk::KernelStopAccel>(module, "Kernel_StopAccel")(nullptr, completion), 1);
-  EXPECT_EQ(lookUp<sdk::KernelUserLoginFromAccount>(module, "Kernel_UserLoginFromAccount")(
-                nullptr, L"a", L"c", completion),
+  EXPECT_EQ(
+      lookUp<sdk::signature::Kernel_StopAccel>(module, "Kernel_StopAccel")(nullptr, completion), 1);
+  EXPECT_EQ(lookUp<sdk::signature::Kernel_UserLoginFromAccount>(
+                module, "Kernel_UserLoginFromAccount")(nullptr, L"a", L"c", completion),
             1);
-  EXPECT_EQ(lookUp<sdk::KernelStartAccelEx>(module, "Kernel_StartAccelEx")(&context, 1, 2, L"text",
-                                                                           0, L"1;2", 3, 4, result),
+  EXPECT_EQ(lookUp<sdk::signature::Kernel_StartAccelEx>(module, "Kernel_StartAccelEx")(
+                &context, 1, 2, L"text", 0, L"1;2", 3, 4, result),
             1);
   EXPECT_EQ(kernel.stopCompletion(), static_cast<sdk::KernelCodeCompletion>(completion));
   EXPECT_EQ(kernel.loginCompletion(), static_cast<sdk::KernelCodeCompletion>(completion));

@@ -1,14 +1,51 @@
-#include "sdk/list_fetch.h"
+#include "sdk/record_reading.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
 #include <new>
+#include <string>
 
 #include "tests/support/kernel_data.h"
 
 namespace orva_accelerator::sdk {
 namespace {
+
+TEST(TextOf, EndsAtTheFirstNul) {
+  const wchar_t units[8] = {L'a', L'b', 0, L'c', 0, 0, 0, L'd'};
+  EXPECT_EQ(textOf(units), L"ab");
+}
+
+TEST(TextOf, IsEmptyWhenTheFirstUnitIsNul) {
+  const wchar_t units[4] = {0, L'b', L'c', L'd'};
+  EXPECT_EQ(textOf(units), L"");
+}
+
+// On the guarded heap the array ends where memory does.
+TEST(TextOf, EndsWithAnArrayThatIsNotTerminated) {
+  using Array = wchar_t[8];
+  const std::unique_ptr<Array[]> arrays(new Array[1]);
+  std::fill_n(arrays[0], 8, L'\u6E38');
+  EXPECT_EQ(textOf(arrays[0]), std::wstring(8, L'\u6E38'));
+}
+
+// Longer than what is looked at in one go, and no multiple of it.
+TEST(TextOf, EndsAtAFirstNulInAnyPlace) {
+  for (std::size_t length = 0; length <= 41; ++length) {
+    wchar_t units[41];
+    std::fill_n(units, 41, L'x');
+    std::fill_n(units, length, L'\u6E38');
+    if (length < 41) units[length] = 0;
+    EXPECT_EQ(textOf(units), std::wstring(length, L'\u6E38')) << length;
+  }
+}
+
+TEST(TextOf, TakesUnitsAsTheyAre) {
+  const wchar_t units[4] = {0xD800, 0xFFFF, 0x0001, 0};
+  EXPECT_EQ(textOf(units), (std::wstring{wchar_t{0xD800}, wchar_t{0xFFFF}, wchar_t{1}}));
+}
 
 using test::ScriptedList;
 
