@@ -4,8 +4,14 @@
 # project's, the one source of every version number. DESCRIPTION is what Windows shows for the file,
 # in the task manager for instance; DESCRIPTION_ZH the same on a Chinese Windows.
 #
+# The comment says which revision of the sources the file was built from: ORVA_REVISION, which
+# scripts/package.sh sets for what is handed out. Other builds are not tied to one: that would link
+# everything anew after each commit.
+#
 # The resources are compiled by themselves, without orva_build_options: those are for C++ compilers,
 # and CMake would hand them to the resource compiler too.
+set(ORVA_REVISION "development build" CACHE STRING "Revision of the sources, for the version resources")
+
 function(orva_add_version_resource target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION;DESCRIPTION_ZH" "")
   if(arg_UNPARSED_ARGUMENTS OR NOT arg_DESCRIPTION)

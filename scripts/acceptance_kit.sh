@@ -11,7 +11,7 @@ cd "$root"
 step "Build"
 configure release
 mapfile -t tests < <(cmake --build --preset release --target help |
-  sed -nE 's/^([a-z_]+_system_tests|installer_tests|resources_tests): phony$/\1/p' | sort -u)
+  sed -nE 's/^([a-z_]+_system_tests|installer_tests|rare_installer_tests|resources_tests): phony$/\1/p' | sort -u)
 [[ ${#tests[@]} -ge 3 ]] || fail "no system tests found"
 build release OrvaAcceleratorService OpenKernel orvactl OrvaClient orva_c_sample \
   OpenKernelWithoutInit OpenKernelWithoutLastName "${tests[@]}"
@@ -37,7 +37,7 @@ find "$kit/bin" -name '*.exe' -exec x86_64-w64-mingw32-strip -p {} +
 # The tests of the resources read these as they are handed out.
 mkdir -p "$kit/package"
 cp -r build/release/package/* "$kit/package/"
-rm -rf "$kit"/package/*symbols*
+rm -rf "$kit"/package/*symbols* "$kit"/package/*-work "$kit"/package/*acceptance*
 
 step "Pack $name.zip"
 (cd build/package && zip -q -r -X "$name.zip" "$name")

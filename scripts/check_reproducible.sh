@@ -24,7 +24,7 @@ build_copy() {
   (
     cd "$work/$1"
     cmake --preset release --log-level=WARNING -DORVA_BUILD_TESTS=OFF >/dev/null
-    cmake --build --preset release --target OrvaAcceleratorService OpenKernel orvactl OrvaSetupHelper \
+    cmake --build --preset release --target OrvaAcceleratorService OpenKernel orvactl OrvaSetupActions \
       OrvaClient
     scripts/package.sh --from build/release --to packages
     scripts/package.sh --with-simulator --from build/release --to packages
@@ -37,7 +37,7 @@ build_copy() {
 digests() (
   cd "$work/$1"
   find build/release/bin build/release/installer packages -type f \
-    \( -name '*.exe' -o -name '*.dll' -o -name '*.zip' \) -print0 |
+    \( -name '*.exe' -o -name '*.dll' -o -name '*.zip' -o -name '*.msi' \) -print0 |
     LC_ALL=C sort -z | xargs -0 sha256sum
 )
 
@@ -52,7 +52,7 @@ digests another-with-a-longer-name >"$work/another.sha256"
 diff -u "$work/one.sha256" "$work/another.sha256" || fail "the same sources gave different bytes"
 # Whoever gets two packages from here on would see when each was made.
 while read -r _ file; do
-  [[ $file == *.zip || $file == *-setup.exe ]] && continue
+  [[ $file == *.zip || $file == *.msi ]] && continue
   # Read to its end: with grep -q the writer would fail of a broken pipe.
   stamp=$(x86_64-w64-mingw32-objdump -p "$work/one/$file" | sed -n 's/^Time\/Date[[:space:]]\{2,\}//p')
   [[ $stamp == "Thu Jan  1 00:00:00 1970" ]] || fail "$file carries a time stamp: $stamp"

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # usage: package.sh [--with-simulator] [--from BUILD] [--to FOLDER]
 #
-# Makes what is handed out: a zip, an installer and, for those who debug, a zip with the symbols
-# of the same programs. The files are in build/package, or FOLDER.
+# Makes what is handed out: a zip, a Windows Installer package and, for those who debug, a zip with the
+# symbols of the same programs, with their SHA256SUMS. The files are in build/package, or FOLDER.
 #   --with-simulator  the developer package, with the simulated library in the closed one's place
-#   --from BUILD      packs what was built in BUILD and builds nothing; without it, the release is built
+#   --from BUILD      packs what was built in BUILD and builds nothing; without it, a release is built in
+#                     build/packaged, whose programs say which revision they were built from
 #
 # The same sources give the same bytes: names sorted, one time for all files, no owner.
 source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
@@ -28,48 +29,26 @@ if [[ -z $from ]]; then
   "$root/scripts/setup.sh"
   cd "$root"
   step "Build"
-  configure release
-  build release OrvaAcceleratorService OpenKernel orvactl OrvaSetupHelper OrvaClient
-  from=$root/build/release
+  # Of a checkout that has been changed, nobody could find the sources again.
+  revision=$(git rev-parse HEAD)
+  git diff --quiet HEAD || revision+=" with changes"
+  from=$root/build/packaged
+  cmake --preset release -B "$from" --log-level=WARNING -DCMAKE_CXX_COMPILER_LAUNCHER=ccache \
+    -DORVA_BUILD_TESTS=OFF -DORVA_REVISION="$revision" >/dev/null
+  cmake --build "$from" --target OrvaAcceleratorService OpenKernel orvactl OrvaSetupActions OrvaClient
 fi
 
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$from/CMakeCache.txt")
 name=OrvaAcceleratorService-$version-x64${simulator:+-developer}
 stage=$to/$name
 symbols=$to/$name-symbols
-library=accel_sdk/sdk_x64
+work=$to/$name-work
 # Nothing in a package carries the time of its making.
 export TZ=UTC SOURCE_DATE_EPOCH=1577836800 # 2020-01-01
 
-# add_program FILE [FOLDER]: from the build, without its symbols, which go beside.
-add_program() {
-  mkdir -p "$stage/${2:-}" "$symbols/${2:-}"
-  cp "$from/bin/${2:+$2/}$1" "$symbols/${2:-}"
-  # -p keeps the time stamp in the file, which is none; otherwise it becomes the current time.
-  x86_64-w64-mingw32-strip -p -o "$stage/${2:+$2/}$1" "$symbols/${2:+$2/}$1"
-}
-
-# What clients are written with: in the zip alone, since nobody plays with it.
-add_client_files() {
-  local client=$stage/client
-  mkdir -p "$client/include" "$client/lib" "$client/samples" "$symbols/client"
-  cp "$from/bin/OrvaClient.dll" "$symbols/client"
-  x86_64-w64-mingw32-strip -p -o "$client/OrvaClient.dll" "$symbols/client/OrvaClient.dll"
-  cp "$root/client/include/"*.h "$client/include/"
-  cp "$from/client/c/libOrvaClient.dll.a" "$client/lib/"
-  # Microsoft's linker wants one of its own form.
-  lld-link-19 /lib /machine:x64 "/def:$from/client/c/OrvaClient.def" "/out:$client/lib/OrvaClient.lib"
-  cp "$root/samples/README.md" "$client/samples/"
-  local sample
-  for sample in c/session.c csharp/{OrvaSession.csproj,Program.cs,Protocol.cs,ServicePipe.cs} \
-    python/{orva_pipes.py,orva_protocol.py,session.py}; do
-    install -D "$root/samples/$sample" "$client/samples/$sample"
-  done
-  local file
-  (cd "$root/clients/node" && find . -type f) | while read -r file; do
-    install -D -m 644 "$root/clients/node/$file" "$client/node/$file"
-  done
-}
+# strip_program UNSTRIPPED STRIPPED: -p keeps the time stamp in the file, which is none; otherwise it
+# becomes the current time.
+strip_program() { x86_64-w64-mingw32-strip -p -o "$2" "$1"; }
 
 # deterministic_zip FILE FOLDER: of the folder itself with all that is in it.
 deterministic_zip() {
@@ -84,50 +63,41 @@ normalise() {
 }
 
 step "Collect the files"
-rm -rf "$stage" "$symbols"
-add_program OrvaAcceleratorService.exe
-add_program orvactl.exe
-if [[ -n $simulator ]]; then
-  add_program OpenKernel.dll "$library"
-  cp "$root/installer/SIMULATED-LIBRARY.txt" "$stage/$library/"
-  install -D "$root/docs/simulator.md" "$stage/docs/simulator.md"
-else
-  install -D "$root/installer/PUT-OpenKernel.dll-HERE.txt" \
-    "$stage/$library/PUT-OpenKernel.dll-HERE.txt"
-fi
-add_client_files
-for page in protocol compatibility troubleshooting c-interface orvactl security; do
-  install -D "$root/docs/$page.md" "$stage/docs/$page.md"
+rm -rf "$stage" "$symbols" "$work"
+mkdir -p "$work"
+for component in service client $([[ -n $simulator ]] && echo simulator || echo place); do
+  cmake --install "$from" --component "package-$component" --prefix "$stage" >/dev/null
 done
-cp "$root/docs/protocol-vectors.json" "$stage/docs/"
+# Microsoft's linker wants an import library of its own form.
+lld-link-19 /lib /machine:x64 "/def:$from/client/c/OrvaClient.def" "/out:$stage/client/lib/OrvaClient.lib"
+while IFS= read -r program; do
+  mkdir -p "$symbols/$(dirname "$program")"
+  mv "$stage/$program" "$symbols/$program"
+  strip_program "$symbols/$program" "$stage/$program"
+  "$root/scripts/sign.sh" "$stage/$program"
+done < <(cd "$stage" && find . -name '*.exe' -o -name '*.dll' | LC_ALL=C sort)
+strip_program "$from/installer/OrvaSetupActions.dll" "$work/OrvaSetupActions.dll"
+"$root/scripts/sign.sh" "$work/OrvaSetupActions.dll"
 normalise "$stage" "$symbols"
 
 step "Pack $name.zip"
 deterministic_zip "$to/$name.zip" "$stage"
 deterministic_zip "$to/$name-symbols.zip" "$symbols"
 
-step "Pack $name-setup.exe"
-# A list in a fixed order: the installer would take a folder's files as the disk returns them.
-files=$to/$name-files.nsh
-(
-  cd "$stage"
-  find . -path ./client -prune -o -type d -print | LC_ALL=C sort | while read -r folder; do
-    windows_folder=${folder#.}
-    printf 'SetOutPath "$INSTDIR%s"\n' "${windows_folder//\//\\}"
-    find "$folder" -maxdepth 1 -type f | LC_ALL=C sort | while read -r file; do
-      printf 'File "%s"\n' "$stage/${file#./}"
-    done
-  done
-) >"$files"
-helper=$to/OrvaSetupHelper-$name.exe
-x86_64-w64-mingw32-strip -p -o "$helper" "$from/installer/OrvaSetupHelper.exe"
-normalise "$helper"
-size_kb=$(find "$stage" -path "$stage/client" -prune -o -type f -printf '%s\n' | awk '{ bytes += $1 } END { print int(bytes / 1024) + 1 }')
-makensis -V2 -WX -NOCD -INPUTCHARSET UTF8 \
-  -DVERSION="$version" -DFILES="$files" -DHELPER="$helper" \
-  -DSIZE_KB="$size_kb" -DOUTPUT="$to/$name-setup.exe" \
-  ${simulator:+-DDEVELOPER} "$root/installer/installer.nsi"
-rm "$files" "$helper"
+step "Pack $name.msi"
+cp -a "$stage" "$work/files"
+rm -rf "$work/files/client" "$work/files/README.txt"
+"$root/installer/make_icon.py" "$work/orva.ico"
+normalise "$work"
+"$root/installer/make_msi.py" --stage "$work/files" --actions "$work/OrvaSetupActions.dll" \
+  --icon "$work/orva.ico" --version "$version" ${simulator:+--developer} "$to/$name.msi"
+"$root/scripts/sign.sh" "$to/$name.msi"
+[[ -n ${ORVA_KEEP_WORK:-} ]] || rm -rf "$work"
+
+step "Sum up"
+(cd "$to" && sha256sum OrvaAcceleratorService-"$version"-x64{,-developer}{,-symbols}.zip \
+  OrvaAcceleratorService-"$version"-x64{,-developer}.msi 2>/dev/null >SHA256SUMS) || true # Not all were made.
+[[ -s $to/SHA256SUMS ]] || fail "no sums"
 
 step_done
-say "$to: $name.zip, $name-setup.exe, $name-symbols.zip"
+say "$to: $name.zip, $name.msi, $name-symbols.zip, SHA256SUMS"

@@ -16,7 +16,7 @@ packages=(
   # Run
   wine wine64 xvfb xdotool
   # Package
-  nsis zip
+  wixl msitools zip
   # The sample in C#
   mono-mcs mono-runtime
   # Libraries of the tests and tools

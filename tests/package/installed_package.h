@@ -10,7 +10,10 @@
 
 namespace orva_accelerator::test {
 
-enum class Package { kOrdinary, kDeveloper };
+// The newer ones are developer packages of a version far ahead, made for the tests: one that can be
+// installed, one with a step that fails after the files have been replaced and the service
+// registered, one that needs more room than there is.
+enum class Package { kOrdinary, kDeveloper, kNewer, kNewerFailing, kNewerHuge };
 
 // Relative path of each file below a folder, and its content, or a digest of more than a line.
 using FileTree = std::map<std::string, std::string>;
@@ -25,11 +28,15 @@ class InstalledPackage : public ServiceFixture {
   ~InstalledPackage() override;
   void SetUp() override;
 
-  // Runs an installer silently. The exit code counts for little: look at what is there.
-  static std::optional<DWORD> setup(Package package);
-  // Runs the installed uninstaller silently. It goes on in the background after it has returned, so
-  // wait for what it is to do.
-  static void uninstall();
+  // Silently; the installer's exit code.
+  std::optional<DWORD> setup(Package package) const;
+  std::optional<DWORD> uninstall() const;
+  // What the last of them has written.
+  std::string log() const;
+
+  // Whether the process that the manager names is there and executes what is installed, whoever has
+  // started it.
+  static bool runsInstalledService();
 
   static std::filesystem::path installFolder();
   static std::filesystem::path installedService() {
@@ -41,7 +48,6 @@ class InstalledPackage : public ServiceFixture {
   static FileTree packaged(Package package);
   // What only the zip has, in its folder "client".
   static FileTree clientFiles(Package package);
-  // What is installed, without the uninstaller.
   static FileTree installed();
 
   // Whether nothing of a package is left: files, registration, uninstall entry.
@@ -51,6 +57,8 @@ class InstalledPackage : public ServiceFixture {
   static std::optional<std::wstring> uninstallEntry(const wchar_t* value);
 
  private:
+  std::filesystem::path logFile() const { return folder() / "setup.log"; }
+  bool stopInstalledService() const;
   static void removeWhatIsInstalled();
 };
 
