@@ -25,13 +25,13 @@ class AnswerBlock {
  public:
   // As much as `records` bytes of records and `texts` texts with `bytes` bytes together can need.
   AnswerBlock(std::size_t records, std::size_t texts, std::size_t bytes)
-      : memory_(::operator new(records + kMostPadding + texts + bytes)) {}
+      : memory_(::operator new(Aligned(records + kMostPadding + texts + bytes))) {}
 
   // Zeroed. All records are made before the first text, so that they are aligned.
   template <typename Record>
   Record* Make(std::size_t count = 1) {
     static_assert(std::is_trivially_copyable_v<Record> && alignof(Record) <= kAlignment);
-    used_ = (used_ + kAlignment - 1) / kAlignment * kAlignment;
+    used_ = Aligned(used_);
     void* const place = Take(count * sizeof(Record));
     return static_cast<Record*>(std::memset(place, 0, count * sizeof(Record)));
   }
@@ -54,6 +54,11 @@ class AnswerBlock {
  private:
   static constexpr std::size_t kAlignment = 8;
   static constexpr std::size_t kMostPadding = 2 * kAlignment;  // Between up to three records.
+
+  // Also for the block as a whole: memory is aligned only as objects of its size can be.
+  static constexpr std::size_t Aligned(std::size_t size) {
+    return (size + kAlignment - 1) / kAlignment * kAlignment;
+  }
 
   void* Take(std::size_t size) {
     void* const place = static_cast<std::byte*>(memory_.get()) + used_;

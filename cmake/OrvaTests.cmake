@@ -10,7 +10,8 @@
 #                [SHARED_PROCESS ALL | <suite>...] each of these suites is one test of ctest, in one process
 #                [OWN_PROCESS <suite>...]    of ALL, those whose tests have a process each all the same
 #                [OWN_HEAP]                  never on the guarded heap: replaces operator new itself
-#                [FIRST])                    takes long, so it begins early
+#                [FIRST]                     takes long, so it begins early
+#                [NOTHING_BESIDE])           asserts a time that is promised, so no other test runs
 #
 # Makes the GoogleTest executable <target> in bin/tests, out of the way of the shipped layout, and its
 # tests known to ctest. The executable gets a main function from orva_test_support; do not link
@@ -28,7 +29,7 @@
 # is asked for. The build that counts lines makes them all.
 function(orva_add_tests)
   cmake_parse_arguments(
-    PARSE_ARGV 0 arg "OWN_HEAP;FIRST" "NAME;TIMEOUT"
+    PARSE_ARGV 0 arg "OWN_HEAP;FIRST;NOTHING_BESIDE" "NAME;TIMEOUT"
     "SOURCES;ALONE;LIBRARIES;LABELS;RESOURCE_LOCK;FIXTURES_REQUIRED;ENVIRONMENT;SHARED_PROCESS;OWN_PROCESS")
   if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
     message(FATAL_ERROR "orva_add_tests: NAME and SOURCES are needed; "
@@ -78,6 +79,9 @@ function(orva_tell_ctest)
   set(properties TIMEOUT ${arg_TIMEOUT} WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
   if(arg_FIRST)
     list(APPEND properties COST 1000)
+  endif()
+  if(arg_NOTHING_BESIDE)
+    list(APPEND properties RUN_SERIAL TRUE)
   endif()
   set(lists)
   foreach(property IN ITEMS LABELS RESOURCE_LOCK FIXTURES_REQUIRED ENVIRONMENT)

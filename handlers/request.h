@@ -33,7 +33,7 @@ class Request {
 
   // The answer to it: the fixed part, and the texts of which that has the lengths.
   template <typename... Texts>
-  static Answer answer(const Response& fixedPart, const Texts&... texts) {
+  Answer answer(const Response& fixedPart, const Texts&... texts) const {
     return Answer::of(fixedPart, texts...);
   }
 

@@ -13,6 +13,7 @@
 #include "tests/ipc/fake_awake_clock.h"
 #include "tests/ipc/message_pipe.h"
 #include "tests/support/import_patch.h"
+#include "win32/unique_handle.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -50,18 +51,20 @@ TEST_P(ManyBroadcasts, ReachAClientThatReadsWithinTheBound) {
   for (std::uint32_t id = 1; id <= GetParam(); ++id) full.push_back(registerFullClient(id));
   RawPipeClient reader = registerPushClient(1000);  // After all others in every broadcast.
   std::atomic<std::uint32_t> ready{0};
-  std::atomic<bool> go{false};
+  // Waited for, not asked for again and again: a hundred threads would leave no time for anything.
+  const win32::UniqueKernelHandle go(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  ASSERT_TRUE(go);
   std::vector<BackgroundCall> calls;
   for (std::uint32_t i = 0; i < kBroadcasts; ++i) {
     calls.emplace_back([&, i] {
       ++ready;
-      while (!go) Sleep(1);
+      EXPECT_EQ(WaitForSingleObject(go.get(), 60'000), WAIT_OBJECT_0);
       EXPECT_TRUE(broadcast(u32Bytes({i})));
     });
   }
   ASSERT_TRUE(waitUntil([&] { return ready == kBroadcasts; }));
   const auto begin = Clock::now();
-  go = true;
+  ASSERT_TRUE(SetEvent(go.get()));
   std::set<std::uint32_t> received;
   for (std::uint32_t i = 0; i < kBroadcasts; ++i) {
     ASSERT_EQ(reader.read().message.size(), 20U) << i;

@@ -1,10 +1,13 @@
-// What the images that players get are made of: the protections that docs/security.md claims.
+// What the images that players get are made of: the protections that docs/security.md claims, and
+// how much there is of them.
 #include <gtest/gtest.h>
 #include <windows.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cstdint>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <ostream>
 #include <stdexcept>
 #include <string>
@@ -39,6 +42,18 @@ class Image {
 
   const IMAGE_NT_HEADERS64& headers() const { return headers_; }
   const std::vector<IMAGE_SECTION_HEADER>& sections() const { return sections_; }
+
+  // Up to the end of the last section that is loaded: the others are symbols.
+  std::size_t strippedSize() const {
+    std::size_t end = 0;
+    for (const auto& section : sections_) {
+      if ((section.Characteristics & IMAGE_SCN_MEM_DISCARDABLE) != 0 && section.Name[0] == '/') {
+        continue;
+      }
+      end = std::max<std::size_t>(end, section.PointerToRawData + section.SizeOfRawData);
+    }
+    return end;
+  }
 
   std::vector<std::string> symbols() const {
     const std::size_t table = headers_.FileHeader.PointerToSymbolTable;
@@ -92,7 +107,7 @@ constexpr ShippedImage kImages[] = {
     {"Service", L"OrvaAcceleratorService.exe", IMAGE_SUBSYSTEM_WINDOWS_CUI},
     {"Tool", L"orvactl.exe", IMAGE_SUBSYSTEM_WINDOWS_CUI},
     {"ClientLibrary", L"OrvaClient.dll", IMAGE_SUBSYSTEM_WINDOWS_CUI},
-    {"SetupSteps", L"..\\installer\\OrvaSetupActions.dll", IMAGE_SUBSYSTEM_WINDOWS_CUI},
+    {"SetupHelper", L"..\\installer\\OrvaSetupHelper.exe", IMAGE_SUBSYSTEM_WINDOWS_GUI},
 };
 INSTANTIATE_TEST_SUITE_P(Of, ShippedImages, testing::ValuesIn(kImages),
                          [](const auto& test) { return test.param.name; });
@@ -129,6 +144,24 @@ TEST_P(ShippedImages, EndWhenAnArrayIsOverrun) {
   const std::vector<std::string> symbols = image_.symbols();
   for (const char* needed : {"__stack_chk_fail", "__stack_chk_guard", "__chk_fail"}) {
     EXPECT_EQ(std::ranges::count(symbols, needed), 1) << needed;
+  }
+}
+
+// What every player's PC carries.
+TEST(ServiceImage, IsSmall) {
+  EXPECT_LE(Image(shippedFile(L"OrvaAcceleratorService.exe")).strippedSize(), 330'000u);
+}
+
+// One stream of the standard library brings all of its locales: 700,000 bytes.
+TEST(ServiceImage, HasNeitherStreamsNorLocales) {
+  const Image image(shippedFile(L"OrvaAcceleratorService.exe"));
+  const std::vector<std::string> symbols = image.symbols();
+  ASSERT_GT(symbols.size(), 1000u);
+  for (const std::string& symbol : symbols) {
+    for (const char* part : {"basic_istream", "basic_ostream", "basic_streambuf", "ios_base",
+                             "_ZNSt6locale", "_ZNSi", "_ZNSo", "_ZSt4cout", "_ZSt5wcout"}) {
+      ASSERT_EQ(symbol.find(part), std::string::npos) << symbol;
+    }
   }
 }
 
