@@ -50,8 +50,10 @@ void send(PipeServer& server, std::uint32_t clientId, NotificationType type, con
 void sendAccelResult(PipeServer& server, std::uint32_t clientId, NotificationType type,
                      const sdk::SAccelResult& result) {
   // Throw when a text cannot be converted: half of a result is none.
+  // NOLINTBEGIN(bugprone-unchecked-optional-access)
   const std::string text1 = win32::utf8FromWide(result.text1).value();
   const std::string text2 = win32::utf8FromWide(result.text2).value();
+  // NOLINTEND(bugprone-unchecked-optional-access)
   AccelResultPayload fixed = {};
   fixed.value1 = result.value1;
   fixed.value2 = result.value2;

@@ -31,8 +31,10 @@ bool isFromAnotherComputer(HANDLE pipe) {
   const FARPROC function = GetProcAddress(kernel32, "GetNamedPipeClientComputerNameW");
   if (function == nullptr) return false;
   // By way of a type that takes every function's address without a warning.
+  // NOLINTBEGIN(bugprone-casting-through-void)
   const auto getComputerName = reinterpret_cast<decltype(&GetNamedPipeClientComputerNameW)>(
       reinterpret_cast<void*>(function));
+  // NOLINTEND(bugprone-casting-through-void)
   // Longer than any computer's name.
   wchar_t name[512];
   // Fails for a client of this computer.

@@ -1,6 +1,7 @@
 // The registered clients of the push pipe.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -45,10 +46,10 @@ class PushClientTable {
   template <typename Predicate>
   bool anyPipe(Predicate matches) {
     const std::lock_guard lock(pushClientsMutex);
-    for (const auto& [id, client] : pushClients) {
-      if (client.pipe && matches(client.pipe->get())) return true;
-    }
-    return false;
+    return std::ranges::any_of(pushClients, [&matches](const auto& entry) {
+      const auto& pipe = entry.second.pipe;
+      return pipe && matches(pipe->get());
+    });
   }
 
  private:
