@@ -25,6 +25,11 @@ milliseconds since(Clock::time_point begin) {
   return std::chrono::duration_cast<milliseconds>(Clock::now() - begin);
 }
 
+// Tests of real time tell nothing beside compilers and other tests.
+bool isMachineQuiet() {
+  return GetEnvironmentVariableW(L"ORVA_QUIET", nullptr, 0) != 0;
+}
+
 class PushBound : public ChannelTest {
  protected:
   void SetUp() override { start(); }
@@ -46,6 +51,7 @@ class PushBound : public ChannelTest {
 class ManyBroadcasts : public PushBound, public testing::WithParamInterface<std::uint32_t> {};
 
 TEST_P(ManyBroadcasts, ReachAClientThatReadsWithinTheBound) {
+  if (!isMachineQuiet()) GTEST_SKIP() << "asserts real time; ORVA_QUIET=1 runs it";
   constexpr std::uint32_t kBroadcasts = 100;
   std::vector<RawPipeClient> full;
   for (std::uint32_t id = 1; id <= GetParam(); ++id) full.push_back(registerFullClient(id));
@@ -83,6 +89,7 @@ TEST_P(ManyBroadcasts, ReachAClientThatReadsWithinTheBound) {
 INSTANTIATE_TEST_SUITE_P(FullClients, ManyBroadcasts, testing::Values(1, 3, 20));
 
 TEST_F(PushBound, HoldsForOneBroadcastAsAWhole) {
+  if (!isMachineQuiet()) GTEST_SKIP() << "asserts real time; ORVA_QUIET=1 runs it";
   constexpr std::uint32_t kFull = 10;
   std::vector<RawPipeClient> full;
   for (std::uint32_t id = 1; id <= kFull; ++id) full.push_back(registerFullClient(id));
