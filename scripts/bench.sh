@@ -21,12 +21,14 @@ results=$root/build/bench/results
 application="$WINEPREFIX/drive_c/Program Files/Orva"
 service=OrvaAcceleratorService
 idle_seconds=60
+start_options=()
 measure_options=()
 micro_options=()
 while [[ $# -gt 0 ]]; do
   case $1 in
     --quick)
       idle_seconds=5
+      start_options=(--repeats 3)
       measure_options=(--rounds 3 --requests 50 --connections 1,8,64 --push-clients 1,10
         --finished 50)
       micro_options=(--quick)
@@ -108,7 +110,7 @@ prepare_windows() {
   taskset -cp "$cpu" $$ >/dev/null
   start_prefix 1800 || fail "cannot start the Wine prefix $WINEPREFIX"
   mkdir -p "$application"
-  cp -r "$bin"/{"$service.exe",orva_bench_floor.exe,accel_sdk} "$application"
+  cp -r "$bin"/{"$service.exe",orva_bench_empty.exe,orva_bench_floor.exe,accel_sdk} "$application"
   # While a program of this name runs, the service stays.
   cp "$bin/orva_bench_client.exe" "$application/Zandor.exe"
 }
@@ -119,10 +121,12 @@ start_servers() {
   start_in_background orva_bench_floor.exe OrvaBenchFloorA &
   start_in_background orva_bench_floor.exe OrvaBenchFloorB &
   (cd "$application" && timeout 60 wine "$service.exe" install </dev/null)
-  measured orva_bench_client start
+  measured orva_bench_client start "${start_options[@]}" \
+    --empty 'C:\Program Files\Orva\orva_bench_empty.exe'
   floor_a=$(process_of OrvaBenchFloorA)
   floor_b=$(process_of OrvaBenchFloorB)
   product=$(process_of "\\$service.exe")
+  empty=$(process_of '\orva_bench_empty.exe')
   wine_server=$(process_of wineserver)
   local sessions
   sessions=$(for process in "$floor_a" "$floor_b" "$product"; do session_of "$process"; done)
@@ -137,43 +141,78 @@ wake_ups() {
 # Nanoseconds on the processor.
 processor_time() { awk '{sum += $1} END {printf "%.0f\n", sum}' /proc/"$1"/task/*/schedstat; }
 
+# What a process does and holds while nobody asks it for anything: sets idle_threads, idle_wakes (a
+# minute), idle_busy (ms) and idle_kib, each with the process's number as key.
+declare -A idle_threads idle_wakes idle_busy idle_kib
 measure_idle() {
-  step "Watch the idle service for $idle_seconds s"
+  step "Watch the two idle services for $idle_seconds s"
   sleep 2
-  local before after time_before time_after
-  before=$(wake_ups "$product")
-  time_before=$(processor_time "$product")
+  local process
+  local -A wakes_before time_before
+  for process in "$product" "$empty"; do
+    wakes_before[$process]=$(wake_ups "$process" | awk '{sum += $2} END {print sum}')
+    time_before[$process]=$(processor_time "$process")
+  done
   sleep "$idle_seconds"
-  after=$(wake_ups "$product")
-  time_after=$(processor_time "$product")
-  threads=$(wc -l <<<"$after")
-  # Of each thread that woke up at all.
-  woken=$(awk -v s="$idle_seconds" 'NR == FNR {old[$1] = $2; next}
-    $2 > old[$1] {printf "%s%d (%.1f/s)", sep, $2 - old[$1], ($2 - old[$1]) / s; sep = ", "}' \
-    <(printf '%s\n' "$before") <(printf '%s\n' "$after"))
-  busy_ms=$(awk -v a="$time_before" -v b="$time_after" 'BEGIN {printf "%.1f", (b - a) / 1e6}')
+  for process in "$product" "$empty"; do
+    idle_threads[$process]=$(wake_ups "$process" | wc -l)
+    idle_wakes[$process]=$(wake_ups "$process" |
+      awk -v old="${wakes_before[$process]}" -v s="$idle_seconds" \
+        '{sum += $2} END {printf "%.0f", (sum - old) * 60 / s}')
+    idle_busy[$process]=$(awk -v a="${time_before[$process]}" -v b="$(processor_time "$process")" \
+      'BEGIN {printf "%.1f", (b - a) / 1e6}')
+    idle_kib[$process]=$(awk '/^VmRSS:/ {print $2}' "/proc/$process/status")
+  done
+  measured orva_bench_client handles
+}
+
+# figure FILE NAME [FIELD]: a number of a line of JSON.
+figure() {
+  sed -E "s/.*\"$2\":${3:+[^\}]*\"$3\":}([0-9.]+).*/\1/" "$results/$1"
+}
+
+# start_row TEXT NAME: a line of the table of starts.
+start_row() {
+  awk -v text="$1" -v m="$(figure start.json "$2" median)" -v l="$(figure start.json "$2" min)" \
+    -v h="$(figure start.json "$2" max)" -v e="$(figure start.json emptyRunningMs median)" \
+    'BEGIN {printf "| %s | %.1f ms | %.1f to %.1f ms | %.2f |\n", text, m, l, h, m / e}'
 }
 
 report_service() {
-  local size running answered
+  local size
   size=$(stat -c %s "$results/stripped.exe")
-  running=$(sed 's/.*"runningMs":\([0-9.]*\).*/\1/' "$results/start.json")
-  answered=$(sed 's/.*"firstAnswerMs":\([0-9.]*\).*/\1/' "$results/start.json")
-  cat >"$results/service.md" <<END
+  {
+    cat <<END
 
 ### The service as a whole
 
-| | |
-|---|---:|
-| image, stripped (limit 1,500,000 bytes) | $size bytes |
-| start until RUNNING is reported | $(printf %.0f "$running") ms |
-| start until the first request is answered | $(printf %.0f "$answered") ms |
-| processor time in $idle_seconds s without clients | $busy_ms ms |
-| threads, and how often those that woke up in that time gave up the processor | $threads: ${woken:-none} |
+The image has $size bytes, stripped (limit 330,000).
+
+| $(figure start.json runningMs count) starts in turns with the empty service's | median | from and to | beside the empty one (limit 1.15) |
+|---|---:|---:|---:|
 END
+    start_row "empty service: until RUNNING is reported" emptyRunningMs
+    start_row "until RUNNING is reported" runningMs
+    start_row "until the first request is answered" firstAnswerMs
+    cat <<END
+
+| Without clients, in $idle_seconds s | service | empty service |
+|---|---:|---:|
+| resident memory | ${idle_kib[$product]} KiB | ${idle_kib[$empty]} KiB |
+| threads | ${idle_threads[$product]} | ${idle_threads[$empty]} |
+| handles | $(figure handles.json service) | $(figure handles.json empty) |
+| wake-ups a minute | ${idle_wakes[$product]} | ${idle_wakes[$empty]} |
+| processor time | ${idle_busy[$product]} ms | ${idle_busy[$empty]} ms |
+END
+  } >"$results/service.md"
+  local process entries=()
+  for process in "$product" "$empty"; do
+    entries+=("{\"residentKiB\": ${idle_kib[$process]}, \"threads\": ${idle_threads[$process]},
+  \"wakeUpsAMinute\": ${idle_wakes[$process]}, \"processorMs\": ${idle_busy[$process]}}")
+  done
   cat >"$results/service.json" <<END
-{"imageBytes": $size, "start": $(<"$results/start.json"), "idleSeconds": $idle_seconds,
- "idleProcessorMs": $busy_ms, "threads": $threads, "wakeUps": "$woken"}
+{"imageBytes": $size, "start": $(<"$results/start.json"), "handles": $(<"$results/handles.json"),
+ "idleSeconds": $idle_seconds, "idle": {"service": ${entries[0]}, "empty": ${entries[1]}}}
 END
 }
 

@@ -7,9 +7,12 @@
 #include "bench/client/rows.h"
 #include "bench/client/service_start.h"
 #include "ipc/wire/pipe_names.h"
+#include "win32/utf8.h"
 
 namespace orva_accelerator::bench {
 namespace {
+
+constexpr wchar_t kService[] = L"OrvaAcceleratorService";
 
 Server floorCalled(const std::string& name, const std::wstring& pipe, unsigned processId) {
   return {name, L"\\\\.\\pipe\\" + pipe + L"_Request", L"\\\\.\\pipe\\" + pipe + L"_Push",
@@ -21,8 +24,16 @@ int run(int argc, char** argv) {
   app.require_subcommand(1);
   std::string folder = ".";
 
-  CLI::App* const start = app.add_subcommand("start", "Start the installed service and time it");
+  CLI::App* const start =
+      app.add_subcommand("start", "Start the installed service and an empty one, and time them");
+  int repeats = 20;
+  std::string emptyPath;
   start->add_option("--out", folder, "Folder for start.json");
+  start->add_option("--repeats", repeats)->check(CLI::PositiveNumber);
+  start->add_option("--empty", emptyPath, "Path of the empty service")->required();
+
+  CLI::App* const handles = app.add_subcommand("handles", "Count what both services hold");
+  handles->add_option("--out", folder, "Folder for handles.json");
 
   CLI::App* const idle = app.add_subcommand("idle", "Do nothing for ever");
 
@@ -48,7 +59,9 @@ int run(int argc, char** argv) {
   if (idle->parsed()) {
     Sleep(INFINITE);
   } else if (start->parsed()) {
-    measureServiceStart(L"OrvaAcceleratorService", folder);
+    measureServiceStarts(kService, win32::wideFromUtf8(emptyPath).value_or(L""), repeats, folder);
+  } else if (handles->parsed()) {
+    countServiceHandles(kService, folder);
   } else {
     plan.servers = {floorCalled("floor A", L"OrvaBenchFloorA", processIds[0]),
                     floorCalled("floor B", L"OrvaBenchFloorB", processIds[1]),
