@@ -2,7 +2,7 @@
 #                SOURCES <file>...
 #                [ALONE <file>...]           of these, those that are not compiled with others
 #                [LIBRARIES <target>...]     linked besides orva_test_support
-#                [LABELS <label>...]         inprocess (default), shipped or system, and any others
+#                [LABELS <label>...]         inprocess (default), shipped, system or realtime, and any others
 #                [TIMEOUT <seconds>]         a test of ctest; default 60, and 120 for system tests
 #                [RESOURCE_LOCK <name>...]   tests that share a name never run side by side
 #                [FIXTURES_REQUIRED <name>...] tests that others prepare, as ctest means it
@@ -10,8 +10,7 @@
 #                [SHARED_PROCESS ALL | <suite>...] each of these suites is one test of ctest, in one process
 #                [OWN_PROCESS <suite>...]    of ALL, those whose tests have a process each all the same
 #                [OWN_HEAP]                  never on the guarded heap: replaces operator new itself
-#                [FIRST]                     takes long, so it begins early
-#                [NOTHING_BESIDE])           asserts a time that is promised, so no other test runs
+#                [FIRST])                    takes long, so it begins early
 #
 # Makes the GoogleTest executable <target> in bin/tests, out of the way of the shipped layout, and its
 # tests known to ctest. The executable gets a main function from orva_test_support; do not link
@@ -29,13 +28,13 @@
 # is asked for. The build that counts lines makes them all.
 function(orva_add_tests)
   cmake_parse_arguments(
-    PARSE_ARGV 0 arg "OWN_HEAP;FIRST;NOTHING_BESIDE" "NAME;TIMEOUT"
+    PARSE_ARGV 0 arg "OWN_HEAP;FIRST" "NAME;TIMEOUT"
     "SOURCES;ALONE;LIBRARIES;LABELS;RESOURCE_LOCK;FIXTURES_REQUIRED;ENVIRONMENT;SHARED_PROCESS;OWN_PROCESS")
   if(arg_UNPARSED_ARGUMENTS OR NOT arg_NAME OR NOT arg_SOURCES)
     message(FATAL_ERROR "orva_add_tests: NAME and SOURCES are needed; "
                         "not understood: ${arg_UNPARSED_ARGUMENTS}")
   endif()
-  if(NOT arg_LABELS MATCHES "(^|;)(inprocess|shipped|system)(;|$)")
+  if(NOT arg_LABELS MATCHES "(^|;)(inprocess|shipped|system|realtime)(;|$)")
     list(PREPEND arg_LABELS inprocess)
   endif()
   if(NOT arg_TIMEOUT)
@@ -80,7 +79,7 @@ function(orva_tell_ctest)
   if(arg_FIRST)
     list(APPEND properties COST 1000)
   endif()
-  if(arg_NOTHING_BESIDE)
+  if("realtime" IN_LIST arg_LABELS)
     list(APPEND properties RUN_SERIAL TRUE)
   endif()
   set(lists)

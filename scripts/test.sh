@@ -6,6 +6,7 @@
 #   checked      the in-process tests, in a build that is optimised, traps on undefined behaviour,
 #                checks the library's preconditions and guards the heap
 #   release      what is shipped, and the tests that drive it
+#   real time    the tests of times that are promised, with nothing beside them
 #   clang        all that is shipped builds with the second compiler
 #   clang-tidy   has no complaint about it; see scripts/tidy.sh
 # What needs no tests is done beside those of the checked build, with what they leave of the processors.
@@ -73,22 +74,22 @@ second_compiler_and_tidy() {
   configure_and_build clang && scripts/tidy.sh
 }
 
-# run_tests PRESET LABELS [CTEST ARGUMENT...]
+# run_tests SUITE PRESET LABELS [CTEST ARGUMENT...]: leaves its results under the suite's name.
 run_tests() {
-  local preset=$1 labels=$2
-  shift 2
+  local suite=$1 preset=$2 labels=$3
+  shift 3
   ctest --preset "$preset" --no-label-summary --parallel "$(nproc)" --label-regex "^($labels)\$" \
-    --output-junit "$results/$preset.xml" --test-output-size-passed 1000000 "$@" 2>&1 </dev/null |
-    tee "$results/$preset.log"
+    --output-junit "$results/$suite.xml" --test-output-size-passed 1000000 "$@" 2>&1 </dev/null |
+    tee "$results/$suite.log"
   local status=${PIPESTATUS[0]}
-  cp "build/$preset/Testing/Temporary/LastTest.log" "$results/$preset-output.log" || return
+  cp "build/$preset/Testing/Temporary/LastTest.log" "$results/$suite-output.log" || return
   return "$status"
 }
 
 # count_lines PATTERN FILE: no line is a failure for grep, not for us.
 count_lines() { grep -cE "$1" "$2" || true; }
 
-# closing_lines PRESET: what ctest said in the end, failed tests included, how many tests that were one
+# closing_lines SUITE: what ctest said in the end, failed tests included, how many tests that were one
 # by one, and how often one was begun again because of Wine; see wine.sh.
 closing_lines() {
   local output=$results/$1-output.log
@@ -120,23 +121,26 @@ start_beside "Build release" configure_and_build release
 # A selection of tests may hold none of this build.
 no_tests=$([[ $# -gt 0 ]] && echo ignore || echo error)
 [[ -z $built ]] ||
-  check "Tests of checked" run_tests checked inprocess --no-tests="$no_tests" \
+  check "Tests of checked" run_tests checked checked inprocess --no-tests="$no_tests" \
     "${ctest_arguments[@]}" || true
 check_beside "Build release" && built=yes || built=''
 start_beside "Clang and clang-tidy" second_compiler_and_tidy
 [[ -z $built ]] ||
-  check "Tests of release" run_tests release 'shipped|system' --no-tests="$no_tests" \
+  check "Tests of release" run_tests release release 'shipped|system' --no-tests="$no_tests" \
     "${ctest_arguments[@]}" || true
 check_beside "Clang and clang-tidy" || true
-# Neither build may have one of a selection that is misspelt.
+[[ -z $built ]] ||
+  check "Tests of real time" run_tests realtime release realtime --no-tests="$no_tests" \
+    "${ctest_arguments[@]}" || true
+# None of them may have one of a selection that is misspelt.
 if [[ $# -gt 0 ]]; then
-  check "Selection of tests" grep -q '^[0-9]*% tests passed' "$results"/{checked,release}.log || true
+  check "Selection of tests" grep -q '^[0-9]*% tests passed' "$results"/{checked,release,realtime}.log || true
 fi
 
 step "Summary"
 printf '  %s\n' "${summary[@]}"
-for preset in checked release; do
-  printf '\n%s:\n' "$preset"
-  closing_lines "$preset"
+for suite in checked release realtime; do
+  printf '\n%s:\n' "$suite"
+  closing_lines "$suite"
 done
 exit $((failures > 0))

@@ -9,95 +9,14 @@
 #include <vector>
 
 #include "tests/ipc/background_call.h"
-#include "tests/ipc/channel_test.h"
 #include "tests/ipc/fake_awake_clock.h"
-#include "tests/ipc/message_pipe.h"
+#include "tests/ipc/push_bound_fixture.h"
 #include "tests/support/import_patch.h"
-#include "win32/unique_handle.h"
 
 namespace orva_accelerator::test {
 namespace {
 
 using std::chrono::milliseconds;
-using Clock = std::chrono::steady_clock;
-
-milliseconds since(Clock::time_point begin) {
-  return std::chrono::duration_cast<milliseconds>(Clock::now() - begin);
-}
-
-// Tests of real time tell nothing beside compilers and other tests.
-bool isMachineQuiet() {
-  return GetEnvironmentVariableW(L"ORVA_QUIET", nullptr, 0) != 0;
-}
-
-class PushBound : public ChannelTest {
- protected:
-  void SetUp() override { start(); }
-
-  bool broadcast(const Bytes& payload) {
-    return server_.BroadcastPush(7, 0x1003, payload.data(),
-                                 static_cast<std::uint32_t>(payload.size()));
-  }
-  // A client that has left no room in its pipe and does not read.
-  RawPipeClient registerFullClient(std::uint32_t id) const {
-    RawPipeClient client = registerPushClient(id);
-    fillPipe(pushPipeOf(id));
-    return client;
-  }
-};
-
-// The bound that the product promises: everything has reached a client that reads after two and a
-// half seconds, and a tenth for each client that does not.
-class ManyBroadcasts : public PushBound, public testing::WithParamInterface<std::uint32_t> {};
-
-TEST_P(ManyBroadcasts, ReachAClientThatReadsWithinTheBound) {
-  if (!isMachineQuiet()) GTEST_SKIP() << "asserts real time; ORVA_QUIET=1 runs it";
-  constexpr std::uint32_t kBroadcasts = 100;
-  std::vector<RawPipeClient> full;
-  for (std::uint32_t id = 1; id <= GetParam(); ++id) full.push_back(registerFullClient(id));
-  RawPipeClient reader = registerPushClient(1000);  // After all others in every broadcast.
-  std::atomic<std::uint32_t> ready{0};
-  // Waited for, not asked for again and again: a hundred threads would leave no time for anything.
-  const win32::UniqueKernelHandle go(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  ASSERT_TRUE(go);
-  std::vector<BackgroundCall> calls;
-  for (std::uint32_t i = 0; i < kBroadcasts; ++i) {
-    calls.emplace_back([&, i] {
-      ++ready;
-      EXPECT_EQ(WaitForSingleObject(go.get(), 60'000), WAIT_OBJECT_0);
-      EXPECT_TRUE(broadcast(u32Bytes({i})));
-    });
-  }
-  ASSERT_TRUE(waitUntil([&] { return ready == kBroadcasts; }));
-  const auto begin = Clock::now();
-  ASSERT_TRUE(SetEvent(go.get()));
-  std::set<std::uint32_t> received;
-  for (std::uint32_t i = 0; i < kBroadcasts; ++i) {
-    ASSERT_EQ(reader.read().message.size(), 20U) << i;
-    const Bytes payload = reader.read().message;
-    ASSERT_EQ(payload.size(), 4U) << i;
-    received.insert(u32At(payload, 0));
-  }
-  const milliseconds last = since(begin);
-  EXPECT_LE(last, milliseconds(2500 + 100 * GetParam()));
-  EXPECT_EQ(received.size(), kBroadcasts);
-  for (const BackgroundCall& call : calls) EXPECT_TRUE(call.ends());
-  EXPECT_EQ(server_.PushClientCount(), 1U);
-  RecordProperty("LastNotificationMs", std::to_string(last.count()));
-}
-
-INSTANTIATE_TEST_SUITE_P(FullClients, ManyBroadcasts, testing::Values(1, 3, 20));
-
-TEST_F(PushBound, HoldsForOneBroadcastAsAWhole) {
-  if (!isMachineQuiet()) GTEST_SKIP() << "asserts real time; ORVA_QUIET=1 runs it";
-  constexpr std::uint32_t kFull = 10;
-  std::vector<RawPipeClient> full;
-  for (std::uint32_t id = 1; id <= kFull; ++id) full.push_back(registerFullClient(id));
-  const auto begin = Clock::now();
-  EXPECT_FALSE(broadcast({1}));
-  EXPECT_LE(since(begin), milliseconds(2500 + 100 * kFull));
-  EXPECT_EQ(server_.PushClientCount(), 0U);
-}
 
 TEST_F(PushBound, DropsAClientThatNeverReadsAndKeepsTheOthersInformed) {
   constexpr std::uint32_t kNotifications = 500;

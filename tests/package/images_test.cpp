@@ -107,7 +107,7 @@ constexpr ShippedImage kImages[] = {
     {"Service", L"OrvaAcceleratorService.exe", IMAGE_SUBSYSTEM_WINDOWS_CUI},
     {"Tool", L"orvactl.exe", IMAGE_SUBSYSTEM_WINDOWS_CUI},
     {"ClientLibrary", L"OrvaClient.dll", IMAGE_SUBSYSTEM_WINDOWS_CUI},
-    {"SetupHelper", L"..\\installer\\OrvaSetupHelper.exe", IMAGE_SUBSYSTEM_WINDOWS_GUI},
+    {"SetupSteps", L"..\\installer\\OrvaSetupActions.dll", IMAGE_SUBSYSTEM_WINDOWS_CUI},
 };
 INSTANTIATE_TEST_SUITE_P(Of, ShippedImages, testing::ValuesIn(kImages),
                          [](const auto& test) { return test.param.name; });

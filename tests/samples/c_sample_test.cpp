@@ -58,10 +58,17 @@ TEST_F(CSample, SaysWhyALoginFails) {
   EXPECT_THAT(result.output, HasSubstr("the login was refused, code 1001"));
 }
 
-TEST_F(CSample, SaysThatTheServiceDoesNotRun) {
+TEST_F(CSample, SaysThatTheServiceIsNotInstalled) {
   const ChildResult result = run(L"secret");
   EXPECT_EQ(result.exitCode, 1u);
-  EXPECT_THAT(result.errors, HasSubstr("the service is not running (Win32 error 2)"));
+  EXPECT_THAT(result.errors, HasSubstr("the service is not installed"));
+}
+
+TEST_F(CSample, SaysThatTheServiceDoesNotRun) {
+  ASSERT_TRUE(install());
+  const ChildResult result = run(L"secret");
+  EXPECT_EQ(result.exitCode, 1u);
+  EXPECT_THAT(result.errors, HasSubstr("the service is not running"));
 }
 
 }  // namespace
