@@ -7,11 +7,13 @@
 #include <cstdint>
 #include <memory>
 #include <system_error>
+#include <type_traits>
 #include <utility>
 
 namespace orva_accelerator::win32 {
 
-// Calls `body` on a new thread, to which no handle is kept, and destroys it there.
+// Calls `body` on a new thread, to which no handle is kept, and destroys it there. The thread's
+// exit code, which a debugger shows, is what `body` returns.
 //
 // Instead of std::thread::detach: MinGW-w64's thread library, on which std::thread stands, frees
 // the record of a thread twice when the thread ends in the moment in which it is detached, and
@@ -25,8 +27,12 @@ void startDetachedThread(Body body) {
   auto owned = std::make_unique<Body>(std::move(body));
   constexpr auto routine = [](void* argument) noexcept -> unsigned {
     const std::unique_ptr<Body> ownedHere(static_cast<Body*>(argument));
-    (*ownedHere)();
-    return 0;
+    if constexpr (std::is_void_v<std::invoke_result_t<Body&>>) {
+      (*ownedHere)();
+      return 0;
+    } else {
+      return (*ownedHere)();
+    }
   };
   const std::uintptr_t thread = _beginthreadex(nullptr, 0, routine, owned.get(), 0, nullptr);
   if (thread == 0) {

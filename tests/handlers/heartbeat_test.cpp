@@ -1,9 +1,13 @@
 // Heartbeats: what they answer and what they stamp.
 
 #include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cstdint>
 
 #include "ipc/monotonic_clock.h"
 #include "tests/handlers/dispatched_request.h"
+#include "tests/support/import_patch.h"
 #include "tests/support/pipe_server_inspector.h"
 
 namespace orva_accelerator::ipc {
@@ -12,15 +16,38 @@ namespace {
 using test::Bytes;
 using test::dispatch;
 
-TEST(Heartbeat, AnswersTheLowWordOfTheMonotonicClock) {
+// Just before the next millisecond, after seven weeks.
+constexpr std::int64_t kMicroseconds = 0x1'2345'6789 * 1'000 + 999;
+
+class HeartbeatClock : public testing::Test {
+ protected:
+  HeartbeatClock() {
+    LARGE_INTEGER frequency = {};
+    EXPECT_TRUE(QueryPerformanceFrequency(&frequency));
+    const std::int64_t ticks = kMicroseconds * (frequency.QuadPart / 1'000) / 1'000;
+    counter_.replace([ticks](LARGE_INTEGER* counter) -> BOOL {
+      counter->QuadPart = ticks;
+      return TRUE;
+    });
+  }
+
   PipeServer server;
-  const auto before = static_cast<std::uint32_t>(static_cast<std::uint64_t>(monotonicMs()));
-  const Bytes answer = dispatch(server, 65535, 7).bytes;
-  const auto after = static_cast<std::uint32_t>(static_cast<std::uint64_t>(monotonicMs()));
-  ASSERT_EQ(answer.size(), 4U);
-  const std::uint32_t told = answer[0] | std::uint32_t{answer[1]} << 8U |
-                             std::uint32_t{answer[2]} << 16U | std::uint32_t{answer[3]} << 24U;
-  EXPECT_LE(told - before, after - before);  // Right across a wrap too.
+  PipeServerInspector inspector{server};
+
+ private:
+  test::ImportHook<decltype(QueryPerformanceCounter)> counter_{"kernel32.dll",
+                                                               "QueryPerformanceCounter"};
+};
+
+TEST_F(HeartbeatClock, IsAnsweredAsTheLowWordOfItsWholeMilliseconds) {
+  EXPECT_EQ(dispatch(server, 65535, 7).bytes, (Bytes{0x89, 0x67, 0x45, 0x23}));
+}
+
+TEST_F(HeartbeatClock, IsStampedWhole) {
+  inspector.putPushClient(7, {});
+  (void)dispatch(server, 65535, 7);
+  EXPECT_EQ(inspector.pushClients().at(7).lastHeartbeatMs, 0x1'2345'6789);
+  EXPECT_EQ(inspector.lastActivityMs(), 0x1'2345'6789);
 }
 
 TEST(Heartbeat, TouchesTheCallersPushClientAndNoOther) {

@@ -299,6 +299,25 @@ TEST_F(Broadcast, NeverReachesAPipeThatTookTheHandleOfAClosedOne) {
   (void)expectHeader(first, 3);
 }
 
+TEST_F(Broadcast, DoesNotKeepAPipeOpenThatIsReplacedBeforeItsTurn) {
+  PipeCallLog log;
+  HeldWrite held;
+  holdWrites(log, held);
+  start();
+  RawPipeClient first = registerPushClient(1);
+  RawPipeClient replaced = registerPushClient(2);
+  held.pipe = pushPipeOf(1);
+  const BackgroundCall call([this] { (void)broadcast({1, 2, 3}); });
+  ASSERT_TRUE(waitUntil([&] { return held.reached.load(); }));
+  RawPipeClient replacing = registerPushClient(2);
+  EXPECT_TRUE(replaced.endsSilently());
+  held.released = true;
+  EXPECT_TRUE(call.ends());
+  EXPECT_EQ(server_.PushClientCount(), 2U);
+  EXPECT_TRUE(server_.BroadcastPush(7, kType, nullptr, 4711));
+  (void)expectHeader(replacing, 4711);
+}
+
 TEST_F(Broadcast, IsNotHeldUpByTheTablesMutexWhileItWrites) {
   PipeCallLog log;
   HeldWrite held;

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "ipc/monotonic_clock.h"
+#include "ipc/pipe_listener.h"
 #include "tests/ipc/channel_test.h"
 #include "tests/ipc/pipe_call_log.h"
 #include "tests/support/ownership_inspector.h"
@@ -111,6 +112,19 @@ TEST_P(FailingThread, MakesStartThrow) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AfterOthers, FailingThread, testing::Values(0, 1, 2));
+
+TEST_F(PipeServerStart, ResetsTheEventThatAStopHasSignalled) {
+  {
+    const ThreadShortage shortage;
+    EXPECT_THROW((void)server_.start(requestName_, pushName_), std::system_error);
+  }
+  const HANDLE event = inspector_.stopEvent();
+  server_.stop();
+  ASSERT_EQ(WaitForSingleObject(event, 0), static_cast<DWORD>(WAIT_OBJECT_0));
+  start();
+  EXPECT_EQ(inspector_.stopEvent(), event);
+  EXPECT_EQ(WaitForSingleObject(event, 0), static_cast<DWORD>(WAIT_TIMEOUT));
+}
 
 TEST_F(PipeServerStop, ClearsRunningAndSignalsTheEvent) {
   start();
@@ -221,6 +235,28 @@ TEST_F(PipeServerDeathTest, EndsTheProcessWhenAServerWithConnectionsIsDestroyed)
         delete &server_;
       },
       testing::ExitedWithCode(3), "");
+}
+
+HANDLE pipeAtTheEnd = INVALID_HANDLE_VALUE;
+
+[[noreturn]] void endWith42IfThePipeIsOpen() {
+  DWORD flags = 0;
+  std::_Exit(GetHandleInformation(pipeAtTheEnd, &flags) ? 42 : 1);
+}
+
+// Of a client without a thread that unregisters it on a stop, so that only the destruction is left
+// to close it.
+TEST_F(PipeServerDeathTest, LeavesThePushPipesOpenUntilTheProcessEnds) {
+  EXPECT_EXIT(
+      {
+        start();
+        win32::UniqueFileHandle pipe = ipc::createSecuredPipe(uniquePipeName(L"kept"));
+        pipeAtTheEnd = pipe.get();
+        server_.RegisterPushClient(1, std::make_shared<ipc::PushPipe>(std::move(pipe)));
+        std::set_terminate(endWith42IfThePipeIsOpen);
+        delete &server_;
+      },
+      testing::ExitedWithCode(42), "");
 }
 
 TEST_F(PipeServerDeathTest, EndsTheProcessWhenAStoppedServerIsStartedAgain) {

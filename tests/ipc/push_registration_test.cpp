@@ -1,6 +1,10 @@
 // How push clients enter the table, and how they leave it.
 #include <gtest/gtest.h>
 
+#include <process.h>
+
+#include <cstdint>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -77,6 +81,67 @@ TEST_P(BadPushRegistration, ClosesTheConnectionAndEntersNothing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Bytes, BadPushRegistration, testing::Values(0, 1, 2, 3, 5, 8, 24, 20'000));
+
+// Whose threads the test can ask how they ended.
+class EndedPushThread : public PushRegistration {
+ protected:
+  EndedPushThread() {
+    begins_.replace([this](auto... arguments) -> std::uintptr_t {
+      const std::uintptr_t thread = begins_.callOriginal(arguments...);
+      HANDLE kept = nullptr;
+      const HANDLE own = GetCurrentProcess();
+      EXPECT_TRUE(DuplicateHandle(own, reinterpret_cast<HANDLE>(thread), own, &kept, 0, FALSE,
+                                  DUPLICATE_SAME_ACCESS));
+      const std::lock_guard lock(mutex_);
+      threads_.emplace_back(kept);
+      return thread;
+    });
+  }
+
+  // Two loops, the supervisor and the thread of the one client.
+  bool theClientHasItsThread() {
+    return waitUntil([this] {
+      const std::lock_guard lock(mutex_);
+      return threads_.size() == 4;
+    });
+  }
+
+  // With what it has ended.
+  DWORD endOfTheClientsThread() {
+    EXPECT_TRUE(theClientHasItsThread());
+    const std::lock_guard lock(mutex_);
+    const HANDLE thread = threads_.back().get();
+    DWORD code = STILL_ACTIVE;
+    EXPECT_TRUE(
+        waitUntil([&] { return GetExitCodeThread(thread, &code) && code != STILL_ACTIVE; }));
+    return code;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<win32::UniqueKernelHandle> threads_;
+  ImportHook<decltype(_beginthreadex)> begins_{"msvcrt.dll", "_beginthreadex"};
+};
+
+TEST_F(EndedPushThread, TellsTheErrorOfAnIdThatIsTooLong) {
+  RawPipeClient client = openPush();
+  ASSERT_TRUE(client.write(Bytes(5, 1)).done());
+  EXPECT_EQ(endOfTheClientsThread(), DWORD{ERROR_MORE_DATA});
+}
+
+TEST_F(EndedPushThread, TellsTheErrorOfAClientThatLeavesWithoutAnId) {
+  RawPipeClient client = openPush();
+  // One that leaves before it is accepted has no thread.
+  ASSERT_TRUE(theClientHasItsThread());
+  client.close();
+  EXPECT_EQ(endOfTheClientsThread(), DWORD{ERROR_BROKEN_PIPE});
+}
+
+TEST_F(EndedPushThread, TellsNoErrorOfARegisteredClientAfterAStop) {
+  const RawPipeClient client = registerPushClient(1);
+  server_.stop();
+  EXPECT_EQ(endOfTheClientsThread(), 0U);
+}
 
 // With the log of its calls, which is made before the server is started.
 class LoggedPushRegistration : public PushRegistration {

@@ -38,6 +38,14 @@ TEST_F(SupervisorSlots, AreFilledInTheFirstCycle) {
   EXPECT_TRUE(inspector.pushAcceptThread().joinable());
 }
 
+// With one thread left, only the slot that comes first gets one.
+TEST_F(SupervisorSlots, AreFilledWithThePushLoopFirst) {
+  const test::ThreadShortage shortage(1);
+  EXPECT_THROW(inspector.runSupervisorLoop(), std::system_error);
+  EXPECT_TRUE(inspector.pushAcceptThread().joinable());
+  EXPECT_FALSE(inspector.requestAcceptThread().joinable());
+}
+
 TEST_F(SupervisorSlots, ThatAreFullKeepTheirThreads) {
   std::thread::id request;
   std::thread::id push;

@@ -80,12 +80,16 @@ TEST_F(Supervisor, StaysUpForOneLiveClient) {
   EXPECT_EQ(openProcessHandles(), 0U);
 }
 
+ClientProcess gone() {
+  ClientProcess process;
+  process.exitCode = 0;
+  return process;
+}
+
 TEST_F(Supervisor, AsksClientsInAscendingOrderUpToTheFirstLiveOne) {
-  ClientProcess dead;
-  dead.exitCode = 0;
   addClient(30, {});
   addClient(20, {});
-  addClient(10, dead);
+  addClient(10, gone());
   runUntilCycle(1);
   EXPECT_THAT(events, ElementsAre("sleep 10000", "signal", "ask 1010", "ask 1020"));
   EXPECT_EQ(openProcessHandles(), 0U);
@@ -103,14 +107,15 @@ std::vector<DeadClient> deadClients() {
   cannotBeOpened.opens = false;
   ClientProcess hasNoExitCode;
   hasNoExitCode.hasExitCode = false;
-  ClientProcess ended;
-  ended.exitCode = 0;
+  ClientProcess endedWithMinusOne;
+  endedWithMinusOne.exitCode = 0xFFFFFFFF;
   ClientProcess killed;
   killed.exitCode = 0xC0000005;
   return {{"its pipe does not tell", noProcessId},
           {"its process cannot be opened", cannotBeOpened},
           {"its process does not tell", hasNoExitCode},
-          {"its process has ended", ended},
+          {"its process has ended", gone()},
+          {"its process has ended with -1", endedWithMinusOne},
           {"its process has crashed", killed}};
 }
 
@@ -181,9 +186,11 @@ TEST_F(Supervisor, StopsAccelerationOnceAndTellsNobody) {
     completeStops = row.completedInside;
     set(server.ownership, {row.accelerating, row.accelerating ? 7U : 0U, row.startPending,
                            row.startPending ? 9U : 0U});
+    addClient(7, gone());  // Would be told all the same.
     ImportHook<decltype(WriteFile)> writes("kernel32.dll", "WriteFile");
     inspector.runSupervisorLoop();
     EXPECT_THAT(kernel.calls(), ElementsAre("Kernel_StopAccel()"));
+    if (!row.completedInside) kernel.stopCompletion()(nullptr, 0, nullptr);
     EXPECT_EQ(writes.callCount(), 0U);
     EXPECT_EQ(get(server.ownership), kNobody);
     EXPECT_FALSE(server.isRunning());

@@ -134,6 +134,12 @@ TEST_F(AccelerationControl, CompletionsWithoutCallbackAreDropped) {
   OnStopResult(nullptr, 0, nullptr);
 }
 
+TEST_F(AccelerationControl, ResultThatNobodyWaitsForIsNotRead) {
+  const auto* const unreadable = reinterpret_cast<const KernelAccelResult*>(std::uintptr_t{8});
+  OnAccelResult(nullptr, nullptr, unreadable);
+  EXPECT_TRUE(results.empty());
+}
+
 TEST_F(AccelerationControl, StopResultReadsNeitherPointerAndPassesAnEmptyText) {
   std::wstring message = L"not called";
   EXPECT_TRUE(accelSdk.StopAccel([&](int code, const std::wstring& given) {
