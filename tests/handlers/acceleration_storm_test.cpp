@@ -18,6 +18,7 @@
 #include "tests/handlers/acceleration_bench.h"
 #include "tests/handlers/storm_client.h"
 #include "tests/handlers/storm_library.h"
+#include "tests/support/ownership_inspector.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -60,6 +61,31 @@ class AccelerationStorm : public testing::Test {
     }
     for (std::thread& thread : threads) thread.join();
     ASSERT_TRUE(library.drain());
+  }
+
+  // Whatever the storm has left: everybody is told the same of it, and a start that is pending is
+  // its client's and nobody else's.
+  void expectOneTruth() {
+    const ipc::Owner left = get(server->ownership);
+    const bool active = left.accelerating || left.startPending;
+    library.obey(true);
+    kernel.clearCalls();
+    for (const auto& client : clients) {
+      const std::uint32_t id = client->id();
+      const bool owns = left.acceleratingClientId == id || left.startPendingClientId == id;
+      const Bytes told = {std::uint8_t{active}, std::uint8_t{active && owns}};
+      EXPECT_EQ(ask(*client, ipc::MsgQueryAccelOwner), told) << id << " of " << ownership();
+      if (!left.startPending) continue;
+      const Bytes accepted = {std::uint8_t{left.startPendingClientId == id}};
+      EXPECT_EQ(ask(*client, ipc::MsgStartAccel), accepted) << id << " of " << ownership();
+    }
+    EXPECT_TRUE(kernel.calls().empty());
+    EXPECT_EQ(get(server->ownership), left);
+    const auto isKnown = [this](std::uint32_t id) {
+      return id == 0 || (id >= kFirstId && id < kFirstId + clients.size());
+    };
+    EXPECT_TRUE(isKnown(left.acceleratingClientId) && isKnown(left.startPendingClientId))
+        << ownership();
   }
 
   // With nobody else at work, one settling event decides who owns what.
@@ -134,6 +160,7 @@ TEST_F(AccelerationStorm, LeavesTheServerAliveAndEveryNotificationWhole) {
       ASSERT_EQ(client->listener().ledger().violation(), "");
     }
     ASSERT_TRUE(server->isRunning());
+    expectOneTruth();
     settle(round);
     kernel.clearCalls();
   }

@@ -110,6 +110,16 @@ Event stopRefused(std::uint32_t client) {
           }};
 }
 
+Event stopCompletingAfterAStart(std::uint32_t client, std::uint32_t starting) {
+  return {"1282" + from(client) + ", completed after a start" + from(starting),
+          [=](AccelerationBench& bench) {
+            Answer answer = bench.ask(client, ipc::MsgStopAccel);
+            (void)bench.ask(starting, ipc::MsgStartAccel);  // Refused where one is pending.
+            bench.reportStop(0);
+            return answer;
+          }};
+}
+
 Event startExStopCompleting(std::uint32_t client, int code) {
   return {"1281" + from(client) + ", its stop with code " + std::to_string(code),
           [=](AccelerationBench& bench) {

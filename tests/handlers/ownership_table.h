@@ -46,6 +46,8 @@ Event stop(std::uint32_t client);
 Event stopCompleting(std::uint32_t client, int code);
 Event stopCompletingInside(std::uint32_t client, int code);
 Event stopRefused(std::uint32_t client);
+// Completed only after another client has asked for a start.
+Event stopCompletingAfterAStart(std::uint32_t client, std::uint32_t starting);
 
 // The completion of a stop that the service made by itself: for an extended start of `client`, for
 // the leave of `client`.

@@ -68,14 +68,26 @@ const std::vector<Row> kInlineResultTable = {
     {kIdle,         startReporting(kOther, 4, kRefused),    "- / -", "StartAccel", "00", "1000 for 8: state 4"},
     {kIdle,         startReporting(kOther, 3, kRefused),    "- / -", "StartAccel", "00", "1000 for 8: state 3"},
     {kIdle,         startExReporting(kOther, 4, kAccepted), "8 / -", "StopAccel, StartAccelEx", "01", "1001 for 8: state 4"},
+    {kIdle,         startExReporting(kOther, 3, kAccepted), "- / 8", "StopAccel, StartAccelEx", "01", "1001 for 8: state 3"},
+    {kIdle,         startExReporting(kOther, 4, kRefused),  "- / -", "StopAccel, StartAccelEx", "00", "1001 for 8: state 4"},
     {kIdle,         startExReporting(kOther, 7, kRefused),  "- / -", "StopAccel, StartAccelEx", "00", "1001 for 8: state 7"},
     {kAccelerating, startReporting(kOther, 3, kAccepted),   "7 / 8", "StartAccel", "01", "1000 for 8: state 3"},
     {kAccelerating, startReporting(kOther, 4, kAccepted),   "8 / -", "StartAccel", "01", "1000 for 8: state 4"},
     {kAccelerating, startReporting(kOther, 5, kAccepted),   "- / -", "StartAccel", "01", "1000 for 8: state 5"},
+    {kAccelerating, startReporting(kOther, 3, kRefused),    "- / -", "StartAccel", "00", "1000 for 8: state 3"},
+    {kAccelerating, startReporting(kOther, 4, kRefused),    "- / -", "StartAccel", "00", "1000 for 8: state 4"},
     {kAccelerating, startExReporting(kOther, 3, kAccepted), "- / 8", "StopAccel, StartAccelEx", "01", "1001 for 8: state 3"},
     {kAccelerating, startExReporting(kOther, 4, kAccepted), "8 / -", "StopAccel, StartAccelEx", "01", "1001 for 8: state 4"},
+    {kAccelerating, startExReporting(kOther, 6, kAccepted), "- / -", "StopAccel, StartAccelEx", "01", "1001 for 8: state 6"},
+    {kAccelerating, startExReporting(kOther, 4, kRefused),  "- / -", "StopAccel, StartAccelEx", "00", "1001 for 8: state 4"},
     {kStarting,     startReporting(kOther, 4, kAccepted),   "- / 9", "", "00", ""},
+    {kStarting,     startReporting(kPender, 4, kAccepted),  "- / 9", "", "01", ""},
+    {kStarting,     startExReporting(kOther, 4, kAccepted), "- / 9", "", "00", ""},
+    {kStarting,     startExReporting(kPender, 4, kAccepted), "- / 9", "", "01", ""},
     {kStartingOver, startReporting(kOther, 4, kAccepted),   "7 / 9", "", "00", ""},
+    {kStartingOver, startReporting(kPender, 4, kAccepted),  "7 / 9", "", "01", ""},
+    {kStartingOver, startExReporting(kOther, 4, kAccepted), "7 / 9", "", "00", ""},
+    {kStartingOver, startExReporting(kPender, 4, kAccepted), "7 / 9", "", "01", ""},
 };
 
 // Results count for the client whose start was the latest, in the idle state too: a late one.
@@ -134,6 +146,8 @@ const std::vector<Row> kStopTable = {
     {kIdle,         stopRefused(kOther),              "- / -", "StopAccel", "01", ""},
     {kIdle,         startExStopCompleting(kOther, 0), "- / 8", "StopAccel, StartAccelEx", "01", ""},
 
+    {kIdle,         stopCompletingAfterAStart(kOther, kPender), "- / -", "StopAccel, StartAccel", "01", "1002 for 8: code 0"},
+
     {kStarting,     stop(kPender),                    "- / 9", "StopAccel", "01", ""},
     {kStarting,     stop(kOther),                     "- / 9", "StopAccel", "01", ""},
     {kStarting,     stopCompleting(kPender, 0),       "- / -", "StopAccel", "01", "1002 for 9: code 0"},
@@ -141,6 +155,8 @@ const std::vector<Row> kStopTable = {
     {kStarting,     stopCompleting(kOther, -7),       "- / -", "StopAccel", "01", "1002 for 8: code -7"},
     {kStarting,     stopCompletingInside(kOther, 5),  "- / -", "StopAccel", "01", "1002 for 8: code 5"},
     {kStarting,     stopRefused(kPender),             "- / 9", "StopAccel", "01", ""},
+    {kStarting,     stopCompleting(kUnknown, 0),      "- / -", "StopAccel", "01", "1002 for 99: code 0"},
+    {kStarting,     stopCompletingAfterAStart(kOther, kOwner), "- / -", "StopAccel", "01", "1002 for 8: code 0"},
     {kStarting,     leaveStopCompleting(kPender, 0),  "- / -", "StopAccel", "0000000002000000", ""},
 
     {kAccelerating, stop(kOwner),                     "7 / -", "StopAccel", "01", ""},
@@ -153,14 +169,21 @@ const std::vector<Row> kStopTable = {
     {kAccelerating, stopRefused(kOwner),              "7 / -", "StopAccel", "01", ""},
     {kAccelerating, startExStopCompleting(kOther, 0), "- / 8", "StopAccel, StartAccelEx", "01", ""},
     {kAccelerating, startExStopCompleting(kOther, 5), "- / 8", "StopAccel, StartAccelEx", "01", ""},
+    {kAccelerating, stopCompletingAfterAStart(kOther, kPender), "- / -", "StopAccel, StartAccel", "01", "1002 for 8: code 0"},
     {kAccelerating, leaveStopCompleting(kOwner, 0),   "- / -", "StopAccel", "0000000002000000", ""},
 
     {kStartingOver, stop(kPender),                    "7 / 9", "StopAccel", "01", ""},
+    {kStartingOver, stop(kOwner),                     "7 / 9", "StopAccel", "01", ""},
+    {kStartingOver, stop(kOther),                     "7 / 9", "StopAccel", "01", ""},
     {kStartingOver, stopCompleting(kOwner, 0),        "- / -", "StopAccel", "01", "1002 for 7: code 0"},
     {kStartingOver, stopCompleting(kPender, 0),       "- / -", "StopAccel", "01", "1002 for 9: code 0"},
     {kStartingOver, stopCompleting(kOther, 1),        "- / -", "StopAccel", "01", "1002 for 8: code 1"},
     {kStartingOver, stopCompletingInside(kOther, 1),  "- / -", "StopAccel", "01", "1002 for 8: code 1"},
+    {kStartingOver, stopCompleting(kUnknown, 0),      "- / -", "StopAccel", "01", "1002 for 99: code 0"},
     {kStartingOver, stopRefused(kOther),              "7 / 9", "StopAccel", "01", ""},
+    {kStartingOver, stopCompletingAfterAStart(kOther, kOwner), "- / -", "StopAccel", "01", "1002 for 8: code 0"},
+    {kStartingOver, leaveStopCompleting(kOwner, 0),   "- / -", "StopAccel", "0000000002000000", ""},
+    {kStartingOver, leaveStopCompleting(kPender, 0),  "- / -", "StopAccel", "0000000002000000", ""},
 };
 
 // While others remain, a leave ends the acceleration of its own client, running or pending.
@@ -192,10 +215,15 @@ const std::vector<Row> kLeaveTable = {
 // What ends the server ends every acceleration first, with one stop and no notification.
 const std::vector<Row> kEndTable = {
     {kIdle,         leaveAsLast(kOwner),      "- / -", "",          "0100000000000000", ""},
+    {kIdle,         leaveAsLast(kOther),      "- / -", "",          "0100000000000000", ""},
+    {kIdle,         leaveAsLast(kUnknown),    "- / -", "",          "0100000000000000", ""},
+    {kStarting,     leaveAsLast(kUnknown),    "- / -", "StopAccel", "0100000000000000", ""},
     {kStarting,     leaveAsLast(kPender),     "- / -", "StopAccel", "0100000000000000", ""},
     {kStarting,     leaveAsLast(kOther),      "- / -", "StopAccel", "0100000000000000", ""},
     {kAccelerating, leaveAsLast(kOwner),      "- / -", "StopAccel", "0100000000000000", ""},
     {kAccelerating, leaveAsLast(kOther),      "- / -", "StopAccel", "0100000000000000", ""},
+    {kAccelerating, leaveAsLast(kUnknown),    "- / -", "StopAccel", "0100000000000000", ""},
+    {kStartingOver, leaveAsLast(kUnknown),    "- / -", "StopAccel", "0100000000000000", ""},
     {kStartingOver, leaveAsLast(kOwner),      "- / -", "StopAccel", "0100000000000000", ""},
     {kStartingOver, leaveAsLast(kPender),     "- / -", "StopAccel", "0100000000000000", ""},
     {kStartingOver, leaveAsLast(kOther),      "- / -", "StopAccel", "0100000000000000", ""},

@@ -90,6 +90,28 @@ TEST_F(RequestPipeCalls, ReadALargerPayloadInStepsOfWhatHasArrivedOrOneMebibyte)
                          "FlushFileBuffers"});
 }
 
+// The flush lasts as long as the client likes. A block of this size is given back to the system
+// when it is freed.
+TEST_F(RequestPipeCalls, FreeTheResponseBeforeTheFlush) {
+  std::atomic<LPCVOID> response = nullptr;
+  std::atomic<DWORD> stateAtFlush = 0;
+  log_.writeFile.replace([&](HANDLE pipe, LPCVOID bytes, DWORD size, LPDWORD written,
+                             LPOVERLAPPED overlapped) -> BOOL {
+    if (pipe == pipe_ && size > sizeof(ipc::ResponseHeader)) response = bytes;
+    return log_.writeFile.callOriginal(pipe, bytes, size, written, overlapped);
+  });
+  log_.flushFileBuffers.replace([&](HANDLE pipe) -> BOOL {
+    MEMORY_BASIC_INFORMATION memory = {};
+    EXPECT_NE(VirtualQuery(response, &memory, sizeof memory), 0U);
+    stateAtFlush = memory.State;
+    return log_.flushFileBuffers.callOriginal(pipe);
+  });
+  const Bytes large = patternBytes(4 * 1024 * 1024);
+  ask(requestBytes(kEchoType, large), large);
+  ASSERT_TRUE(waitUntil([&] { return stateAtFlush != 0; }));
+  EXPECT_NE(stateAtFlush, DWORD{MEM_COMMIT});
+}
+
 TEST_F(RequestPipeCalls, AreOneReadForAClientThatLeavesAtOnce) {
   expectCallsAfterClose({});
   EXPECT_TRUE(waitUntil([this] { return inspector_.requestPipes().empty(); }));
