@@ -9,6 +9,8 @@
 #   real time    the tests of times that are promised, with nothing beside them
 #   clang        all that is shipped builds with the second compiler
 #   clang-tidy   has no complaint about it; see scripts/tidy.sh
+#   Microsoft    its compiler would take the headers, and reproducible: linked twice, the programs are the
+#                same; the quick halves of scripts/check_msvc.sh and scripts/check_reproducible.sh
 # What needs no tests is done beside those of the checked build, with what they leave of the processors.
 # Goes on after a failure as long as that makes sense, and ends with a summary. build/test has the
 # logs, which name every single test, and JUnit results.
@@ -74,6 +76,10 @@ second_compiler_and_tidy() {
   configure_and_build clang && scripts/tidy.sh
 }
 
+microsoft_and_reproducible() {
+  scripts/check_msvc.sh --quick && scripts/check_reproducible.sh --quick
+}
+
 # run_tests SUITE PRESET LABELS [CTEST ARGUMENT...]: leaves its results under the suite's name.
 run_tests() {
   local suite=$1 preset=$2 labels=$3
@@ -125,10 +131,12 @@ no_tests=$([[ $# -gt 0 ]] && echo ignore || echo error)
     "${ctest_arguments[@]}" || true
 check_beside "Build release" && built=yes || built=''
 start_beside "Clang and clang-tidy" second_compiler_and_tidy
+[[ -z $built ]] || start_beside "Microsoft, reproducible" microsoft_and_reproducible
 [[ -z $built ]] ||
   check "Tests of release" run_tests release release 'shipped|system' --no-tests="$no_tests" \
     "${ctest_arguments[@]}" || true
 check_beside "Clang and clang-tidy" || true
+[[ -z $built ]] || check_beside "Microsoft, reproducible" || true
 [[ -z $built ]] ||
   check "Tests of real time" run_tests realtime release realtime --no-tests="$no_tests" \
     "${ctest_arguments[@]}" || true
