@@ -28,9 +28,20 @@ step "A signature that fails fails the package"
 ! ORVA_SIGN_COMMAND=/bin/false "$root/scripts/package.sh" --from "$build" --to "$again" >"$again/log" 2>&1 ||
   fail "packed without signatures"
 
-step "Sums"
-(cd "$build/package" && sha256sum --quiet -c SHA256SUMS)
+step "Sums, notices and changes"
 [[ $(grep -c . "$build/package/SHA256SUMS") -eq 6 ]] || fail "not all packages are summed up"
+"$root/scripts/check_packages.sh" "$build/package"
+cp -a "$build"/package/{OrvaAcceleratorService-*.{zip,msi},SHA256SUMS} "$again/"
+echo >>"$again/$name-symbols.zip"
+! "$root/scripts/check_packages.sh" "$again" >"$again/log" 2>&1 || fail "a changed package has its sum"
+grep -v -- '-symbols.zip' "$build/package/SHA256SUMS" >"$again/SHA256SUMS"
+! "$root/scripts/check_packages.sh" "$again" >"$again/log" 2>&1 || fail "a package without a sum is all right"
+grep -q 'no sum of' "$again/log" || fail "$(<"$again/log")"
+rm "$again/$name.zip"
+(cd "$build/package" && zip -q "$again/$name.zip" "$name/CHANGELOG.md")
+(cd "$again" && sha256sum ./*.zip ./*.msi | sed 's|\./||' >SHA256SUMS)
+! "$root/scripts/check_packages.sh" "$again" >"$again/log" 2>&1 || fail "a package without notices is all right"
+grep -q 'has no THIRD-PARTY-NOTICES' "$again/log" || fail "$(<"$again/log")"
 
 step "Contents"
 for file in THIRD-PARTY-NOTICES CHANGELOG.md README.txt OrvaAcceleratorService.exe orvactl.exe \
