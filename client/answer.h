@@ -25,20 +25,20 @@ class AnswerBlock {
  public:
   // As much as `records` bytes of records and `texts` texts with `bytes` bytes together can need.
   AnswerBlock(std::size_t records, std::size_t texts, std::size_t bytes)
-      : memory_(::operator new(Aligned(records + kMostPadding + texts + bytes))) {}
+      : memory_(::operator new(aligned(records + kMostPadding + texts + bytes))) {}
 
   // Zeroed. All records are made before the first text, so that they are aligned.
   template <typename Record>
-  Record* Make(std::size_t count = 1) {
+  Record* make(std::size_t count = 1) {
     static_assert(std::is_trivially_copyable_v<Record> && alignof(Record) <= kAlignment);
-    used_ = Aligned(used_);
-    void* const place = Take(count * sizeof(Record));
+    used_ = aligned(used_);
+    void* const place = take(count * sizeof(Record));
     return static_cast<Record*>(std::memset(place, 0, count * sizeof(Record)));
   }
 
   // A copy with a zero behind it.
-  orva_text Text(ByteView bytes) {
-    char* const place = static_cast<char*>(Take(bytes.size() + 1));
+  orva_text text(ByteView bytes) {
+    char* const place = static_cast<char*>(take(bytes.size() + 1));
     // Not memcpy, which takes no null pointer, as no bytes may be.
     std::ranges::copy(bytes, place);
     place[bytes.size()] = '\0';
@@ -56,11 +56,11 @@ class AnswerBlock {
   static constexpr std::size_t kMostPadding = 2 * kAlignment;  // Between up to three records.
 
   // Also for the block as a whole: memory is aligned only as objects of its size can be.
-  static constexpr std::size_t Aligned(std::size_t size) {
+  static constexpr std::size_t aligned(std::size_t size) {
     return (size + kAlignment - 1) / kAlignment * kAlignment;
   }
 
-  void* Take(std::size_t size) {
+  void* take(std::size_t size) {
     void* const place = static_cast<std::byte*>(memory_.get()) + used_;
     used_ += size;
     return place;

@@ -115,14 +115,14 @@ ORVA_ANSWER(orva_login_result, LoginResultPayload,
 
 // Calls `use` with each field of the record's description.
 template <typename Record, typename Use>
-constexpr void ForEachField(const Use& use) {
+constexpr void forEachField(const Use& use) {
   std::apply([&use](const auto&... field) { (use(field), ...); }, AnswerFields<Record>::kAll);
 }
 
 template <typename Record>
-constexpr std::size_t CountTexts() {
+constexpr std::size_t countTexts() {
   std::size_t count = 0;
-  ForEachField<Record>([&count](const auto& field) { count += field.kind == FieldKind::Text; });
+  forEachField<Record>([&count](const auto& field) { count += field.kind == FieldKind::Text; });
   return count;
 }
 

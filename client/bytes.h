@@ -15,7 +15,7 @@ using ByteView = std::span<const std::uint8_t>;
 
 // The packed wire record in front; nothing when there are fewer bytes.
 template <typename Record>
-std::optional<Record> FrontRecord(ByteView bytes) {
+std::optional<Record> frontRecord(ByteView bytes) {
   static_assert(std::is_trivially_copyable_v<Record>);
   if (bytes.size() < sizeof(Record)) return std::nullopt;
   Record record;
@@ -24,12 +24,12 @@ std::optional<Record> FrontRecord(ByteView bytes) {
 }
 
 template <typename Record>
-ByteView BytesOf(const Record& record) {
+ByteView bytesOf(const Record& record) {
   static_assert(std::is_trivially_copyable_v<Record>);
   return {reinterpret_cast<const std::uint8_t*>(&record), sizeof(Record)};
 }
 
-inline void Append(Bytes& bytes, ByteView more) {
+inline void append(Bytes& bytes, ByteView more) {
   bytes.insert(bytes.end(), more.begin(), more.end());
 }
 

@@ -10,7 +10,7 @@ class Deadline {
  public:
   using Clock = std::chrono::steady_clock;
 
-  static Deadline After(std::chrono::milliseconds duration) {
+  static Deadline after(std::chrono::milliseconds duration) {
     return Deadline(Clock::now() + duration);
   }
 

@@ -2,7 +2,7 @@
 
 namespace orva_accelerator::client {
 
-const char* KindName(ErrorKind kind) {
+const char* kindName(ErrorKind kind) {
   switch (kind) {
     case ErrorKind::Usage:
       return "usage";
@@ -28,7 +28,7 @@ const char* KindName(ErrorKind kind) {
   return "system";
 }
 
-std::string Describe(const Error& error) {
+std::string describe(const Error& error) {
   std::string line = "Could not " + error.step + ": " + error.text;
   if (error.win32Code != 0) line += " (Win32 error " + std::to_string(error.win32Code) + ")";
   return line;

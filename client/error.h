@@ -28,10 +28,10 @@ struct Error {
 };
 
 // "not-running" and so on: for programs; never changes.
-const char* KindName(ErrorKind kind);
+const char* kindName(ErrorKind kind);
 
 // One line for people: "Could not open the request pipe: the service is not running (Win32 error
 // 2)".
-std::string Describe(const Error& error);
+std::string describe(const Error& error);
 
 }  // namespace orva_accelerator::client

@@ -7,11 +7,11 @@
 namespace orva_accelerator::client {
 namespace {
 
-DWORD CallSize(std::size_t size) {
+DWORD callSize(std::size_t size) {
   return static_cast<DWORD>(std::min<std::size_t>(size, std::numeric_limits<DWORD>::max()));
 }
 
-Error Failed(const char* step, DWORD code) {
+Error failed(const char* step, DWORD code) {
   switch (code) {
     case ERROR_BROKEN_PIPE:
     case ERROR_NO_DATA:
@@ -22,7 +22,7 @@ Error Failed(const char* step, DWORD code) {
   }
 }
 
-Error Abandoned(const char* step, ErrorKind kind) {
+Error abandoned(const char* step, ErrorKind kind) {
   return kind == ErrorKind::Interrupted
              ? Error{kind, step, 0, "interrupted"}
              : Error{kind, step, 0, "the service did not get there in time"};
@@ -30,7 +30,7 @@ Error Abandoned(const char* step, ErrorKind kind) {
 
 }  // namespace
 
-Result<MessagePipe> MessagePipe::Adopt(win32::UniqueFileHandle pipe) {
+Result<MessagePipe> MessagePipe::adopt(win32::UniqueFileHandle pipe) {
   win32::UniqueKernelHandle completed(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   if (!completed) {
     const DWORD code = GetLastError();
@@ -39,15 +39,15 @@ Result<MessagePipe> MessagePipe::Adopt(win32::UniqueFileHandle pipe) {
   return MessagePipe(std::move(pipe), std::move(completed));
 }
 
-Result<Done> MessagePipe::Write(ByteView message, const Deadline& deadline, const char* step,
+Result<Done> MessagePipe::write(ByteView message, const Deadline& deadline, const char* step,
                                 HANDLE interrupt) {
   OVERLAPPED operation{};
   operation.hEvent = completed_.get();
-  if (!WriteFile(pipe_.get(), message.data(), CallSize(message.size()), nullptr, &operation)) {
+  if (!WriteFile(pipe_.get(), message.data(), callSize(message.size()), nullptr, &operation)) {
     const DWORD code = GetLastError();
-    if (code != ERROR_IO_PENDING) return Failed(step, code);
+    if (code != ERROR_IO_PENDING) return failed(step, code);
   }
-  auto written = Finish(operation, deadline, step, interrupt);
+  auto written = finish(operation, deadline, step, interrupt);
   if (!written) return written.error();
   if (written.value().length != message.size()) {
     return Error{ErrorKind::System, step, 0, "the pipe took only a part of the message"};
@@ -55,21 +55,21 @@ Result<Done> MessagePipe::Write(ByteView message, const Deadline& deadline, cons
   return Done{};
 }
 
-Result<MessagePipe::Piece> MessagePipe::Read(std::span<std::uint8_t> room, const Deadline& deadline,
+Result<MessagePipe::Piece> MessagePipe::read(std::span<std::uint8_t> room, const Deadline& deadline,
                                              const char* step, HANDLE interrupt) {
   OVERLAPPED operation{};
   operation.hEvent = completed_.get();
-  if (!ReadFile(pipe_.get(), room.data(), CallSize(room.size()), nullptr, &operation)) {
+  if (!ReadFile(pipe_.get(), room.data(), callSize(room.size()), nullptr, &operation)) {
     const DWORD code = GetLastError();
     // ERROR_MORE_DATA is a read that has completed; its count is in `operation`.
-    if (code != ERROR_IO_PENDING && code != ERROR_MORE_DATA) return Failed(step, code);
+    if (code != ERROR_IO_PENDING && code != ERROR_MORE_DATA) return failed(step, code);
   }
-  return Finish(operation, deadline, step, interrupt);
+  return finish(operation, deadline, step, interrupt);
 }
 
 // Only for an operation that has completed or is pending: for one that failed at once, the wait for
 // its result would never end.
-Result<MessagePipe::Piece> MessagePipe::Finish(OVERLAPPED& operation, const Deadline& deadline,
+Result<MessagePipe::Piece> MessagePipe::finish(OVERLAPPED& operation, const Deadline& deadline,
                                                const char* step, HANDLE interrupt) {
   const HANDLE events[] = {completed_.get(), interrupt};
   const DWORD count = interrupt == nullptr ? 1 : 2;
@@ -91,11 +91,11 @@ Result<MessagePipe::Piece> MessagePipe::Finish(OVERLAPPED& operation, const Dead
   if (!GetOverlappedResult(pipe_.get(), &operation, &transferred, TRUE)) {
     const DWORD code = GetLastError();
     if (code == ERROR_MORE_DATA) return Piece{transferred, true};
-    if (waitError != 0) return Failed(step, waitError);
+    if (waitError != 0) return failed(step, waitError);
     if (code == ERROR_OPERATION_ABORTED && waited != WAIT_OBJECT_0) {
-      return Abandoned(step, abandonedAs);
+      return abandoned(step, abandonedAs);
     }
-    return Failed(step, code);
+    return failed(step, code);
   }
   return Piece{transferred, false};
 }

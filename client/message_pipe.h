@@ -25,10 +25,10 @@ class MessagePipe {
   };
 
   // Takes over a pipe that was opened for overlapped I/O and is in message mode.
-  static Result<MessagePipe> Adopt(win32::UniqueFileHandle pipe);
+  static Result<MessagePipe> adopt(win32::UniqueFileHandle pipe);
 
   // Writes one whole message. `step` names the operation in an error. For `interrupt` see Read.
-  Result<Done> Write(ByteView message, const Deadline& deadline, const char* step,
+  Result<Done> write(ByteView message, const Deadline& deadline, const char* step,
                      HANDLE interrupt = nullptr);
 
   // Reads up to `room.size()` bytes of the current message, or of the next one. `interrupt`, if not
@@ -36,7 +36,7 @@ class MessagePipe {
   //
   // A message that arrives in the very moment in which the wait ends is still delivered; otherwise
   // nothing has been taken from the pipe and a later read gets it.
-  Result<Piece> Read(std::span<std::uint8_t> room, const Deadline& deadline, const char* step,
+  Result<Piece> read(std::span<std::uint8_t> room, const Deadline& deadline, const char* step,
                      HANDLE interrupt = nullptr);
 
   // Borrowed.
@@ -46,7 +46,7 @@ class MessagePipe {
   MessagePipe(win32::UniqueFileHandle pipe, win32::UniqueKernelHandle completed)
       : pipe_(std::move(pipe)), completed_(std::move(completed)) {}
 
-  Result<Piece> Finish(OVERLAPPED& operation, const Deadline& deadline, const char* step,
+  Result<Piece> finish(OVERLAPPED& operation, const Deadline& deadline, const char* step,
                        HANDLE interrupt);
 
   win32::UniqueFileHandle pipe_;

@@ -6,7 +6,7 @@
 namespace orva_accelerator::client {
 namespace {
 
-bool IsNumber(std::string_view piece) {
+bool isNumber(std::string_view piece) {
   std::int32_t number = 0;
   const char* end = piece.data() + piece.size();
   const auto [stopped, error] = std::from_chars(piece.data(), end, number);
@@ -15,12 +15,12 @@ bool IsNumber(std::string_view piece) {
 
 }  // namespace
 
-bool IsSafeNodeSelection(std::string_view text) {
+bool isSafeNodeSelection(std::string_view text) {
   if (text == "auto") return true;
   while (!text.empty()) {
     const auto separator = text.find(';');
     const std::string_view piece = text.substr(0, separator);
-    if (!piece.empty() && !IsNumber(piece)) return false;
+    if (!piece.empty() && !isNumber(piece)) return false;
     if (separator == std::string_view::npos) break;
     text.remove_prefix(separator + 1);
   }

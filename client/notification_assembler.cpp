@@ -6,32 +6,32 @@
 namespace orva_accelerator::client {
 namespace {
 
-Error Misplaced(std::string text) {
+Error misplaced(std::string text) {
   return Error{ErrorKind::Protocol, "read a notification", 0, std::move(text)};
 }
 
 }  // namespace
 
-Result<Notification> NotificationAssembler::Take(ByteView message) {
-  return IsPushFrameHeader(message) ? TakeHeader(*FrontRecord<ipc::PushFrameHeader>(message))
-                                    : TakePayload(message);
+Result<Notification> NotificationAssembler::take(ByteView message) {
+  const auto header = pushFrameHeader(message);
+  return header ? takeHeader(*header) : takePayload(message);
 }
 
-Result<Notification> NotificationAssembler::TakeHeader(const ipc::PushFrameHeader& header) {
-  if (header.payloadLength == 0) return DecodeNotification(header, {});
+Result<Notification> NotificationAssembler::takeHeader(const ipc::PushFrameHeader& header) {
+  if (header.payloadLength == 0) return decodeNotification(header, {});
   if (waiting_.size() == kMostWaiting) {
-    return Misplaced(std::to_string(kMostWaiting) + " headers came without their payloads");
+    return misplaced(std::to_string(kMostWaiting) + " headers came without their payloads");
   }
   waiting_.push_back(header);
   return Notification();
 }
 
-Result<Notification> NotificationAssembler::TakePayload(ByteView message) {
+Result<Notification> NotificationAssembler::takePayload(ByteView message) {
   std::optional<Error> mismatch;
   auto unserved = waiting_.end();
   for (auto it = waiting_.begin(); it != waiting_.end(); ++it) {
     if (it->payloadLength != message.size()) continue;
-    auto notification = DecodeNotification(*it, message);
+    auto notification = decodeNotification(*it, message);
     if (notification) {
       waiting_.erase(it);
       return notification;
@@ -44,7 +44,7 @@ Result<Notification> NotificationAssembler::TakePayload(ByteView message) {
     waiting_.erase(unserved);
     return *mismatch;
   }
-  return Misplaced("a message of " + std::to_string(message.size()) +
+  return misplaced("a message of " + std::to_string(message.size()) +
                    " bytes belongs to no header that came before it");
 }
 

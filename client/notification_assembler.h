@@ -27,13 +27,13 @@ class NotificationAssembler {
   // Takes the next whole message. Gives a notification when this message completes one, null when
   // more is needed, and a protocol error for a message that fits nowhere; that message is dropped,
   // with the earliest header of its length if there is one, and the next ones can still be taken.
-  Result<Notification> Take(ByteView message);
+  Result<Notification> take(ByteView message);
 
   std::size_t waiting() const { return waiting_.size(); }
 
  private:
-  Result<Notification> TakeHeader(const ipc::PushFrameHeader& header);
-  Result<Notification> TakePayload(ByteView message);
+  Result<Notification> takeHeader(const ipc::PushFrameHeader& header);
+  Result<Notification> takePayload(ByteView message);
 
   std::deque<ipc::PushFrameHeader> waiting_;
 };

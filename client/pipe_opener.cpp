@@ -23,9 +23,9 @@ class Opening {
   Opening(const Endpoint& endpoint, const Deadline& deadline, const char* step, HANDLE interrupt)
       : endpoint_(endpoint), deadline_(deadline), step_(step), interrupt_(interrupt) {}
 
-  Result<MessagePipe> Open() {
+  Result<MessagePipe> open() {
     for (;;) {
-      auto pipe = Try();
+      auto pipe = attempt();
       if (pipe || !mayPass_) return pipe;
       if (interrupt_ != nullptr && WaitForSingleObject(interrupt_, 0) == WAIT_OBJECT_0) {
         return Error{ErrorKind::Interrupted, step_, 0, "interrupted"};
@@ -33,16 +33,16 @@ class Opening {
       if (pipe.error().kind == ErrorKind::NotTheService) impostor_ = pipe.error();
       // That somebody else is there matters more than what their instance did to the later tries.
       if (deadline_.passed()) return impostor_ ? *impostor_ : pipe.error();
-      WaitBeforeNextTry(pipe.error().win32Code);
+      waitBeforeNextTry(pipe.error().win32Code);
     }
   }
 
  private:
-  Result<MessagePipe> Try() {
+  Result<MessagePipe> attempt() {
     mayPass_ = false;
     ServiceProcess expected;
     if (endpoint_.verifyServer) {
-      auto found = ServiceToExpect();
+      auto found = serviceToExpect();
       if (!found) return found.error();
       expected = found.value();
     }
@@ -51,29 +51,29 @@ class Opening {
         FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS, nullptr));
     if (!pipe) {
       const DWORD code = GetLastError();
-      return CannotOpen(expected, code);
+      return cannotOpen(expected, code);
     }
     if (endpoint_.verifyServer) {
-      auto checked = Check(pipe.get(), expected);
+      auto checked = check(pipe.get(), expected);
       if (!checked) return checked.error();
     }
-    return Adopt(std::move(pipe));
+    return adopt(std::move(pipe));
   }
 
-  Result<ServiceProcess> ServiceToExpect() {
-    auto found = FindServiceProcess(endpoint_.serviceName);
+  Result<ServiceProcess> serviceToExpect() {
+    auto found = findServiceProcess(endpoint_.serviceName);
     if (!found || found.value().id != 0 || found.value().starting) return found;
-    if (!endpoint_.startService) return NotRunning(0);
-    auto started = StartAndWait(endpoint_.serviceName, deadline_, interrupt_);
+    if (!endpoint_.startService) return notRunning(0);
+    auto started = startAndWait(endpoint_.serviceName, deadline_, interrupt_);
     if (!started) return started.error();
     return ServiceProcess{started.value().processId, false};
   }
 
   // An instance that is not the service's may hide one that is: somebody can put theirs first.
-  Result<Done> Check(HANDLE pipe, const ServiceProcess& expected) {
-    auto checked = CheckServer(pipe, expected.id);
+  Result<Done> check(HANDLE pipe, const ServiceProcess& expected) {
+    auto checked = checkServer(pipe, expected.id);
     if (checked) {
-      auto now = FindServiceProcess(endpoint_.serviceName);
+      auto now = findServiceProcess(endpoint_.serviceName);
       if (!now) return now.error();
       if (now.value().id == expected.id) return Done{};
       checked = Error{ErrorKind::NotTheService, step_, 0, "the service changed its process"};
@@ -82,15 +82,15 @@ class Opening {
     return checked;
   }
 
-  Error CannotOpen(const ServiceProcess& expected, DWORD code) {
+  Error cannotOpen(const ServiceProcess& expected, DWORD code) {
     switch (code) {
       case ERROR_FILE_NOT_FOUND:
         if (!endpoint_.verifyServer) {
           mayPass_ = true;
-          return NotRunning(code);
+          return notRunning(code);
         }
         // The manager may name a process that has ended.
-        if (!expected.starting && ProcessWatch(expected.id).hasEnded()) return NotRunning(code);
+        if (!expected.starting && ProcessWatch(expected.id).hasEnded()) return notRunning(code);
         mayPass_ = true;
         return Error{ErrorKind::Timeout, step_, code, "the service runs but has no pipe yet"};
       case ERROR_PIPE_BUSY:
@@ -105,20 +105,20 @@ class Opening {
     }
   }
 
-  Error NotRunning(DWORD code) const {
+  Error notRunning(DWORD code) const {
     return Error{ErrorKind::NotRunning, step_, code, "the service is not running"};
   }
 
-  Result<MessagePipe> Adopt(win32::UniqueFileHandle pipe) const {
+  Result<MessagePipe> adopt(win32::UniqueFileHandle pipe) const {
     DWORD mode = PIPE_READMODE_MESSAGE;
     if (!SetNamedPipeHandleState(pipe.get(), &mode, nullptr, nullptr)) {
       const DWORD code = GetLastError();
       return Error{ErrorKind::System, step_, code, "the pipe cannot be put into message mode"};
     }
-    return MessagePipe::Adopt(std::move(pipe));
+    return MessagePipe::adopt(std::move(pipe));
   }
 
-  void WaitBeforeNextTry(DWORD code) const {
+  void waitBeforeNextTry(DWORD code) const {
     // At least 1: WaitNamedPipeW takes 0 for "as long as the server likes".
     const std::uint32_t left = std::max<std::uint32_t>(deadline_.remainingMs(), 1);
     if (code == ERROR_PIPE_BUSY &&
@@ -138,9 +138,9 @@ class Opening {
 
 }  // namespace
 
-Result<MessagePipe> OpenPipe(const Endpoint& endpoint, const Deadline& deadline, const char* step,
+Result<MessagePipe> openPipe(const Endpoint& endpoint, const Deadline& deadline, const char* step,
                              HANDLE interrupt) {
-  return Opening(endpoint, deadline, step, interrupt).Open();
+  return Opening(endpoint, deadline, step, interrupt).open();
 }
 
 }  // namespace orva_accelerator::client

@@ -31,7 +31,7 @@ struct Endpoint {
 // the service control manager is asked first, so NotInstalled and NotRunning are known at once.
 // `interrupt`, if not null, is a borrowed event that ends the waiting early. `step` names the
 // operation in an error.
-Result<MessagePipe> OpenPipe(const Endpoint& endpoint, const Deadline& deadline, const char* step,
+Result<MessagePipe> openPipe(const Endpoint& endpoint, const Deadline& deadline, const char* step,
                              HANDLE interrupt = nullptr);
 
 }  // namespace orva_accelerator::client

@@ -4,7 +4,7 @@
 
 namespace orva_accelerator::client {
 
-bool IsListed(std::uint32_t processId) {
+bool isListed(std::uint32_t processId) {
   return win32::findProcess([processId](const win32::RunningProcess& process) {
            return process.id == processId;
          }) != win32::ProcessSearch::NotFound;
@@ -26,16 +26,16 @@ ProcessWatch::ProcessWatch(std::uint32_t processId) : processId_(processId) {
   process_.reset(OpenProcess(SYNCHRONIZE, FALSE, processId));  // Without it the list must do.
 }
 
-bool ProcessWatch::EndedWithin(std::uint32_t milliseconds) const {
+bool ProcessWatch::endedWithin(std::uint32_t milliseconds) const {
   if (absent_) return true;
   if (process_) return WaitForSingleObject(process_.get(), milliseconds) == WAIT_OBJECT_0;
-  if (!IsListed(processId_)) return true;
+  if (!isListed(processId_)) return true;
   if (milliseconds == 0) return false;
   Sleep(milliseconds);
-  return !IsListed(processId_);
+  return !isListed(processId_);
 }
 
-std::optional<std::uint32_t> ProcessWatch::ExitCode() const {
+std::optional<std::uint32_t> ProcessWatch::exitCode() const {
   DWORD code = 0;
   if (!process_ || !GetExitCodeProcess(process_.get(), &code)) return std::nullopt;
   return code;

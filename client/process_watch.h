@@ -24,11 +24,11 @@ class ProcessWatch {
 
   // True when it has ended within that time. Without a handle to wait for, it looks once before and
   // once after the wait, so callers wait in short turns.
-  bool EndedWithin(std::uint32_t milliseconds) const;
-  bool hasEnded() const { return EndedWithin(0); }
+  bool endedWithin(std::uint32_t milliseconds) const;
+  bool hasEnded() const { return endedWithin(0); }
 
   // Of a process that has ended; nothing where the system does not tell.
-  std::optional<std::uint32_t> ExitCode() const;
+  std::optional<std::uint32_t> exitCode() const;
 
  private:
   std::uint32_t processId_;
@@ -38,6 +38,6 @@ class ProcessWatch {
 
 // Whether a process of this id is in the system's list. True when the list cannot be had, so that
 // nobody takes a failure for the end of a process.
-bool IsListed(std::uint32_t processId);
+bool isListed(std::uint32_t processId);
 
 }  // namespace orva_accelerator::client

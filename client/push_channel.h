@@ -26,13 +26,13 @@ class PushChannel {
   // are far from it.
   static constexpr std::size_t kLongestMessage = std::size_t{64} * 1024 * 1024;
 
-  static Endpoint DefaultEndpoint() { return Endpoint{ipc::kPushPipeName}; }
+  static Endpoint defaultEndpoint() { return Endpoint{ipc::kPushPipeName}; }
 
   // Connects and announces the client id. The service does not acknowledge it and takes it on a
   // thread of its own: what is announced in the next moment may still miss this client. A heartbeat
   // request in between gives the service that moment. For `interrupt` see Next.
-  static Result<PushChannel> Register(const Endpoint& endpoint, std::uint32_t clientId,
-                                      const Deadline& deadline, HANDLE interrupt = nullptr);
+  static Result<PushChannel> registerPush(const Endpoint& endpoint, std::uint32_t clientId,
+                                          const Deadline& deadline, HANDLE interrupt = nullptr);
 
   // Waits for the next notification, whoever it is for. `interrupt`, if not null, is a borrowed
   // event that ends the wait early.
@@ -40,12 +40,12 @@ class PushChannel {
   // After Timeout and Interrupted the channel can be used again, and nothing is lost. After a
   // Protocol error without a Win32 code the message that fits nowhere is dropped and reading may go
   // on. Any other error is final.
-  Result<Notification> Next(const Deadline& deadline, HANDLE interrupt = nullptr);
+  Result<Notification> next(const Deadline& deadline, HANDLE interrupt = nullptr);
 
  private:
   explicit PushChannel(MessagePipe pipe) : pipe_(std::move(pipe)) {}
 
-  Result<Done> ReadMessage(const Deadline& deadline, HANDLE interrupt);
+  Result<Done> readMessage(const Deadline& deadline, HANDLE interrupt);
 
   MessagePipe pipe_;
   NotificationAssembler assembler_;

@@ -21,11 +21,11 @@ class RequestChannel {
   // answer comes near it. Memory is taken as bytes arrive, never because a header announces them.
   static constexpr std::size_t kLongestResponse = std::size_t{64} * 1024 * 1024;
 
-  static Endpoint DefaultEndpoint() { return Endpoint{ipc::kRequestPipeName}; }
+  static Endpoint defaultEndpoint() { return Endpoint{ipc::kRequestPipeName}; }
 
   // `interrupt`, if not null, is a borrowed event that ends the waiting of this call and of every
   // Exchange early, with ErrorKind::Interrupted.
-  static Result<RequestChannel> Open(const Endpoint& endpoint, const Deadline& deadline,
+  static Result<RequestChannel> open(const Endpoint& endpoint, const Deadline& deadline,
                                      HANDLE interrupt = nullptr);
 
   // Sends one request and gives the payload of its response, empty if it has none. Writing and
@@ -34,7 +34,7 @@ class RequestChannel {
   // Any error but Usage leaves the channel unusable and closes it: an answer that is still on its
   // way would be taken for the answer to the next question. Open another one then. No copy of the
   // payload is left behind in memory.
-  Result<Bytes> Exchange(std::uint32_t type, std::uint32_t clientId, ByteView payload,
+  Result<Bytes> exchange(std::uint32_t type, std::uint32_t clientId, ByteView payload,
                          const Deadline& deadline);
 
   bool usable() const { return pipe_.has_value(); }

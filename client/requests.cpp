@@ -7,11 +7,11 @@
 namespace orva_accelerator::client {
 namespace {
 
-Error CannotEncode(std::string text) {
+Error cannotEncode(std::string text) {
   return Error{ErrorKind::Usage, "encode the request", 0, std::move(text)};
 }
 
-ipc::StartAccelRequest FixedPart(const StartRequest& request) {
+ipc::StartAccelRequest fixedPart(const StartRequest& request) {
   ipc::StartAccelRequest fixed{};
   fixed.startArg1 = request.startArg1;
   fixed.startArg2 = request.startArg2;
@@ -21,19 +21,19 @@ ipc::StartAccelRequest FixedPart(const StartRequest& request) {
 
 }  // namespace
 
-Result<Bytes> EncodePayload(ByteView fixed, std::span<const std::size_t> lengthOffsets,
+Result<Bytes> encodePayload(ByteView fixed, std::span<const std::size_t> lengthOffsets,
                             std::span<const std::string_view> texts) {
   std::size_t size = fixed.size();
   for (std::size_t i = 0; i < texts.size(); ++i) {
     size += texts[i].size();
     if (texts[i].size() <= ipc::kLongestText) continue;
-    return CannotEncode("its text " + std::to_string(i + 1) + " has " +
+    return cannotEncode("its text " + std::to_string(i + 1) + " has " +
                         std::to_string(texts[i].size()) +
                         " bytes, more than the 65535 that a request can carry");
   }
   Bytes payload;
   payload.reserve(size);
-  Append(payload, fixed);
+  append(payload, fixed);
   for (std::size_t i = 0; i < texts.size(); ++i) {
     const auto length = static_cast<std::uint16_t>(texts[i].size());
     std::memcpy(payload.data() + lengthOffsets[i], &length, sizeof(length));
@@ -42,39 +42,39 @@ Result<Bytes> EncodePayload(ByteView fixed, std::span<const std::size_t> lengthO
   return payload;
 }
 
-Result<Bytes> EncodeInit(const InitRequest& request) {
-  return EncodeRequest<ipc::MsgSdkInit>({request.channelId, request.channelNumber, 0, 0},
+Result<Bytes> encodeInit(const InitRequest& request) {
+  return encodeRequest<ipc::MsgSdkInit>({request.channelId, request.channelNumber, 0, 0},
                                         request.channelName);
 }
 
-Result<Bytes> EncodeLogin(const LoginRequest& request) {
-  return EncodeRequest<ipc::MsgUserLogin>({}, request.account, request.credential);
+Result<Bytes> encodeLogin(const LoginRequest& request) {
+  return encodeRequest<ipc::MsgUserLogin>({}, request.account, request.credential);
 }
 
-Result<Bytes> EncodeStart(const StartRequest& request) {
-  return EncodeRequest<ipc::MsgStartAccel>(FixedPart(request), request.startText,
+Result<Bytes> encodeStart(const StartRequest& request) {
+  return encodeRequest<ipc::MsgStartAccel>(fixedPart(request), request.startText,
                                            request.nodeSelection);
 }
 
-Result<Bytes> EncodeStartEx(const StartExRequest& request) {
-  return EncodeRequest<ipc::MsgStartAccelEx>({FixedPart(request.start), request.startArg4},
+Result<Bytes> encodeStartEx(const StartExRequest& request) {
+  return encodeRequest<ipc::MsgStartAccelEx>({fixedPart(request.start), request.startArg4},
                                              request.start.startText, request.start.nodeSelection);
 }
 
-Result<Bytes> EncodeSpeed(const SpeedRequest& request) {
-  return EncodeRequest<ipc::MsgGetTestSpeedData>(
+Result<Bytes> encodeSpeed(const SpeedRequest& request) {
+  return encodeRequest<ipc::MsgGetTestSpeedData>(
       {request.gameId, request.areaId, 0, 0, request.testOption}, request.serverKey);
 }
 
-Bytes EncodeGame(std::uint32_t gameId) {
-  const ByteView bytes = BytesOf(gameId);
+Bytes encodeGame(std::uint32_t gameId) {
+  const ByteView bytes = bytesOf(gameId);
   return {bytes.begin(), bytes.end()};
 }
 
-Result<Bytes> EncodeFrame(std::uint32_t type, std::uint32_t clientId, ByteView payload) {
+Result<Bytes> encodeFrame(std::uint32_t type, std::uint32_t clientId, ByteView payload) {
   // The header and the payload are one write, whose length must fit 32 bits as well.
   if (payload.size() > std::numeric_limits<std::uint32_t>::max() - sizeof(ipc::MessageHeader)) {
-    return CannotEncode("the payload is 4 GiB or more");
+    return cannotEncode("the payload is 4 GiB or more");
   }
   ipc::MessageHeader header{};
   header.magic = ipc::kRequestMagic;
@@ -83,13 +83,13 @@ Result<Bytes> EncodeFrame(std::uint32_t type, std::uint32_t clientId, ByteView p
   header.clientId = clientId;
   Bytes frame;
   frame.reserve(sizeof(header) + payload.size());
-  Append(frame, BytesOf(header));
-  Append(frame, payload);
+  append(frame, bytesOf(header));
+  append(frame, payload);
   return frame;
 }
 
-Bytes EncodePushRegistration(std::uint32_t clientId) {
-  const ByteView bytes = BytesOf(clientId);
+Bytes encodePushRegistration(std::uint32_t clientId) {
+  const ByteView bytes = bytesOf(clientId);
   return {bytes.begin(), bytes.end()};
 }
 

@@ -1,7 +1,7 @@
 // What a client can ask, and the bytes of it.
 //
 // Texts are UTF-8; one longer than 65,535 bytes cannot be announced on the wire and is refused as a
-// usage error. The encoders are pure functions and give the payload alone; EncodeFrame puts the
+// usage error. The encoders are pure functions and give the payload alone; encodeFrame puts the
 // header in front. Requests that carry nothing need no encoder.
 #pragma once
 
@@ -50,32 +50,32 @@ struct SpeedRequest {
   std::uint32_t testOption = 0;
 };
 
-Result<Bytes> EncodeInit(const InitRequest& request);
-Result<Bytes> EncodeLogin(const LoginRequest& request);
-Result<Bytes> EncodeStart(const StartRequest& request);
-Result<Bytes> EncodeStartEx(const StartExRequest& request);
-Result<Bytes> EncodeSpeed(const SpeedRequest& request);
-Bytes EncodeGame(std::uint32_t gameId);
+Result<Bytes> encodeInit(const InitRequest& request);
+Result<Bytes> encodeLogin(const LoginRequest& request);
+Result<Bytes> encodeStart(const StartRequest& request);
+Result<Bytes> encodeStartEx(const StartExRequest& request);
+Result<Bytes> encodeSpeed(const SpeedRequest& request);
+Bytes encodeGame(std::uint32_t gameId);
 
 // `fixed` with the lengths of `texts` at these offsets, and the texts behind it.
-Result<Bytes> EncodePayload(ByteView fixed, std::span<const std::size_t> lengthOffsets,
+Result<Bytes> encodePayload(ByteView fixed, std::span<const std::size_t> lengthOffsets,
                             std::span<const std::string_view> texts);
 
 // The payload of any request that the table of messages describes.
-template <ipc::MessageType type, typename... Text>
-Result<Bytes> EncodeRequest(const typename ipc::MessageOf<type>::Request& fixed,
+template <ipc::MessageType Type, typename... Text>
+Result<Bytes> encodeRequest(const typename ipc::MessageOf<Type>::Request& fixed,
                             const Text&... text) {
-  constexpr auto& kLengths = ipc::kTextLengths<typename ipc::MessageOf<type>::Request>;
+  constexpr auto& kLengths = ipc::kTextLengths<typename ipc::MessageOf<Type>::Request>;
   const std::array<std::string_view, kLengths.size()> texts = {text...};
-  return EncodePayload(BytesOf(fixed), kLengths, texts);
+  return encodePayload(bytesOf(fixed), kLengths, texts);
 }
 
 // Header and payload as the one message that RequestChannel writes: the service reads the header
 // from its front and the payload from the rest. `type` is a number rather than an ipc::MessageType
 // because tools send unknown ones too. A payload of 4 GiB or more is a usage error.
-Result<Bytes> EncodeFrame(std::uint32_t type, std::uint32_t clientId, ByteView payload);
+Result<Bytes> encodeFrame(std::uint32_t type, std::uint32_t clientId, ByteView payload);
 
 // The only thing that is ever sent on the push pipe.
-Bytes EncodePushRegistration(std::uint32_t clientId);
+Bytes encodePushRegistration(std::uint32_t clientId);
 
 }  // namespace orva_accelerator::client

@@ -4,7 +4,7 @@
 
 namespace orva_accelerator::client {
 
-Error MalformedAnswer(ByteView payload) {
+Error malformedAnswer(ByteView payload) {
   if (payload.empty()) {
     return Error{ErrorKind::Refused, "read the answer", 0,
                  "the service gave an empty answer, as it does to a request that it does not know"};
@@ -15,20 +15,20 @@ Error MalformedAnswer(ByteView payload) {
 }
 
 template <>
-Result<Answer<orva_used_nodes>> DecodeAnswer(ByteView payload) {
-  const auto head = FrontRecord<ipc::UsedNodeListResponse>(payload);
+Result<Answer<orva_used_nodes>> decodeAnswer(ByteView payload) {
+  const auto head = frontRecord<ipc::UsedNodeListResponse>(payload);
   if (!head || head->count > payload.size() / sizeof(ipc::UsedNodeBlock)) {
-    return MalformedAnswer(payload);
+    return malformedAnswer(payload);
   }
   const std::size_t count = head->count;
   AnswerBlock block(sizeof(orva_used_nodes) + count * sizeof(orva_used_node),
-                    count * CountTexts<orva_used_node>(), payload.size());
-  auto* const list = block.Make<orva_used_nodes>();
-  auto* const nodes = block.Make<orva_used_node>(count);
+                    count * countTexts<orva_used_node>(), payload.size());
+  auto* const list = block.make<orva_used_nodes>();
+  auto* const nodes = block.make<orva_used_node>(count);
   ByteView rest = payload;
-  bool whole = FillRecord(block, *list, rest);
-  for (std::size_t i = 0; whole && i < count; ++i) whole = FillRecord(block, nodes[i], rest);
-  if (!whole || !rest.empty()) return MalformedAnswer(payload);
+  bool whole = fillRecord(block, *list, rest);
+  for (std::size_t i = 0; whole && i < count; ++i) whole = fillRecord(block, nodes[i], rest);
+  if (!whole || !rest.empty()) return malformedAnswer(payload);
   list->count = count;
   list->nodes = nodes;
   return block.Release(list);

@@ -21,69 +21,69 @@
 namespace orva_accelerator::client {
 
 // The error of a payload that is not what it should be.
-Error MalformedAnswer(ByteView payload);
+Error malformedAnswer(ByteView payload);
 
 // Fills in the fields of `record` from the front of `bytes`, which is then behind them; its texts
 // go into `block`. `surplus` is how much longer the first text is than its length field says. False
 // when there are fewer bytes than announced.
 template <typename Record>
-bool FillRecord(AnswerBlock& block, Record& record, ByteView& bytes, std::size_t surplus = 0);
+bool fillRecord(AnswerBlock& block, Record& record, ByteView& bytes, std::size_t surplus = 0);
 
 // An answer that is one wire record and nothing else.
 template <typename Wire>
-Result<Wire> DecodeRecord(ByteView payload) {
-  const auto record = FrontRecord<Wire>(payload);
-  if (!record || payload.size() != sizeof(Wire)) return MalformedAnswer(payload);
+Result<Wire> decodeRecord(ByteView payload) {
+  const auto record = frontRecord<Wire>(payload);
+  if (!record || payload.size() != sizeof(Wire)) return malformedAnswer(payload);
   return *record;
 }
 
 // An answer that AnswerFields describes.
 template <typename Record>
-Result<Answer<Record>> DecodeAnswer(ByteView payload) {
-  static_assert(CountTexts<Record>() ==
+Result<Answer<Record>> decodeAnswer(ByteView payload) {
+  static_assert(countTexts<Record>() ==
                 ipc::kTextLengths<typename AnswerFields<Record>::Wire>.size());
-  AnswerBlock block(sizeof(Record), CountTexts<Record>(), payload.size());
-  auto* const record = block.template Make<Record>();
+  AnswerBlock block(sizeof(Record), countTexts<Record>(), payload.size());
+  auto* const record = block.template make<Record>();
   ByteView rest = payload;
-  if (!FillRecord(block, *record, rest) || !rest.empty()) return MalformedAnswer(payload);
+  if (!fillRecord(block, *record, rest) || !rest.empty()) return malformedAnswer(payload);
   return block.Release(record);
 }
 
 // Costs as much memory as there are bytes, whatever number of nodes they announce.
 template <>
-Result<Answer<orva_used_nodes>> DecodeAnswer(ByteView payload);
+Result<Answer<orva_used_nodes>> decodeAnswer(ByteView payload);
 
-// ---- How FillRecord works
+// ---- How fillRecord works
 
-inline std::size_t TextLengthAt(ByteView fixed, std::size_t offset) {
-  return FrontRecord<std::uint16_t>(fixed.subspan(offset)).value_or(0);
+inline std::size_t textLengthAt(ByteView fixed, std::size_t offset) {
+  return frontRecord<std::uint16_t>(fixed.subspan(offset)).value_or(0);
 }
 
 // Bytes of the texts whose lengths stand before `end` in the fixed part of a `Record`.
 template <typename Record>
-std::size_t TextBytesBefore(ByteView fixed, std::size_t end) {
+std::size_t textBytesBefore(ByteView fixed, std::size_t end) {
   std::size_t bytes = 0;
-  ForEachField<Record>([&](const auto& field) {
+  forEachField<Record>([&](const auto& field) {
     if (field.kind == FieldKind::Text && field.offset < end) {
-      bytes += TextLengthAt(fixed, field.offset);
+      bytes += textLengthAt(fixed, field.offset);
     }
   });
   return bytes;
 }
 
 template <typename Record>
-constexpr std::size_t FirstTextOffset() {
+constexpr std::size_t firstTextOffset() {
   std::size_t first = sizeof(typename AnswerFields<Record>::Wire);
-  ForEachField<Record>([&first](const auto& field) {
+  forEachField<Record>([&first](const auto& field) {
     if (field.kind == FieldKind::Text) first = std::min(first, field.offset);
   });
   return first;
 }
 
 template <typename Record>
-constexpr bool NumbersFit() {
+constexpr bool numbersFit() {
   bool fit = true;
-  ForEachField<Record>([&fit](const auto& field) {
+  forEachField<Record>([&fit](const auto& field) {
     using Value = std::remove_reference_t<decltype(std::declval<Record&>().*field.member)>;
     fit = fit && (field.kind != FieldKind::Number || field.size == sizeof(Value));
   });
@@ -91,21 +91,21 @@ constexpr bool NumbersFit() {
 }
 
 template <typename Record>
-bool FillRecord(AnswerBlock& block, Record& record, ByteView& bytes, std::size_t surplus) {
-  static_assert(NumbersFit<Record>());
+bool fillRecord(AnswerBlock& block, Record& record, ByteView& bytes, std::size_t surplus) {
+  static_assert(numbersFit<Record>());
   constexpr std::size_t kSize = sizeof(typename AnswerFields<Record>::Wire);
   if (bytes.size() < kSize) return false;
   const ByteView fixed = bytes.first(kSize);
   const ByteView texts = bytes.subspan(kSize);
-  const std::size_t announced = TextBytesBefore<Record>(fixed, kSize) + surplus;
+  const std::size_t announced = textBytesBefore<Record>(fixed, kSize) + surplus;
   if (texts.size() < announced) return false;
-  ForEachField<Record>([&](const auto& field) {
+  forEachField<Record>([&](const auto& field) {
     auto& value = record.*field.member;
     if constexpr (std::is_same_v<decltype(value), orva_text&>) {
-      const bool first = field.offset == FirstTextOffset<Record>();
-      const std::size_t from = TextBytesBefore<Record>(fixed, field.offset) + (first ? 0 : surplus);
-      const std::size_t length = TextLengthAt(fixed, field.offset) + (first ? surplus : 0);
-      value = block.Text(texts.subspan(from, length));
+      const bool first = field.offset == firstTextOffset<Record>();
+      const std::size_t from = textBytesBefore<Record>(fixed, field.offset) + (first ? 0 : surplus);
+      const std::size_t length = textLengthAt(fixed, field.offset) + (first ? surplus : 0);
+      value = block.text(texts.subspan(from, length));
     } else if (field.kind == FieldKind::Number) {
       std::memcpy(&value, fixed.data() + field.offset, field.size);
     } else if constexpr (std::is_same_v<decltype(value), std::int32_t&>) {

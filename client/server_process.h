@@ -25,11 +25,11 @@ struct ServiceProcess {
 };
 
 // NotInstalled when there is no such service. Needs no rights beyond those of every signed-in user.
-Result<ServiceProcess> FindServiceProcess(const std::wstring& serviceName);
+Result<ServiceProcess> findServiceProcess(const std::wstring& serviceName);
 
 // NotTheService unless `pipe` (borrowed) was created by process `serviceProcess` in the session of
-// the services. Ask FindServiceProcess before the pipe is opened and again after this: a process
+// the services. Ask findServiceProcess before the pipe is opened and again after this: a process
 // that was the service's all the while has not taken the id over from somebody else.
-Result<Done> CheckServer(HANDLE pipe, std::uint32_t serviceProcess);
+Result<Done> checkServer(HANDLE pipe, std::uint32_t serviceProcess);
 
 }  // namespace orva_accelerator::client

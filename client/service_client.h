@@ -31,33 +31,33 @@ class ServiceClient {
   // function.
   Result<std::int32_t> Init(const InitRequest& request);
   // Taken, no more: the outcome of a login that the library accepts is announced on the push pipe.
-  Result<Done> Login(const LoginRequest& request);
+  Result<Done> login(const LoginRequest& request);
   Result<Done> Release();
   Result<bool> IsInitialised();
   // True: accepted, or a start of this client is under way already. The outcome is announced.
-  Result<bool> Start(const StartRequest& request);
+  Result<bool> start(const StartRequest& request);
   // The same, after stopping whatever runs.
-  Result<bool> StartEx(const StartExRequest& request);
+  Result<bool> startEx(const StartExRequest& request);
   // Taken, no more: the outcome is announced. Any client may stop what any other started.
-  Result<Done> Stop();
-  Result<Answer<orva_owner>> QueryOwner();
+  Result<Done> stop();
+  Result<Answer<orva_owner>> queryOwner();
   Result<Answer<orva_accel_data>> GetAccelData();
   Result<Answer<orva_console_data>> GetConsoleData();
-  Result<Answer<orva_last_accel_info>> GetLastAccelInfo(std::uint32_t gameId);
-  Result<Answer<orva_speed_summary>> GetSpeedSummary(const SpeedRequest& request);
-  Result<Answer<orva_game_info>> GetGameInfo(std::uint32_t gameId);
-  Result<Answer<orva_used_nodes>> GetUsedNodes(std::uint32_t gameId);
+  Result<Answer<orva_last_accel_info>> getLastAccelInfo(std::uint32_t gameId);
+  Result<Answer<orva_speed_summary>> getSpeedSummary(const SpeedRequest& request);
+  Result<Answer<orva_game_info>> getGameInfo(std::uint32_t gameId);
+  Result<Answer<orva_used_nodes>> getUsedNodes(std::uint32_t gameId);
   // Ends this client's acceleration and its push connection; the last client to leave ends the
   // service.
-  Result<Answer<orva_leave_outcome>> Leave();
+  Result<Answer<orva_leave_outcome>> leave();
   // The low 32 bits of the service's millisecond clock.
-  Result<std::uint32_t> Heartbeat();
+  Result<std::uint32_t> heartbeat();
 
   // Any request: the payload of the answer as it came.
-  Result<Bytes> Ask(std::uint32_t type, ByteView payload);
+  Result<Bytes> ask(std::uint32_t type, ByteView payload);
 
  private:
-  Result<Bytes> AskEncoded(std::uint32_t type, Result<Bytes> payload);
+  Result<Bytes> askEncoded(std::uint32_t type, Result<Bytes> payload);
 
   RequestChannel channel_;
   std::uint32_t clientId_;

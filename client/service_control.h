@@ -38,17 +38,17 @@ struct ServiceStopped {
 // Starts the service unless it runs, and waits until it does. A service that is just stopping is
 // waited for and then started. The manager itself waits up to 30 seconds for a new process to
 // report, and that single call cannot be cut short by the deadline.
-Result<ServiceStarted> StartAndWait(const std::wstring& serviceName, const Deadline& deadline,
+Result<ServiceStarted> startAndWait(const std::wstring& serviceName, const Deadline& deadline,
                                     HANDLE interrupt = nullptr);
 
 // Stops the service if it runs, and waits until its process has ended.
-Result<ServiceStopped> StopAndWait(const std::wstring& serviceName, const Deadline& deadline,
+Result<ServiceStopped> stopAndWait(const std::wstring& serviceName, const Deadline& deadline,
                                    HANDLE interrupt = nullptr);
 
 // Only wait, for somebody else to start or to stop it.
-Result<ServiceStarted> WaitUntilRunning(const std::wstring& serviceName, const Deadline& deadline,
+Result<ServiceStarted> waitUntilRunning(const std::wstring& serviceName, const Deadline& deadline,
                                         HANDLE interrupt = nullptr);
-Result<ServiceStopped> WaitUntilEnded(const std::wstring& serviceName, const Deadline& deadline,
+Result<ServiceStopped> waitUntilEnded(const std::wstring& serviceName, const Deadline& deadline,
                                       HANDLE interrupt = nullptr);
 
 }  // namespace orva_accelerator::client

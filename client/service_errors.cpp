@@ -47,7 +47,7 @@ constexpr Meaning kMeanings[] = {
 
 }  // namespace
 
-Error ServiceError(const char* step, std::uint32_t code) {
+Error serviceError(const char* step, std::uint32_t code) {
   const auto* known = std::ranges::find_if(
       kMeanings, [code](const Meaning& meaning) { return meaning.code == code; });
   if (known != std::end(kMeanings)) return Error{known->kind, step, code, known->text};

@@ -9,7 +9,7 @@
 namespace orva_accelerator::ipc {
 
 std::uint16_t textSize(std::wstring_view text) {
-  return static_cast<std::uint16_t>(Utf8Size(text));
+  return static_cast<std::uint16_t>(utf8Size(text));
 }
 
 Answer::Answer(std::uint64_t length) {
@@ -32,7 +32,7 @@ bool Answer::appendBytes(const void* bytes, std::size_t size) {
 }
 
 void Answer::appendText(std::wstring_view text, std::uint8_t* lengthField) {
-  const auto size = static_cast<std::uint16_t>(WriteUtf8(text, end(), length_ - filled_));
+  const auto size = static_cast<std::uint16_t>(writeUtf8(text, end(), length_ - filled_));
   std::memcpy(lengthField, &size, sizeof(size));
   filled_ += size;
 }

@@ -18,13 +18,13 @@ constexpr DWORD kLastClientPauseMs = 100;
 
 Answer HandleClientLeaving(const Request<MsgClientLeaving>& request) {
   PipeServer& server = request.server;
-  if (server.ownership.isHeldBy(request.clientId)) StopAccelUnasked(server.ownership);
+  if (server.ownership.isHeldBy(request.clientId)) stopAccelUnasked(server.ownership);
   server.UnregisterPushClient(request.clientId);
   const std::uint32_t remaining = server.PushClientCount();
   Answer answer =
       request.answer({.lastClient = remaining == 0 ? 1U : 0U, .remainingClients = remaining});
   if (remaining == 0) {
-    if (server.ownership.isActive()) StopAccelUnasked(server.ownership);
+    if (server.ownership.isActive()) stopAccelUnasked(server.ownership);
     Sleep(kLastClientPauseMs);
     server.stop();
   }

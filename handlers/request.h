@@ -25,7 +25,7 @@ class Request {
   // margin.
   Request(PipeServer& itsServer, std::uint32_t itsClientId, const void* payload)
       : server(itsServer), clientId(itsClientId), payload_(payload) {
-    std::memcpy(&fixed, payload, recordSize<Record>);
+    std::memcpy(&fixed, payload, kRecordSize<Record>);
   }
 
   // The texts behind the fixed part, in their order. Converted at each call.

@@ -29,17 +29,17 @@ std::wstring ReadPayloadText(const void* payload, std::uint32_t& cursor, std::ui
   return text;
 }
 
-std::size_t Utf8Size(std::wstring_view text) {
+std::size_t utf8Size(std::wstring_view text) {
   return text.empty() ? 0 : convert(text, nullptr, 0);
 }
 
-std::size_t WriteUtf8(std::wstring_view text, void* utf8, std::size_t room) {
+std::size_t writeUtf8(std::wstring_view text, void* utf8, std::size_t room) {
   return text.empty() || room == 0 ? 0 : convert(text, utf8, room);
 }
 
-std::string ToUtf8(std::wstring_view text) {
-  std::string utf8(Utf8Size(text), '\0');
-  if (WriteUtf8(text, utf8.data(), utf8.size()) != utf8.size()) return {};
+std::string toUtf8(std::wstring_view text) {
+  std::string utf8(utf8Size(text), '\0');
+  if (writeUtf8(text, utf8.data(), utf8.size()) != utf8.size()) return {};
   return utf8;
 }
 

@@ -15,11 +15,11 @@ namespace orva_accelerator::ipc {
 std::wstring ReadPayloadText(const void* payload, std::uint32_t& cursor, std::uint16_t length);
 
 // The UTF-8 form of a wide string; empty when the system cannot convert it.
-std::string ToUtf8(std::wstring_view text);
+std::string toUtf8(std::wstring_view text);
 
 // The same into memory of the caller's: how many bytes it takes, and how many were written. Nothing
 // is written of a text that does not fit.
-std::size_t Utf8Size(std::wstring_view text);
-std::size_t WriteUtf8(std::wstring_view text, void* utf8, std::size_t room);
+std::size_t utf8Size(std::wstring_view text);
+std::size_t writeUtf8(std::wstring_view text, void* utf8, std::size_t room);
 
 }  // namespace orva_accelerator::ipc

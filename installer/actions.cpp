@@ -74,16 +74,16 @@ bool isOurs(const SetupState& state) {
 
 UINT refuse(const SetupSession& session, const std::wstring& folder) {
   if (const std::wstring newer = session.property(L"ORVA_NEWER"); !newer.empty()) {
-    return session.fail(Text::kNewerVersion, newer);
+    return session.fail(Text::NewerVersion, newer);
   }
   if (session.property(L"ORVASIMULATED") == L"1" &&
-      libraryKind(libraryIn(folder)) == LibraryKind::kReal) {
-    return session.fail(Text::kRealLibrary, libraryIn(folder));
+      libraryKind(libraryIn(folder)) == LibraryKind::Real) {
+    return session.fail(Text::RealLibrary, libraryIn(folder));
   }
   const std::uint64_t neededKb =
       std::wcstoull(session.property(L"ORVANEEDEDKB").c_str(), nullptr, 10);
   if (!hasSpace(folder, neededKb * 1024 + kSpareBytes)) {
-    return session.fail(Text::kNoSpace, std::to_wstring(neededKb) + L" KB");
+    return session.fail(Text::NoSpace, std::to_wstring(neededKb) + L" KB");
   }
   return ERROR_SUCCESS;
 }
@@ -101,13 +101,13 @@ UINT prepare(SetupSession& session) {
   if (!removing) {
     if (const UINT refused = refuse(session, state.folder)) return refused;
     const std::wstring program = shadowingProgram(executableIn(state.folder));
-    if (!program.empty()) session.warn(Text::kShadowingProgram, program);
+    if (!program.empty()) session.warn(Text::ShadowingProgram, program);
   }
   // For the list of installed programs.
   if (!session.setProperty(L"ARPINSTALLLOCATION", state.folder)) return ERROR_INSTALL_FAILURE;
   DWORD error = 0;
   state.service = registeredService(error);
-  if (error != 0) return session.fail(Text::kStateUnknown, std::to_wstring(error));
+  if (error != 0) return session.fail(Text::StateUnknown, std::to_wstring(error));
   // A registration of an installation elsewhere is taken over, but not removed with ours.
   if (removing && !isOurs(state)) state.service.reset();
   const std::wstring data = toData(state);
@@ -121,24 +121,24 @@ UINT prepare(SetupSession& session) {
 UINT stop(const SetupSession& session, const SetupState& state) {
   if (!state.service) return ERROR_SUCCESS;
   if (const DWORD error = disableService(*state.service, kDeletedLimitMs)) {
-    return session.fail(Text::kNotDisabled, std::to_wstring(error));
+    return session.fail(Text::NotDisabled, std::to_wstring(error));
   }
-  if (!stopService(kStopLimitMs)) return session.fail(Text::kNotStopped, L"");
+  if (!stopService(kStopLimitMs)) return session.fail(Text::NotStopped, L"");
   return ERROR_SUCCESS;
 }
 
 UINT checkFiles(const SetupSession& session, const SetupState& state) {
   if (!endProgramsIn(state.folder, kProgramsLimitMs)) {
-    return session.fail(Text::kFileInUse, state.folder);
+    return session.fail(Text::FileInUse, state.folder);
   }
   const std::wstring file = fileInUse(state.folder, kFileLimitMs);
-  return file.empty() ? ERROR_SUCCESS : session.fail(Text::kFileInUse, file);
+  return file.empty() ? ERROR_SUCCESS : session.fail(Text::FileInUse, file);
 }
 
 UINT secure(const SetupSession& session, const SetupState& state) {
-  if (!isOwnFolder(state.folder)) return session.fail(Text::kForeignFolder, state.folder);
+  if (!isOwnFolder(state.folder)) return session.fail(Text::ForeignFolder, state.folder);
   const std::wstring failed = secureFolder(state.folder);
-  return failed.empty() ? ERROR_SUCCESS : session.fail(Text::kFolderNotSecured, failed);
+  return failed.empty() ? ERROR_SUCCESS : session.fail(Text::FolderNotSecured, failed);
 }
 
 // Tries the word again while a deleted registration stands in the way. Empty, or what it ended
@@ -159,7 +159,7 @@ UINT registerService(const SetupSession& session, const SetupState& state) {
   // install leaves the path of an existing registration alone, which may have been made elsewhere.
   for (const wchar_t* word : {L"install", L"update"}) {
     const std::wstring failed = runRegistering(state, word);
-    if (!failed.empty()) return session.fail(Text::kNotRegistered, failed);
+    if (!failed.empty()) return session.fail(Text::NotRegistered, failed);
     session.log(std::wstring(word) + L": 0");
   }
   return ERROR_SUCCESS;
@@ -179,7 +179,7 @@ UINT undoRegister(const SetupSession& session, const SetupState& state) {
 UINT unregister(const SetupSession& session, const SetupState& state) {
   if (!isOurs(state)) return ERROR_SUCCESS;
   const DWORD error = deleteRegistration();
-  return error == 0 ? ERROR_SUCCESS : session.fail(Text::kNotUnregistered, std::to_wstring(error));
+  return error == 0 ? ERROR_SUCCESS : session.fail(Text::NotUnregistered, std::to_wstring(error));
 }
 
 UINT undoUnregister(const SetupSession& session, const SetupState& state) {
@@ -197,7 +197,7 @@ UINT restore(const SetupSession& session, const SetupState& state) {
 
 UINT keep(const SetupSession& session, const SetupState& state) {
   const std::wstring failed = keepFiles(state.folder);
-  return failed.empty() ? ERROR_SUCCESS : session.fail(Text::kNotKept, failed);
+  return failed.empty() ? ERROR_SUCCESS : session.fail(Text::NotKept, failed);
 }
 
 UINT putBack(const SetupSession& session, const SetupState& state) {

@@ -61,7 +61,7 @@ std::wstring keepFiles(const std::wstring& folder) {
   if (GetFileAttributesW(folder.c_str()) == INVALID_FILE_ATTRIBUTES) return {};
   const fs::path copy = copyOf(folder);
   const std::wstring library = libraryIn(folder);
-  const bool isReal = libraryKind(library) == LibraryKind::kReal;
+  const bool isReal = libraryKind(library) == LibraryKind::Real;
   return copyFiles(folder, copy, [&](const fs::path& path) {
     return isSameName(path.wstring(), copy.wstring()) ||
            (isReal && isSameName(path.wstring(), library));

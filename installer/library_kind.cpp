@@ -21,26 +21,26 @@ std::wstring libraryIn(const std::wstring& folder) {
 }
 
 LibraryKind libraryKind(const std::wstring& library) {
-  if (GetFileAttributesW(library.c_str()) == INVALID_FILE_ATTRIBUTES) return LibraryKind::kNone;
+  if (GetFileAttributesW(library.c_str()) == INVALID_FILE_ATTRIBUTES) return LibraryKind::None;
   DWORD ignored = 0;
   const DWORD size = GetFileVersionInfoSizeW(library.c_str(), &ignored);
-  if (size == 0) return LibraryKind::kReal;
+  if (size == 0) return LibraryKind::Real;
   std::vector<BYTE> block(size);
-  if (!GetFileVersionInfoW(library.c_str(), 0, size, block.data())) return LibraryKind::kReal;
+  if (!GetFileVersionInfoW(library.c_str(), 0, size, block.data())) return LibraryKind::Real;
   void* description = nullptr;
   UINT length = 0;
   if (!VerQueryValueW(block.data(), L"\\StringFileInfo\\040904B0\\FileDescription", &description,
                       &length)) {
-    return LibraryKind::kReal;
+    return LibraryKind::Real;
   }
   return std::wstring(kSimulated) == static_cast<const wchar_t*>(description)
-             ? LibraryKind::kSimulated
-             : LibraryKind::kReal;
+             ? LibraryKind::Simulated
+             : LibraryKind::Real;
 }
 
 bool removeSimulatedLibrary(const std::wstring& folder) {
   const std::wstring library = libraryIn(folder);
-  if (libraryKind(library) != LibraryKind::kSimulated) return true;
+  if (libraryKind(library) != LibraryKind::Simulated) return true;
   if (!DeleteFileW(library.c_str())) return false;
   for (const wchar_t* companion : kCompanions) {
     // Not all of them are there, and none of them matters without the library.

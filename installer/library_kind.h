@@ -5,7 +5,7 @@
 
 namespace orva_accelerator::installer {
 
-enum class LibraryKind { kNone, kSimulated, kReal };
+enum class LibraryKind { None, Simulated, Real };
 
 // accel_sdk\sdk_x64\OpenKernel.dll below the folder of the installation.
 std::wstring libraryIn(const std::wstring& folder);

@@ -29,7 +29,7 @@ bool isInUse(const std::wstring& file) {
 
 std::wstring fileInUseNow(const std::wstring& folder) {
   const std::wstring library = libraryIn(folder);
-  const bool ours = libraryKind(library) != LibraryKind::kReal;
+  const bool ours = libraryKind(library) != LibraryKind::Real;
   std::error_code error;
   fs::recursive_directory_iterator entry(folder, error);
   for (const fs::recursive_directory_iterator end; !error && entry != end; entry.increment(error)) {

@@ -36,7 +36,7 @@ class SetupSession {
 
   MSIHANDLE handle_;
   const wchar_t* step_;
-  Language language_ = Language::kEnglish;
+  Language language_ = Language::English;
 };
 
 }  // namespace orva_accelerator::installer

@@ -5,22 +5,22 @@
 
 namespace orva_accelerator::installer {
 
-enum class Language { kEnglish, kChinese };
+enum class Language { English, Chinese };
 
 enum class Text {
-  kNewerVersion,
-  kNoSpace,
-  kRealLibrary,
-  kShadowingProgram,
-  kStateUnknown,
-  kNotStopped,
-  kNotDisabled,
-  kFileInUse,
-  kForeignFolder,
-  kFolderNotSecured,
-  kNotKept,
-  kNotRegistered,
-  kNotUnregistered,
+  NewerVersion,
+  NoSpace,
+  RealLibrary,
+  ShadowingProgram,
+  StateUnknown,
+  NotStopped,
+  NotDisabled,
+  FileInUse,
+  ForeignFolder,
+  FolderNotSecured,
+  NotKept,
+  NotRegistered,
+  NotUnregistered,
 };
 
 // `userLanguage` is the installer's property UserLanguageID, a decimal language identifier.

@@ -99,7 +99,7 @@ void LoginResultNotifier::operator()(int code, const std::wstring& message) cons
   send(*server_, clientId_, NotifyUserLogin, fixed, {text});
 }
 
-void StopAccelUnasked(AccelerationOwnership& ownership) {
+void stopAccelUnasked(AccelerationOwnership& ownership) {
   (void)sdk::AccelSdk::Instance().StopAccel(IgnoreStopResult());
   ownership.clear();
 }

@@ -62,6 +62,6 @@ class IgnoreStopResult {
 };
 
 // Such a stop. Whether or not the library accepts it, nobody owns the acceleration any more.
-void StopAccelUnasked(AccelerationOwnership& ownership);
+void stopAccelUnasked(AccelerationOwnership& ownership);
 
 }  // namespace orva_accelerator::ipc

@@ -31,7 +31,7 @@ void PipeServer::SupervisorLoop() {
     Sleep(kCycleMs);
     restartEmptySlots();
     if (FindProcessByName(kHostApplication) || pushClients.anyPipe(isClientProcessAlive)) continue;
-    if (ownership.isActive()) StopAccelUnasked(ownership);
+    if (ownership.isActive()) stopAccelUnasked(ownership);
     stop();
     return;
   }

@@ -20,7 +20,7 @@ AccelSdk& AccelSdk::Instance() {
   if (instance == nullptr) {
     instance = new AccelSdk;
     // Without memory for that, the system frees the library a moment later.
-    (void)std::atexit([] { instance->impl_->CloseForGood(); });
+    (void)std::atexit([] { instance->impl_->closeForGood(); });
   }
   return *instance;
 }

@@ -85,7 +85,7 @@ void AccelSdkImpl::SetStopResultCallback(CodeResultCallback callback) {
   stopResultHandler.install(std::move(callback));
 }
 
-void AccelSdkImpl::CloseForGood() {
+void AccelSdkImpl::closeForGood() {
   closed_ = true;
   initialised = false;
   if (!module) return;

@@ -20,7 +20,7 @@ struct AccelSdkImpl {
   AccelSdkImpl() = default;
   AccelSdkImpl(const AccelSdkImpl&) = delete;
   AccelSdkImpl& operator=(const AccelSdkImpl&) = delete;
-  ~AccelSdkImpl() { CloseForGood(); }
+  ~AccelSdkImpl() { closeForGood(); }
 
   int Init(const SdkInitParams& params);
   void Release();
@@ -31,7 +31,7 @@ struct AccelSdkImpl {
   // Frees the library without shutting it down: Kernel_UnInit is never called. No Init succeeds any
   // more. Takes no lock: the process may be exiting from inside Init, and the mutex stays locked
   // then, so that no other thread gets as far as loading the library a second time.
-  void CloseForGood();
+  void closeForGood();
 
   std::mutex mutex;
   std::atomic<bool> initialised = false;

@@ -17,7 +17,7 @@ bool start(AccelSdkImpl* context, std::uint32_t startArg1, std::uint32_t startAr
   const NodeSelection selection = ParseNodeSelection(nodeSelection);
   const KernelBool isAuto = selection.isAuto ? 1 : 0;
   return kernelFunctions.call<Start>(context, startArg1, startArg2, startText.c_str(), isAuto,
-                                     FormatNodeList(selection.nodes).c_str(), lastArguments...,
+                                     formatNodeList(selection.nodes).c_str(), lastArguments...,
                                      OnAccelResult);
 }
 

@@ -25,7 +25,7 @@ constexpr char kMissingFunctionCaption[] = "\xE6\x8F\x90\xE7\xA4\xBA";
   // Whatever became of the box, the process ends.
   (void)MessageBoxA(nullptr, text.c_str(), kMissingFunctionCaption, MB_OK);
   // No second thread gets here: this one keeps the binding's mutex to the end. Other requests still
-  // run, see AccelSdkImpl::CloseForGood.
+  // run, see AccelSdkImpl::closeForGood.
   // NOLINTNEXTLINE(concurrency-mt-unsafe)
   std::exit(-1);
 }

@@ -37,7 +37,7 @@ NodeSelection ParseNodeSelection(const std::wstring& text) {
   return selection;
 }
 
-std::wstring FormatNodeList(const std::vector<int>& nodes) {
+std::wstring formatNodeList(const std::vector<int>& nodes) {
   std::wstring list;
   for (const int node : nodes) {
     if (!list.empty()) list += L';';

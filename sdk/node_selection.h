@@ -22,6 +22,6 @@ struct NodeSelection {
 NodeSelection ParseNodeSelection(const std::wstring& text);
 
 // The list as the library takes it: decimal integers joined by ';', no trailing ';'.
-std::wstring FormatNodeList(const std::vector<int>& nodes);
+std::wstring formatNodeList(const std::vector<int>& nodes);
 
 }  // namespace orva_accelerator::sdk

@@ -13,8 +13,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::uint32_t stateAccelerating = 4;
-constexpr std::uint32_t lastEndingState = 7;
+constexpr std::uint32_t kStateAccelerating = 4;
+constexpr std::uint32_t kLastEndingState = 7;
 
 struct Accelerator {
   std::mutex mutex;
@@ -63,16 +63,16 @@ LastAccel lastAccelOf(const AccelTarget& target) {
 
 // A few figures that go up and down, a new one every quarter of a second.
 std::uint32_t wobble(std::int64_t elapsedMs, std::size_t shift) {
-  constexpr std::uint32_t steps[] = {0, 2, 1, 4, 3, 6, 2, 5, 1, 3, 0, 1};
-  return steps[(static_cast<std::size_t>(elapsedMs / 250) + shift) % std::size(steps)];
+  constexpr std::uint32_t kSteps[] = {0, 2, 1, 4, 3, 6, 2, 5, 1, 3, 0, 1};
+  return kSteps[(static_cast<std::size_t>(elapsedMs / 250) + shift) % std::size(kSteps)];
 }
 
 void fillFigures(sdk::AccelDataRecord& record, const Node& node, std::int64_t elapsedMs) {
-  constexpr std::uint64_t bytesPerMs = 181;
+  constexpr std::uint64_t kBytesPerMs = 181;
   record.flag = 1;
   record.value5 = node.value1 + wobble(elapsedMs, 0);
   record.value6 = wobble(elapsedMs, 5) * 7;
-  record.value8 = static_cast<std::uint64_t>(elapsedMs) * bytesPerMs;
+  record.value8 = static_cast<std::uint64_t>(elapsedMs) * kBytesPerMs;
   record.value9 = static_cast<std::uint32_t>(elapsedMs / 1000);
   record.value10 = 58 + wobble(elapsedMs, 3);
 }
@@ -114,12 +114,12 @@ void endAcceleration() {
 void reachState(const AccelTarget& target, std::uint32_t state) {
   Accelerator& accelerator = theAccelerator();
   const std::lock_guard lock(accelerator.mutex);
-  if (state == stateAccelerating) {
+  if (state == kStateAccelerating) {
     accelerator.target = target;
     accelerator.since = Clock::now();
     if (target.knownGame) accelerator.lastAccels[target.request.gameId] = lastAccelOf(target);
   }
-  const bool ended = state > stateAccelerating && state <= lastEndingState;
+  const bool ended = state > kStateAccelerating && state <= kLastEndingState;
   accelerator.state = ended ? 0 : state;
 }
 
@@ -139,7 +139,7 @@ sdk::AccelDataRecord currentAccelData() {
   copyText(target.node.text, record.text3, std::size(record.text3));
   copyText(target.request.isAuto ? L"自动" : L"手动", record.text4, std::size(record.text4));
   copyText(L"192.168.1.1", record.text5, std::size(record.text5));
-  if (accelerator.state == stateAccelerating) {
+  if (accelerator.state == kStateAccelerating) {
     const auto elapsed = Clock::now() - accelerator.since;
     fillFigures(record, target.node,
                 std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count());

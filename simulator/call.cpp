@@ -7,7 +7,7 @@ namespace orva_accelerator::simulator {
 Call::Call(std::string_view function, Turn turn, ReadScenario reading)
     : function_(function),
       loaded_(scenarioInForce(reading)),
-      behaviour_(loaded_->behaviourOf(function, turn == Turn::next)) {}
+      behaviour_(loaded_->behaviourOf(function, turn == Turn::Next)) {}
 
 void Call::raiseIfAsked() const {
   if (!behaviour_.raise) return;

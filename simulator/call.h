@@ -15,14 +15,14 @@ namespace orva_accelerator::simulator {
 
 // Which calls make a behaviour list of a scenario move on.
 enum class Turn {
-  next,   // Most calls.
-  again,  // The filling call of a list function: it belongs to the counting call before it.
+  Next,   // Most calls.
+  Again,  // The filling call of a list function: it belongs to the counting call before it.
 };
 
 class Call {
  public:
-  Call(std::string_view function, Turn turn = Turn::next,
-       ReadScenario reading = ReadScenario::whenChanged);
+  Call(std::string_view function, Turn turn = Turn::Next,
+       ReadScenario reading = ReadScenario::WhenChanged);
 
   const Scenario& scenario() const { return loaded_->scenario; }
   const CallBehaviour& behaviour() const { return behaviour_; }

@@ -127,7 +127,7 @@ struct RecordField {
         sizeof(sdk::record::name) / sizeof(wchar_t)                \
   }
 
-constexpr RecordField accelDataFields[] = {
+constexpr RecordField kAccelDataFields[] = {
     ORVA_NUMBER(AccelDataRecord, value1), ORVA_NUMBER(AccelDataRecord, value2),
     ORVA_TEXT(AccelDataRecord, text1),    ORVA_NUMBER(AccelDataRecord, value3),
     ORVA_TEXT(AccelDataRecord, text2),    ORVA_TEXT(AccelDataRecord, text3),
@@ -138,7 +138,7 @@ constexpr RecordField accelDataFields[] = {
     ORVA_NUMBER(AccelDataRecord, value9), ORVA_NUMBER(AccelDataRecord, value10),
 };
 
-constexpr RecordField consoleDataFields[] = {
+constexpr RecordField kConsoleDataFields[] = {
     ORVA_NUMBER(ConsoleDataRecord, console1), ORVA_NUMBER(ConsoleDataRecord, console2),
     ORVA_NUMBER(ConsoleDataRecord, console3), ORVA_NUMBER(ConsoleDataRecord, console4),
     ORVA_NUMBER(ConsoleDataRecord, console5), ORVA_NUMBER(ConsoleDataRecord, consoleFlag),
@@ -171,8 +171,8 @@ RecordPatch readField(const RecordField& field, const Json& value, const std::st
   return patch;
 }
 
-template <std::size_t count>
-void readRecord(JsonObject& section, std::string_view key, const RecordField (&fields)[count],
+template <std::size_t Count>
+void readRecord(JsonObject& section, std::string_view key, const RecordField (&fields)[Count],
                 std::vector<RecordPatch>& patches) {
   const Json* value = section.find(key);
   if (value == nullptr) return;
@@ -195,8 +195,8 @@ void readCatalogue(const Json& section, const std::string& path, Catalogue& cata
   object.readEach("games", [&catalogue](const Json& game, const std::string& gamePath) {
     readGame(game, gamePath, catalogue);
   });
-  readRecord(object, "accelData", accelDataFields, catalogue.accelData);
-  readRecord(object, "consoleData", consoleDataFields, catalogue.consoleData);
+  readRecord(object, "accelData", kAccelDataFields, catalogue.accelData);
+  readRecord(object, "consoleData", kConsoleDataFields, catalogue.consoleData);
   object.finish();
 }
 

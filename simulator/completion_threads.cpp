@@ -15,8 +15,8 @@
 namespace orva_accelerator::simulator {
 namespace {
 
-constexpr unsigned maximumThreads = 64;
-constexpr std::chrono::milliseconds idleTime{200};
+constexpr unsigned kMaximumThreads = 64;
+constexpr std::chrono::milliseconds kIdleTime{200};
 
 class Schedule {
  public:
@@ -46,7 +46,7 @@ class Schedule {
  private:
   // True: the first task is due. False: there has been nothing to wait for.
   bool waitForTask(std::unique_lock<std::mutex>& lock) {
-    const auto lastWait = CompletionClock::now() + idleTime;
+    const auto lastWait = CompletionClock::now() + kIdleTime;
     for (;;) {
       const auto now = CompletionClock::now();
       if (!tasks_.empty() && tasks_.begin()->first <= now) break;
@@ -98,7 +98,7 @@ DWORD WINAPI threadMain(void* library) {
 }
 
 void Schedule::startThread() {
-  if (threads_ == maximumThreads) return;
+  if (threads_ == kMaximumThreads) return;
   const HMODULE library = holdLibrary();
   if (library == nullptr) {
     logLine("problem: no reference on the library for a thread");

@@ -22,7 +22,7 @@ void apply(const std::vector<RecordPatch>& patches, Record& record) {
 }
 
 // One console in bridge mode at 192.168.1.23, port 7850, with a good connection.
-constexpr ConsoleDataRecord usualConsole{1, 2, 0xC0A80117, 7850, 3, 1};
+constexpr ConsoleDataRecord kUsualConsole{1, 2, 0xC0A80117, 7850, 3, 1};
 
 template <typename Record>
 KernelBool answer(const Call& call, Record* target, const std::vector<RecordPatch>& patches,
@@ -50,6 +50,6 @@ extern "C" KernelBool Kernel_GetAccelData(AccelDataRecord* record) {
 extern "C" KernelBool Kernel_GetConsoleData(ConsoleDataRecord* record) {
   return guarded([&] {
     const Call call("Kernel_GetConsoleData");
-    return answer(call, record, call.scenario().catalogue.consoleData, usualConsole);
+    return answer(call, record, call.scenario().catalogue.consoleData, kUsualConsole);
   });
 }

@@ -9,7 +9,7 @@ namespace orva_accelerator::simulator {
 namespace {
 
 // Far more than any array of the library holds; keeps a slip of the pen from eating the memory.
-constexpr std::size_t maximumTextUnits = 1U << 20;
+constexpr std::size_t kMaximumTextUnits = 1U << 20;
 
 std::int64_t toSigned(const Json& value, const std::string& path, std::int64_t lowest,
                       std::int64_t highest) {
@@ -23,7 +23,7 @@ std::int64_t toSigned(const Json& value, const std::string& path, std::int64_t l
 }
 
 std::wstring repeated(const std::wstring& piece, std::uint32_t times, const std::string& path) {
-  if (piece.size() * times > maximumTextUnits) failAt(path, "the text is too long");
+  if (piece.size() * times > kMaximumTextUnits) failAt(path, "the text is too long");
   std::wstring text;
   text.reserve(piece.size() * times);
   for (std::uint32_t i = 0; i < times; ++i) text += piece;

@@ -32,7 +32,7 @@ bool answerList(const Call& call, const std::vector<Item>& items, Record* record
 
 // The turn of a call of a list function.
 inline Turn turnOfList(const void* records) {
-  return records == nullptr ? Turn::next : Turn::again;
+  return records == nullptr ? Turn::Next : Turn::Again;
 }
 
 // The arguments that all list functions share, logged.

@@ -9,7 +9,7 @@ using namespace orva_accelerator::simulator;
 
 namespace {
 
-constexpr std::int32_t codeIncomplete = 1001;
+constexpr std::int32_t kCodeIncomplete = 1001;
 
 bool isGiven(const wchar_t* text) {
   return text != nullptr && *text != L'\0';
@@ -18,7 +18,7 @@ bool isGiven(const wchar_t* text) {
 std::vector<CompletionStep> usualSteps(const wchar_t* account, const wchar_t* credential) {
   CompletionStep step;
   step.afterMs = 30;
-  step.code = isGiven(account) && isGiven(credential) ? 0 : codeIncomplete;
+  step.code = isGiven(account) && isGiven(credential) ? 0 : kCodeIncomplete;
   return {step};
 }
 

@@ -4,11 +4,11 @@ namespace orva_accelerator::simulator {
 namespace {
 
 // Any address inside this library identifies it to the system.
-constexpr char insideThisLibrary = 0;
+constexpr char kInsideThisLibrary = 0;
 
 HMODULE findLibrary(DWORD flags) {
   HMODULE module = nullptr;
-  const auto* address = reinterpret_cast<const wchar_t*>(&insideThisLibrary);
+  const auto* address = reinterpret_cast<const wchar_t*>(&kInsideThisLibrary);
   if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | flags, address, &module)) {
     return nullptr;
   }

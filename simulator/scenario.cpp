@@ -9,31 +9,31 @@
 namespace orva_accelerator::simulator {
 namespace {
 
-constexpr std::uint32_t usualDelayMs = 20;
-constexpr std::uint32_t maximumThreadsOfStep = 16;
+constexpr std::uint32_t kUsualDelayMs = 20;
+constexpr std::uint32_t kMaximumThreadsOfStep = 16;
 
-enum class Family { plain, code, start, list };
+enum class Family { Plain, Code, Start, List };
 
 struct FunctionName {
   std::string_view name;
   Family family;
 };
 
-constexpr std::array functionNames{
-    FunctionName{"Kernel_Init", Family::plain},
-    FunctionName{"Kernel_SetSdkChannelNumber", Family::plain},
-    FunctionName{"Kernel_UserLoginFromAccount", Family::code},
-    FunctionName{"Kernel_StartAccel", Family::start},
-    FunctionName{"Kernel_StartAccelEx", Family::start},
-    FunctionName{"Kernel_StopAccel", Family::code},
-    FunctionName{"Kernel_GetAccelData", Family::plain},
-    FunctionName{"Kernel_GetConsoleData", Family::plain},
-    FunctionName{"Kernel_GetGameDataFromGameID", Family::plain},
-    FunctionName{"Kernel_GetGameLastAccelInfo", Family::plain},
-    FunctionName{"Kernel_GetGameServerDataList", Family::list},
-    FunctionName{"Kernel_GetGameNodeDataList", Family::list},
-    FunctionName{"Kernel_GetGameUsedNodeDataList", Family::list},
-    FunctionName{"Kernel_GetTestSpeedData_V2", Family::list},
+constexpr std::array kFunctionNames{
+    FunctionName{"Kernel_Init", Family::Plain},
+    FunctionName{"Kernel_SetSdkChannelNumber", Family::Plain},
+    FunctionName{"Kernel_UserLoginFromAccount", Family::Code},
+    FunctionName{"Kernel_StartAccel", Family::Start},
+    FunctionName{"Kernel_StartAccelEx", Family::Start},
+    FunctionName{"Kernel_StopAccel", Family::Code},
+    FunctionName{"Kernel_GetAccelData", Family::Plain},
+    FunctionName{"Kernel_GetConsoleData", Family::Plain},
+    FunctionName{"Kernel_GetGameDataFromGameID", Family::Plain},
+    FunctionName{"Kernel_GetGameLastAccelInfo", Family::Plain},
+    FunctionName{"Kernel_GetGameServerDataList", Family::List},
+    FunctionName{"Kernel_GetGameNodeDataList", Family::List},
+    FunctionName{"Kernel_GetGameUsedNodeDataList", Family::List},
+    FunctionName{"Kernel_GetTestSpeedData_V2", Family::List},
 };
 
 void readResultText(JsonObject& object, std::string_view key, std::optional<ResultText>& target) {
@@ -60,9 +60,9 @@ void readStartStep(JsonObject& object, const std::string& path, CompletionStep& 
 // A bare number is a code or a state after the usual delay.
 CompletionStep readStep(const Json& value, const std::string& path, Family family) {
   CompletionStep step;
-  step.afterMs = usualDelayMs;
+  step.afterMs = kUsualDelayMs;
   if (value.is_number()) {
-    if (family == Family::start) {
+    if (family == Family::Start) {
       step.state = toU32(value, path);
     } else {
       step.code = toI32(value, path);
@@ -75,10 +75,10 @@ CompletionStep readStep(const Json& value, const std::string& path, Family famil
   object.read("afterMs", step.afterMs);
   object.read("times", step.times);
   object.read("threads", step.threads);
-  if (step.threads < 1 || step.threads > maximumThreadsOfStep) {
+  if (step.threads < 1 || step.threads > kMaximumThreadsOfStep) {
     failAt(object.pathOf("threads"), "1 to 16 threads are possible");
   }
-  if (family == Family::start) {
+  if (family == Family::Start) {
     readStartStep(object, path, step);
   } else {
     object.read("code", step.code);
@@ -128,11 +128,11 @@ CallBehaviour readBehaviour(const Json& value, const std::string& path, Family f
   object.read("result", behaviour.result);
   object.read("blockMs", behaviour.blockMs);
   readRaise(object, behaviour.raise);
-  if (family == Family::code || family == Family::start) {
+  if (family == Family::Code || family == Family::Start) {
     readCompletions(object, family, behaviour);
   }
-  if (family == Family::start) object.read("survivesStop", behaviour.survivesStop);
-  if (family == Family::list) {
+  if (family == Family::Start) object.read("survivesStop", behaviour.survivesStop);
+  if (family == Family::List) {
     behaviour.countingCall = readListCall(object, "countingCall");
     behaviour.fillingCall = readListCall(object, "fillingCall");
   }
@@ -155,8 +155,8 @@ void readFunctions(const Json& section, const std::string& path, Scenario& scena
   for (const auto& [name, value] : section.items()) {
     const std::string functionPath = std::string(path).append(".").append(name);
     const auto known =
-        std::ranges::find(functionNames, std::string_view(name), &FunctionName::name);
-    if (known == functionNames.end()) failAt(functionPath, "no such function has a behaviour");
+        std::ranges::find(kFunctionNames, std::string_view(name), &FunctionName::name);
+    if (known == kFunctionNames.end()) failAt(functionPath, "no such function has a behaviour");
     scenario.functions[name] = readFunction(value, functionPath, known->family);
   }
 }

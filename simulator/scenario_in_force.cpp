@@ -14,7 +14,7 @@
 namespace orva_accelerator::simulator {
 namespace {
 
-constexpr std::wstring_view fileName = L"OpenKernel.scenario.json";
+constexpr std::wstring_view kFileName = L"OpenKernel.scenario.json";
 
 // What tells one state of the file from another.
 struct FileStamp {
@@ -50,7 +50,7 @@ std::string readFile(const std::wstring& path) {
 }
 
 struct Source {
-  const std::wstring path = pathBesideLibrary(fileName);
+  const std::wstring path = pathBesideLibrary(kFileName);
   std::mutex mutex;
   FileStamp stamp;
   std::optional<std::string> text;  // Of the file; none when there was no file.
@@ -112,7 +112,7 @@ const CallBehaviour& LoadedScenario::behaviourOf(std::string_view function, bool
 std::shared_ptr<LoadedScenario> scenarioInForce(ReadScenario reading) {
   Source& source = theSource();
   const std::lock_guard lock(source.mutex);
-  const bool mustRead = source.loaded == nullptr || reading == ReadScenario::always;
+  const bool mustRead = source.loaded == nullptr || reading == ReadScenario::Always;
   if (!mustRead && !source.loaded->scenario.watch) return source.loaded;
   const FileStamp stamp = stampOf(source.path);
   if (!mustRead && stamp == source.stamp) return source.loaded;

@@ -24,7 +24,7 @@ struct LoadedScenario {
   std::map<std::string_view, std::atomic<std::uint32_t>> calls_;
 };
 
-enum class ReadScenario { always, whenChanged };
+enum class ReadScenario { Always, WhenChanged };
 
 // Reads the file when it is asked to, when it has not been read yet, or when its time or size
 // differ from when it was read and the scenario in force says that it is watched. The same text as

@@ -7,7 +7,7 @@ using namespace orva_accelerator::simulator;
 
 extern "C" KernelBool Kernel_Init(const wchar_t* executablePath) {
   return guarded([&] {
-    const Call call("Kernel_Init", Turn::next, ReadScenario::always);
+    const Call call("Kernel_Init", Turn::Next, ReadScenario::Always);
     call.log().text("executablePath", executablePath).write();
     call.raiseIfAsked();
     return call.finish();

@@ -11,12 +11,12 @@ using namespace orva_accelerator::simulator;
 
 namespace {
 
-constexpr std::uint32_t progressDelayMs = 40;
+constexpr std::uint32_t kProgressDelayMs = 40;
 
 std::vector<CompletionStep> usualSteps() {
   std::vector<CompletionStep> steps(4);
   for (std::uint32_t i = 0; i < 4; ++i) {
-    steps[i].afterMs = progressDelayMs;
+    steps[i].afterMs = kProgressDelayMs;
     steps[i].state = i + 1;
   }
   return steps;

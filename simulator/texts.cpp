@@ -16,9 +16,9 @@ bool isLowSurrogate(wchar_t unit) {
 }
 
 void appendEscape(std::string& out, unsigned unit) {
-  constexpr char digits[] = "0123456789ABCDEF";
+  constexpr char kDigits[] = "0123456789ABCDEF";
   out += "\\u";
-  for (const unsigned shift : {12U, 8U, 4U, 0U}) out += digits[(unit >> shift) & 0xFU];
+  for (const unsigned shift : {12U, 8U, 4U, 0U}) out += kDigits[(unit >> shift) & 0xFU];
 }
 
 void appendUtf8(std::string& out, unsigned codePoint) {

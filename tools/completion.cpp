@@ -8,7 +8,7 @@ namespace {
 using Words = std::vector<std::string>;
 using WordsByPath = std::map<std::string, Words>;
 
-void AddOptions(const CLI::App& command, Words& words) {
+void addOptions(const CLI::App& command, Words& words) {
   for (const CLI::Option* option : command.get_options()) {
     if (option->get_group().empty()) continue;
     for (const std::string& name : option->get_lnames()) words.push_back("--" + name);
@@ -16,7 +16,7 @@ void AddOptions(const CLI::App& command, Words& words) {
 }
 
 // The parser names the words that an argument allows in its type: "TEXT:{running,ended}".
-void AddAllowedWords(const CLI::App& command, Words& words) {
+void addAllowedWords(const CLI::App& command, Words& words) {
   for (const CLI::Option* option : command.get_options()) {
     if (!option->get_positional()) continue;
     const std::string type = option->get_type_name();
@@ -28,22 +28,22 @@ void AddAllowedWords(const CLI::App& command, Words& words) {
   }
 }
 
-void Add(const CLI::App& command, const std::string& path, const Words& global,
+void add(const CLI::App& command, const std::string& path, const Words& global,
          WordsByPath& result) {
   Words words;
   for (const CLI::App* sub : command.get_subcommands({})) {
     words.push_back(sub->get_name());
-    Add(*sub, path.empty() ? sub->get_name() : path + " " + sub->get_name(), global, result);
+    add(*sub, path.empty() ? sub->get_name() : path + " " + sub->get_name(), global, result);
   }
-  AddAllowedWords(command, words);
-  AddOptions(command, words);
+  addAllowedWords(command, words);
+  addOptions(command, words);
   for (const std::string& option : global) {
     if (!path.empty() && option != "--help") words.push_back(option);
   }
   result[path] = std::move(words);
 }
 
-std::string Joined(const Words& words, const char* before, const char* between) {
+std::string joined(const Words& words, const char* before, const char* between) {
   std::string text;
   for (const std::string& word : words) {
     text += (text.empty() ? "" : between) + (before + word) + before;
@@ -53,19 +53,19 @@ std::string Joined(const Words& words, const char* before, const char* between) 
 
 }  // namespace
 
-WordsByPath CompletionWords(const CLI::App& app) {
+WordsByPath completionWords(const CLI::App& app) {
   Words global;
-  AddOptions(app, global);
+  addOptions(app, global);
   WordsByPath result;
-  Add(app, "", global, result);
+  add(app, "", global, result);
   return result;
 }
 
-std::string BashCompletion(const CLI::App& app) {
+std::string bashCompletion(const CLI::App& app) {
   std::string cases;
   std::string paths;
-  for (const auto& [path, words] : CompletionWords(app)) {
-    cases += "    '" + path + "') words='" + Joined(words, "", " ") + "' ;;\n";
+  for (const auto& [path, words] : completionWords(app)) {
+    cases += "    '" + path + "') words='" + joined(words, "", " ") + "' ;;\n";
     if (!path.empty()) paths += (paths.empty() ? "'" : "|'") + path + "'";
   }
   return R"(# Completes orvactl in bash: source <(orvactl completion bash)
@@ -87,10 +87,10 @@ complete -F _orvactl orvactl orvactl.exe
 )";
 }
 
-std::string PowerShellCompletion(const CLI::App& app) {
+std::string powerShellCompletion(const CLI::App& app) {
   std::string entries;
-  for (const auto& [path, words] : CompletionWords(app)) {
-    entries += "    '" + path + "' = @(" + Joined(words, "'", ", ") + ")\n";
+  for (const auto& [path, words] : completionWords(app)) {
+    entries += "    '" + path + "' = @(" + joined(words, "'", ", ") + ")\n";
   }
   return R"(# Completes orvactl in PowerShell: orvactl completion powershell | Out-String | Invoke-Expression
 Register-ArgumentCompleter -Native -CommandName orvactl, orvactl.exe -ScriptBlock {

@@ -7,7 +7,7 @@
 
 namespace orva_accelerator::tools {
 
-void AddCompletionCommand(CLI::App& app, Context& context) {
+void addCompletionCommand(CLI::App& app, Context& context) {
   auto shell = std::make_shared<std::string>();
   CLI::App* completion =
       app.add_subcommand("completion", "Print a script that completes commands and options");
@@ -17,8 +17,8 @@ void AddCompletionCommand(CLI::App& app, Context& context) {
   // The parser outlives the action: it is what the action describes.
   completion->callback([&app, &context, shell] {
     context.action = [&app, &context, shell] {
-      context.console.Out(*shell == "bash" ? BashCompletion(app) : PowerShellCompletion(app));
-      return kExitOk;
+      context.console.out(*shell == "bash" ? bashCompletion(app) : powerShellCompletion(app));
+      return ExitOk;
     };
   });
 }

@@ -11,7 +11,7 @@ namespace {
 // A console takes only so much in one call.
 constexpr std::size_t kMostUnits = 8000;
 
-bool WriteToConsole(HANDLE console, std::string_view utf8) {
+bool writeToConsole(HANDLE console, std::string_view utf8) {
   const std::wstring wide = win32::wideFromUtf8(utf8).value_or(std::wstring());
   for (std::size_t done = 0; done < wide.size();) {
     DWORD written = 0;
@@ -23,7 +23,7 @@ bool WriteToConsole(HANDLE console, std::string_view utf8) {
   return true;
 }
 
-bool WriteToFile(HANDLE file, std::string_view bytes) {
+bool writeToFile(HANDLE file, std::string_view bytes) {
   while (!bytes.empty()) {
     DWORD written = 0;
     const auto size = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), 0x40000000));
@@ -34,9 +34,9 @@ bool WriteToFile(HANDLE file, std::string_view bytes) {
   return true;
 }
 
-bool Write(HANDLE target, std::string_view utf8) {
+bool write(HANDLE target, std::string_view utf8) {
   DWORD mode = 0;
-  return GetConsoleMode(target, &mode) ? WriteToConsole(target, utf8) : WriteToFile(target, utf8);
+  return GetConsoleMode(target, &mode) ? writeToConsole(target, utf8) : writeToFile(target, utf8);
 }
 
 }  // namespace
@@ -47,12 +47,12 @@ Console::Console() : out_(GetStdHandle(STD_OUTPUT_HANDLE)), err_(GetStdHandle(ST
                    SetConsoleMode(out_, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
 }
 
-void Console::Out(std::string_view utf8) {
-  if (!Write(out_, utf8)) outFailed_ = true;
+void Console::out(std::string_view utf8) {
+  if (!write(out_, utf8)) outFailed_ = true;
 }
 
-void Console::Err(std::string_view utf8) {
-  (void)Write(err_, utf8);  // There is nowhere left to complain.
+void Console::err(std::string_view utf8) {
+  (void)write(err_, utf8);  // There is nowhere left to complain.
 }
 
 }  // namespace orva_accelerator::tools

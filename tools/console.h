@@ -12,8 +12,8 @@ class Console {
  public:
   Console();
 
-  void Out(std::string_view utf8);
-  void Err(std::string_view utf8);
+  void out(std::string_view utf8);
+  void err(std::string_view utf8);
 
   // Standard output is a console that understands escape sequences for moving the cursor.
   bool outIsTerminal() const { return outIsTerminal_; }

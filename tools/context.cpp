@@ -14,46 +14,46 @@ constexpr std::chrono::milliseconds kLongestOpening{2000};
 
 }  // namespace
 
-client::Deadline Context::OpeningDeadline() const {
-  return client::Deadline::After(std::min(options.timeout, kLongestOpening));
+client::Deadline Context::openingDeadline() const {
+  return client::Deadline::after(std::min(options.timeout, kLongestOpening));
 }
 
-client::Result<client::ServiceClient> Context::Connect() {
-  auto channel = client::RequestChannel::Open(options.request, OpeningDeadline());
+client::Result<client::ServiceClient> Context::connect() {
+  auto channel = client::RequestChannel::open(options.request, openingDeadline());
   if (!channel) return channel.error();
   return client::ServiceClient(std::move(channel.value()), options.clientId, options.timeout);
 }
 
-client::Result<client::PushChannel> Context::Register() {
-  return client::PushChannel::Register(options.push, options.clientId, OpeningDeadline());
+client::Result<client::PushChannel> Context::registerPush() {
+  return client::PushChannel::registerPush(options.push, options.clientId, openingDeadline());
 }
 
-void Context::Print(const char* command, const Json& record) {
+void Context::print(const char* command, const Json& record) {
   if (!options.json) {
-    console.Out(RecordText(record));
+    console.out(recordText(record));
     return;
   }
   Json line{{"command", command}};
   line.update(record);
-  console.Out(OneLine(line) + "\n");
+  console.out(oneLine(line) + "\n");
 }
 
-void Context::Say(const std::string& sentence) {
-  if (!options.json) console.Out(sentence + "\n");
+void Context::say(const std::string& sentence) {
+  if (!options.json) console.out(sentence + "\n");
 }
 
-int Context::Fail(const client::Error& error) {
+int Context::fail(const client::Error& error) {
   if (options.json) {
     const Json line{{"error",
-                     {{"kind", client::KindName(error.kind)},
+                     {{"kind", client::kindName(error.kind)},
                       {"step", error.step},
                       {"win32Code", error.win32Code},
                       {"text", error.text}}}};
-    console.Err(OneLine(line) + "\n");
+    console.err(oneLine(line) + "\n");
   } else {
-    console.Err("orvactl: " + client::Describe(error) + "\n");
+    console.err("orvactl: " + client::describe(error) + "\n");
   }
-  return ExitCodeOf(error.kind);
+  return exitCodeOf(error.kind);
 }
 
 }  // namespace orva_accelerator::tools

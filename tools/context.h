@@ -20,8 +20,8 @@ struct Options {
   std::chrono::milliseconds timeout{5000};       // For each request.
   std::chrono::milliseconds waitTimeout{30000};  // For an outcome that is announced later.
   bool json = false;
-  client::Endpoint request = client::RequestChannel::DefaultEndpoint();
-  client::Endpoint push = client::PushChannel::DefaultEndpoint();
+  client::Endpoint request = client::RequestChannel::defaultEndpoint();
+  client::Endpoint push = client::PushChannel::defaultEndpoint();
 };
 
 // Lives as long as the process; commands keep references to it.
@@ -32,30 +32,30 @@ class Context {
   // Set by the parsed command; gives the exit code.
   std::function<int()> action;
 
-  client::Result<client::ServiceClient> Connect();
-  client::Result<client::PushChannel> Register();
+  client::Result<client::ServiceClient> connect();
+  client::Result<client::PushChannel> registerPush();
 
   // Prints an answer: as rows, or as one line of JSON with the command's name in front.
-  void Print(const char* command, const Json& record);
+  void print(const char* command, const Json& record);
   // Prints a sentence for people; with --json nothing.
-  void Say(const std::string& sentence);
+  void say(const std::string& sentence);
   // Prints an error to standard error and gives the exit code for it.
-  int Fail(const client::Error& error);
+  int fail(const client::Error& error);
 
  private:
-  client::Deadline OpeningDeadline() const;
+  client::Deadline openingDeadline() const;
 };
 
 // Connects, asks one question and prints its answer: the whole of most commands. `ask` takes the
 // client and gives a Result of an Answer.
 template <typename Ask>
-int AskAndPrint(Context& context, const char* command, Ask ask) {
-  auto service = context.Connect();
-  if (!service) return context.Fail(service.error());
+int askAndPrint(Context& context, const char* command, Ask ask) {
+  auto service = context.connect();
+  if (!service) return context.fail(service.error());
   auto answer = ask(service.value());
-  if (!answer) return context.Fail(answer.error());
-  context.Print(command, ToJson(*answer.value()));
-  return kExitOk;
+  if (!answer) return context.fail(answer.error());
+  context.print(command, toJson(*answer.value()));
+  return ExitOk;
 }
 
 }  // namespace orva_accelerator::tools

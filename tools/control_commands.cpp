@@ -9,68 +9,68 @@
 namespace orva_accelerator::tools {
 namespace {
 
-client::Result<client::Done> Accepted(const client::Result<bool>& answer) {
+client::Result<client::Done> accepted(const client::Result<bool>& answer) {
   if (!answer) return answer.error();
   if (answer.value()) return client::Done{};
   return client::Error{client::ErrorKind::Refused, "start the acceleration", 0,
                        "the library refused, or a start of another client is under way"};
 }
 
-void AddStart(CLI::App& app, Context& context) {
+void addStart(CLI::App& app, Context& context) {
   auto request = std::make_shared<client::StartRequest>();
   auto wait = std::make_shared<bool>(false);
   CLI::App* start = app.add_subcommand("start", "Start an acceleration");
-  AddStartOptions(*start, *request);
+  addStartOptions(*start, *request);
   start->add_flag("--wait", *wait, "Show the progress until it runs or has ended");
   start->callback([&context, request, wait] {
     context.action = [&context, request, wait] {
-      return SendAndAwait(
+      return sendAndAwait(
           context, *wait, ipc::NotifyStartAccel, "start", "Start accepted.",
-          [&](client::ServiceClient& service) { return Accepted(service.Start(*request)); });
+          [&](client::ServiceClient& service) { return accepted(service.start(*request)); });
     };
   });
 }
 
-void AddStartEx(CLI::App& app, Context& context) {
+void addStartEx(CLI::App& app, Context& context) {
   auto request = std::make_shared<client::StartExRequest>();
   auto wait = std::make_shared<bool>(false);
   CLI::App* start =
       app.add_subcommand("start-ex", "Stop whatever runs, then start with one more argument");
-  AddStartOptions(*start, request->start);
+  addStartOptions(*start, request->start);
   start->add_option("--arg4", request->startArg4, "startArg4")->capture_default_str();
   start->add_flag("--wait", *wait, "Show the progress until it runs or has ended");
   start->callback([&context, request, wait] {
     context.action = [&context, request, wait] {
-      return SendAndAwait(
+      return sendAndAwait(
           context, *wait, ipc::NotifyStartAccelEx, "start-ex", "Start accepted.",
-          [&](client::ServiceClient& service) { return Accepted(service.StartEx(*request)); });
+          [&](client::ServiceClient& service) { return accepted(service.startEx(*request)); });
     };
   });
 }
 
-void AddStop(CLI::App& app, Context& context) {
+void addStop(CLI::App& app, Context& context) {
   auto wait = std::make_shared<bool>(false);
   CLI::App* stop = app.add_subcommand("stop", "Stop the acceleration, whoever started it");
   stop->add_flag("--wait", *wait, "Wait for the result, which is announced later");
   stop->callback([&context, wait] {
     context.action = [&context, wait] {
-      return SendAndAwait(context, *wait, ipc::NotifyStopAccel, "stop", "Stop request taken.",
-                          [](client::ServiceClient& service) { return service.Stop(); });
+      return sendAndAwait(context, *wait, ipc::NotifyStopAccel, "stop", "Stop request taken.",
+                          [](client::ServiceClient& service) { return service.stop(); });
     };
   });
 }
 
 }  // namespace
 
-void AddControlCommands(CLI::App& app, Context& context) {
-  AddStart(app, context);
-  AddStartEx(app, context);
-  AddStop(app, context);
+void addControlCommands(CLI::App& app, Context& context) {
+  addStart(app, context);
+  addStartEx(app, context);
+  addStop(app, context);
   app.add_subcommand("leave", "Say that this client leaves; the last one to leave ends the service")
       ->callback([&context] {
         context.action = [&context] {
-          return AskAndPrint(context, "leave",
-                             [](client::ServiceClient& service) { return service.Leave(); });
+          return askAndPrint(context, "leave",
+                             [](client::ServiceClient& service) { return service.leave(); });
         };
       });
 }

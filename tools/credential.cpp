@@ -30,37 +30,37 @@ class WithoutEcho {
   bool hidden_ = false;
 };
 
-client::Error None(DWORD code) {
+client::Error none(DWORD code) {
   return client::Error{client::ErrorKind::Usage, "read the credential", code,
                        "it is neither an argument nor a line of standard input"};
 }
 
 template <typename Character, typename Read>
-client::Result<std::basic_string<Character>> ReadLine(Read read) {
+client::Result<std::basic_string<Character>> readLine(Read read) {
   std::basic_string<Character> line;
   for (Character next{}; line.size() <= kLongest;) {
     DWORD count = 0;
     if (!read(&next, &count)) {
       const DWORD code = GetLastError();
-      if (code != ERROR_BROKEN_PIPE) return None(code);
+      if (code != ERROR_BROKEN_PIPE) return none(code);
       count = 0;
     }
     const bool end = count == 0;
-    if (end && line.empty()) return None(0);
+    if (end && line.empty()) return none(0);
     if (end || next == '\n') break;
     if (next != '\r') line += next;
   }
   return line;
 }
 
-client::Result<std::string> FromConsole(HANDLE input, DWORD mode, Console& console) {
+client::Result<std::string> fromConsole(HANDLE input, DWORD mode, Console& console) {
   const WithoutEcho silence(input, mode);
-  if (!silence.hidden()) return None(0);
-  console.Err("Credential: ");
-  auto line = ReadLine<wchar_t>([input](wchar_t* next, DWORD* count) {
+  if (!silence.hidden()) return none(0);
+  console.err("Credential: ");
+  auto line = readLine<wchar_t>([input](wchar_t* next, DWORD* count) {
     return ReadConsoleW(input, next, 1, count, nullptr);
   });
-  console.Err("\n");
+  console.err("\n");
   if (!line) return line.error();
   auto utf8 = win32::utf8FromWide(line.value());
   SecureZeroMemory(line.value().data(), line.value().size() * sizeof(wchar_t));
@@ -69,11 +69,11 @@ client::Result<std::string> FromConsole(HANDLE input, DWORD mode, Console& conso
 
 }  // namespace
 
-client::Result<std::string> ReadCredential(Console& console) {
+client::Result<std::string> readCredential(Console& console) {
   const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
   DWORD mode = 0;
-  if (GetConsoleMode(input, &mode)) return FromConsole(input, mode, console);
-  return ReadLine<char>(
+  if (GetConsoleMode(input, &mode)) return fromConsole(input, mode, console);
+  return readLine<char>(
       [input](char* next, DWORD* count) { return ReadFile(input, next, 1, count, nullptr); });
 }
 

@@ -11,6 +11,6 @@ namespace orva_accelerator::tools {
 
 // One line of standard input, without its end: asked for on standard error and typed without echo
 // where standard input is a console. A usage error when there is none.
-client::Result<std::string> ReadCredential(Console& console);
+client::Result<std::string> readCredential(Console& console);
 
 }  // namespace orva_accelerator::tools

@@ -17,60 +17,60 @@ struct DataOptions {
 };
 
 // On a terminal the view stays in its place; elsewhere the views follow each other.
-void Show(Context& context, const LiveFigures& figures, std::uint32_t shown) {
+void show(Context& context, const LiveFigures& figures, std::uint32_t shown) {
   if (context.console.outIsTerminal()) {
     const char* home = shown == 0 ? "\x1b[2J\x1b[H" : "\x1b[H\x1b[J";
-    context.console.Out(home + figures.Text() + "\nCtrl+C ends this view.\n");
+    context.console.out(home + figures.text() + "\nCtrl+C ends this view.\n");
   } else {
-    context.console.Out((shown == 0 ? "" : "\n") + figures.Text());
+    context.console.out((shown == 0 ? "" : "\n") + figures.text());
   }
 }
 
 // True when Ctrl+C came first.
-bool PauseOrInterrupt(milliseconds pause) {
+bool pauseOrInterrupt(milliseconds pause) {
   const auto duration = static_cast<DWORD>(pause.count());  // At most a day.
-  const HANDLE interrupt = InterruptEvent();
+  const HANDLE interrupt = interruptEvent();
   if (interrupt != nullptr) return WaitForSingleObject(interrupt, duration) == WAIT_OBJECT_0;
   Sleep(duration);
   return false;
 }
 
-int RunLive(Context& context, const DataOptions& options) {
-  auto service = context.Connect();
-  if (!service) return context.Fail(service.error());
+int runLive(Context& context, const DataOptions& options) {
+  auto service = context.connect();
+  if (!service) return context.fail(service.error());
   LiveFigures figures;
   for (std::uint32_t shown = 0;; ++shown) {
     auto data = service.value().GetAccelData();
-    if (!data) return context.Fail(data.error());
+    if (!data) return context.fail(data.error());
     if (context.options.json) {
-      context.Print("data", ToJson(*data.value()));
+      context.print("data", toJson(*data.value()));
     } else {
-      figures.Add(ToJson(*data.value()));
-      Show(context, figures, shown);
+      figures.add(toJson(*data.value()));
+      show(context, figures, shown);
     }
-    if (context.console.outFailed()) return kExitOther;
-    if (options.count != 0 && shown + 1 == options.count) return kExitOk;
-    if (PauseOrInterrupt(options.every)) return kExitOk;
+    if (context.console.outFailed()) return ExitOther;
+    if (options.count != 0 && shown + 1 == options.count) return ExitOk;
+    if (pauseOrInterrupt(options.every)) return ExitOk;
   }
 }
 
-int RunOnce(Context& context) {
-  return AskAndPrint(context, "data",
+int runOnce(Context& context) {
+  return askAndPrint(context, "data",
                      [](client::ServiceClient& service) { return service.GetAccelData(); });
 }
 
 }  // namespace
 
-void AddDataCommand(CLI::App& app, Context& context) {
+void addDataCommand(CLI::App& app, Context& context) {
   auto options = std::make_shared<DataOptions>();
   CLI::App* data = app.add_subcommand("data", "The figures of the acceleration");
-  CLI::Option* every = AddDuration(*data, "--every", options->every, std::chrono::seconds(1),
+  CLI::Option* every = addDuration(*data, "--every", options->every, std::chrono::seconds(1),
                                    "Refresh a live view until Ctrl+C; a bare number is seconds");
   data->add_option("--count", options->count, "End the live view after so many refreshes")
       ->needs(every);
   data->callback([&context, options] {
     context.action = [&context, options] {
-      return options->every.count() == 0 ? RunOnce(context) : RunLive(context, *options);
+      return options->every.count() == 0 ? runOnce(context) : runLive(context, *options);
     };
   });
 }

@@ -25,23 +25,23 @@ constexpr Range kControls[] = {{0x0000, 0x001F}, {0x007F, 0x009F}, {0x061C, 0x06
                                {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
 
 template <std::size_t N>
-bool In(const Range (&ranges)[N], std::uint32_t character) {
+bool in(const Range (&ranges)[N], std::uint32_t character) {
   return std::ranges::any_of(ranges, [character](const Range& range) {
     return character >= range.first && character <= range.last;
   });
 }
 
-std::size_t WidthOf(std::uint32_t character) {
-  if (In(kCombining, character)) return 0;
-  return In(kWide, character) ? 2 : 1;
+std::size_t widthOf(std::uint32_t character) {
+  if (in(kCombining, character)) return 0;
+  return in(kWide, character) ? 2 : 1;
 }
 
-bool IsContinuation(char byte) {
+bool isContinuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
 // The bits of a lead byte that belong to the character.
-std::uint32_t LeadBits(unsigned char lead) {
+std::uint32_t leadBits(unsigned char lead) {
   if (lead < 0x80) return lead;
   if (lead < 0xE0) return lead & 0x1FU;
   if (lead < 0xF0) return lead & 0x0FU;
@@ -50,38 +50,38 @@ std::uint32_t LeadBits(unsigned char lead) {
 
 }  // namespace
 
-std::size_t DisplayWidth(std::string_view utf8) {
+std::size_t displayWidth(std::string_view utf8) {
   std::size_t width = 0;
   for (std::size_t i = 0; i < utf8.size();) {
-    std::uint32_t character = LeadBits(static_cast<unsigned char>(utf8[i]));
-    for (++i; i < utf8.size() && IsContinuation(utf8[i]); ++i) {
+    std::uint32_t character = leadBits(static_cast<unsigned char>(utf8[i]));
+    for (++i; i < utf8.size() && isContinuation(utf8[i]); ++i) {
       character = (character << 6) | (static_cast<unsigned char>(utf8[i]) & 0x3FU);
     }
-    width += WidthOf(character);
+    width += widthOf(character);
   }
   return width;
 }
 
-std::string Padded(std::string_view utf8, std::size_t width) {
+std::string padded(std::string_view utf8, std::size_t width) {
   std::string text(utf8);
-  const std::size_t has = DisplayWidth(utf8);
+  const std::size_t has = displayWidth(utf8);
   if (has < width) text.append(width - has, ' ');
   return text;
 }
 
-std::string WithoutControls(std::string_view utf8, ControlsAs controls) {
+std::string withoutControls(std::string_view utf8, ControlsAs controls) {
   std::string text;
   for (std::size_t i = 0; i < utf8.size();) {
     const std::size_t begin = i;
-    std::uint32_t character = LeadBits(static_cast<unsigned char>(utf8[i]));
-    for (++i; i < utf8.size() && IsContinuation(utf8[i]); ++i) {
+    std::uint32_t character = leadBits(static_cast<unsigned char>(utf8[i]));
+    for (++i; i < utf8.size() && isContinuation(utf8[i]); ++i) {
       character = (character << 6) | (static_cast<unsigned char>(utf8[i]) & 0x3FU);
     }
     if (static_cast<unsigned char>(utf8[begin]) >= 0x80 && i - begin == 1) {
       text += "\xEF\xBF\xBD";  // No character: U+FFFD.
       continue;
     }
-    if (!In(kControls, character)) {
+    if (!in(kControls, character)) {
       text += utf8.substr(begin, i - begin);
       continue;
     }

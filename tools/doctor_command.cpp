@@ -13,73 +13,73 @@
 namespace orva_accelerator::tools {
 namespace {
 
-void ExamineFiles(const ServiceFacts& facts, bool underWine, Findings& findings) {
+void examineFiles(const ServiceFacts& facts, bool underWine, Findings& findings) {
   if (!facts.config) {
     findings.push_back({"path", Verdict::Warning, "this account may not read the registration",
                         "run \"OrvaAcceleratorService.exe install\" as administrator"});
     return;
   }
-  const RegisteredPath path = ParseRegisteredPath(facts.config->path);
-  const std::wstring folder = FolderOf(path.file);
-  const std::wstring library = LibraryBelow(folder);
-  findings.push_back(CheckSpelling(path, ProgramFilesFolders()));
-  findings.push_back(CheckExecutable(path.file));
-  findings.push_back(CheckLibrary(library));
-  findings.push_back(CheckWriteAccess(
-      {folder, path.file, folder + L"\\accel_sdk", FolderOf(library), library}, underWine));
-  findings.push_back(CheckStartType(*facts.config));
-  findings.push_back(CheckAccount(*facts.config));
-  findings.push_back(CheckProcessImage(facts, path));
+  const RegisteredPath path = parseRegisteredPath(facts.config->path);
+  const std::wstring folder = folderOf(path.file);
+  const std::wstring library = libraryBelow(folder);
+  findings.push_back(checkSpelling(path, programFilesFolders()));
+  findings.push_back(checkExecutable(path.file));
+  findings.push_back(checkLibrary(library));
+  findings.push_back(checkWriteAccess(
+      {folder, path.file, folder + L"\\accel_sdk", folderOf(library), library}, underWine));
+  findings.push_back(checkStartType(*facts.config));
+  findings.push_back(checkAccount(*facts.config));
+  findings.push_back(checkProcessImage(facts, path));
 }
 
-void ExamineRunning(const Options& options, const ServiceFacts& facts, Findings& findings) {
-  findings.push_back(CheckPipe("request pipe", options.request, facts, options.timeout));
+void examineRunning(const Options& options, const ServiceFacts& facts, Findings& findings) {
+  findings.push_back(checkPipe("request pipe", options.request, facts, options.timeout));
   const bool answers = findings.back().verdict == Verdict::Ok;
-  findings.push_back(CheckPipe("push pipe", options.push, facts, options.timeout));
-  findings.push_back(answers ? CheckHeartbeat(options.request, options.clientId, options.timeout)
+  findings.push_back(checkPipe("push pipe", options.push, facts, options.timeout));
+  findings.push_back(answers ? checkHeartbeat(options.request, options.clientId, options.timeout)
                              : Finding{"heartbeat",
                                        Verdict::NotChecked,
                                        "nothing is sent to a pipe that is not the service's",
                                        {}});
-  findings.push_back(CheckHostApplication(facts));
+  findings.push_back(checkHostApplication(facts));
 }
 
-Findings Examine(const Options& options) {
-  const bool underWine = RunsUnderWine();
-  const ServiceFacts facts = GatherServiceFacts(options.request.serviceName);
-  Findings findings{CheckRegistered(facts)};
+Findings examine(const Options& options) {
+  const bool underWine = runsUnderWine();
+  const ServiceFacts facts = gatherServiceFacts(options.request.serviceName);
+  Findings findings{checkRegistered(facts)};
   if (facts.registered()) {
-    findings.push_back(CheckDeletion(facts));
-    ExamineFiles(facts, underWine, findings);
-    findings.push_back(CheckSecurity(facts, underWine));
-    findings.push_back(CheckState(facts));
+    findings.push_back(checkDeletion(facts));
+    examineFiles(facts, underWine, findings);
+    findings.push_back(checkSecurity(facts, underWine));
+    findings.push_back(checkState(facts));
   }
-  ExamineRunning(options, facts, findings);
+  examineRunning(options, facts, findings);
   return findings;
 }
 
-void Print(Context& context, const Finding& finding) {
+void print(Context& context, const Finding& finding) {
   if (context.options.json) {
-    context.Print("doctor", Json{{"check", finding.check},
-                                 {"verdict", VerdictName(finding.verdict)},
+    context.print("doctor", Json{{"check", finding.check},
+                                 {"verdict", verdictName(finding.verdict)},
                                  {"text", finding.text},
                                  {"advice", finding.advice}});
     return;
   }
   constexpr std::size_t kVerdictWidth = 13;
   constexpr std::size_t kCheckWidth = 18;
-  std::string line = Padded(VerdictName(finding.verdict), kVerdictWidth) +
-                     Padded(finding.check, kCheckWidth) + WithoutControls(finding.text);
+  std::string line = padded(verdictName(finding.verdict), kVerdictWidth) +
+                     padded(finding.check, kCheckWidth) + withoutControls(finding.text);
   if (!finding.advice.empty()) {
     line += "\n" + std::string(kVerdictWidth + kCheckWidth, ' ') + "-> " + finding.advice;
   }
-  context.Say(line);
+  context.say(line);
 }
 
-int RunDoctor(Context& context) {
-  const Findings findings = Examine(context.options);
-  for (const Finding& finding : findings) Print(context, finding);
-  const Verdict worst = WorstOf(findings);
+int runDoctor(Context& context) {
+  const Findings findings = examine(context.options);
+  for (const Finding& finding : findings) print(context, finding);
+  const Verdict worst = worstOf(findings);
   const auto count = [&findings](Verdict verdict) {
     return std::ranges::count_if(
         findings, [verdict](const Finding& finding) { return finding.verdict == verdict; });
@@ -87,19 +87,19 @@ int RunDoctor(Context& context) {
   const auto problems = count(Verdict::Problem);
   const auto warnings = count(Verdict::Warning);
   if (context.options.json) {
-    context.Print("doctor", Json{{"problems", problems}, {"warnings", warnings}});
+    context.print("doctor", Json{{"problems", problems}, {"warnings", warnings}});
   }
-  context.Say("\nProblems: " + std::to_string(problems) +
+  context.say("\nProblems: " + std::to_string(problems) +
               ", warnings: " + std::to_string(warnings) + ".");
-  if (worst == Verdict::Problem) return kExitProblems;
-  return worst == Verdict::Warning ? kExitWarnings : kExitOk;
+  if (worst == Verdict::Problem) return ExitProblems;
+  return worst == Verdict::Warning ? ExitWarnings : ExitOk;
 }
 
 }  // namespace
 
-void AddDoctorCommand(CLI::App& app, Context& context) {
+void addDoctorCommand(CLI::App& app, Context& context) {
   app.add_subcommand("doctor", "Find out why the service does not work; changes nothing")
-      ->callback([&context] { context.action = [&context] { return RunDoctor(context); }; });
+      ->callback([&context] { context.action = [&context] { return runDoctor(context); }; });
 }
 
 }  // namespace orva_accelerator::tools

@@ -5,7 +5,7 @@
 
 namespace orva_accelerator::tools {
 
-std::optional<std::chrono::milliseconds> ParseDuration(std::string_view text,
+std::optional<std::chrono::milliseconds> parseDuration(std::string_view text,
                                                        std::chrono::milliseconds bareUnit) {
   auto factor = static_cast<double>(bareUnit.count());
   if (text.ends_with("ms")) {

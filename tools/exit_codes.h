@@ -6,43 +6,43 @@
 namespace orva_accelerator::tools {
 
 enum ExitCode : int {
-  kExitOk = 0,
-  kExitOther = 1,      // Any other failed Win32 call.
-  kExitUsage = 2,      // The command line, or an argument that no request can carry.
-  kExitNoService = 3,  // The service is not installed or does not run.
-  kExitTimeout = 4,
-  kExitRefused = 5,   // The service or the library said no, or knows nothing of what was asked.
-  kExitProtocol = 6,  // What came does not keep to the protocol.
-  kExitWarnings = 7,  // The doctor's worst finding is a warning.
-  kExitProblems = 8,  // The doctor found a problem.
-  kExitNotTheService = 9,  // Somebody else serves the pipe.
-  kExitHungUp = 10,        // The service ended the connection, or itself.
-  kExitInterrupted = 130,  // Ctrl+C before the end.
+  ExitOk = 0,
+  ExitOther = 1,      // Any other failed Win32 call.
+  ExitUsage = 2,      // The command line, or an argument that no request can carry.
+  ExitNoService = 3,  // The service is not installed or does not run.
+  ExitTimeout = 4,
+  ExitRefused = 5,        // The service or the library said no, or knows nothing of what was asked.
+  ExitProtocol = 6,       // What came does not keep to the protocol.
+  ExitWarnings = 7,       // The doctor's worst finding is a warning.
+  ExitProblems = 8,       // The doctor found a problem.
+  ExitNotTheService = 9,  // Somebody else serves the pipe.
+  ExitHungUp = 10,        // The service ended the connection, or itself.
+  ExitInterrupted = 130,  // Ctrl+C before the end.
 };
 
-constexpr int ExitCodeOf(client::ErrorKind kind) {
+constexpr int exitCodeOf(client::ErrorKind kind) {
   switch (kind) {
     case client::ErrorKind::Usage:
-      return kExitUsage;
+      return ExitUsage;
     case client::ErrorKind::NotInstalled:
     case client::ErrorKind::NotRunning:
-      return kExitNoService;
+      return ExitNoService;
     case client::ErrorKind::NotTheService:
-      return kExitNotTheService;
+      return ExitNotTheService;
     case client::ErrorKind::HungUp:
-      return kExitHungUp;
+      return ExitHungUp;
     case client::ErrorKind::Timeout:
-      return kExitTimeout;
+      return ExitTimeout;
     case client::ErrorKind::Refused:
-      return kExitRefused;
+      return ExitRefused;
     case client::ErrorKind::Protocol:
-      return kExitProtocol;
+      return ExitProtocol;
     case client::ErrorKind::Interrupted:
-      return kExitInterrupted;
+      return ExitInterrupted;
     case client::ErrorKind::System:
-      return kExitOther;
+      return ExitOther;
   }
-  return kExitOther;
+  return ExitOther;
 }
 
 }  // namespace orva_accelerator::tools

@@ -63,7 +63,7 @@ Exit codes: 0 done, 1 other failure, 2 usage, 3 not installed or not running, 4 
 6 protocol error, 9 somebody else serves the pipe, 10 the service hung up or has ended, 130 Ctrl+C;
 of the doctor: 0 all is well, 7 warnings, 8 problems.)";
 
-std::string Examples(const std::string& lines) {
+std::string examples(const std::string& lines) {
   std::string text = "\nExamples:\n  orvactl ";
   for (const char c : lines) {
     text += c;
@@ -77,12 +77,12 @@ std::string Examples(const std::string& lines) {
 const char kSummary[] =
     "Starts the accelerator service, asks it, and shows what it answers and announces.";
 
-void AddHelpTexts(CLI::App& app) {
+void addHelpTexts(CLI::App& app) {
   app.footer(kFirstSteps);
   for (const HelpText& help : kHelpTexts) {
     CLI::App* command = app.get_subcommand(help.command);
     command->group(help.group);
-    command->footer(Examples(help.examples));
+    command->footer(examples(help.examples));
   }
 }
 

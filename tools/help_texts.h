@@ -10,6 +10,6 @@ extern const char kSummary[];
 
 // Puts each command into its group and its examples behind its help, and the first steps behind the
 // help of `app`.
-void AddHelpTexts(CLI::App& app);
+void addHelpTexts(CLI::App& app);
 
 }  // namespace orva_accelerator::tools

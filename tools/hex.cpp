@@ -9,21 +9,21 @@ namespace {
 constexpr std::size_t kBytesPerLine = 16;
 constexpr char kDigits[] = "0123456789abcdef";
 
-int DigitValue(char digit) {
+int digitValue(char digit) {
   if (digit >= '0' && digit <= '9') return digit - '0';
   if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
   if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
   return -1;
 }
 
-void AppendHex(std::string& text, std::uint8_t byte) {
+void appendHex(std::string& text, std::uint8_t byte) {
   text += kDigits[byte >> 4];
   text += kDigits[byte & 0xF];
 }
 
 }  // namespace
 
-std::optional<client::Bytes> ParseHex(std::string_view text) {
+std::optional<client::Bytes> parseHex(std::string_view text) {
   client::Bytes bytes;
   for (std::size_t i = 0; i < text.size();) {
     if (text[i] == ' ') {
@@ -31,8 +31,8 @@ std::optional<client::Bytes> ParseHex(std::string_view text) {
       continue;
     }
     if (i + 1 == text.size()) return std::nullopt;
-    const int high = DigitValue(text[i]);
-    const int low = DigitValue(text[i + 1]);
+    const int high = digitValue(text[i]);
+    const int low = digitValue(text[i + 1]);
     if (high < 0 || low < 0) return std::nullopt;
     bytes.push_back(static_cast<std::uint8_t>(high * 16 + low));
     i += 2;
@@ -40,13 +40,13 @@ std::optional<client::Bytes> ParseHex(std::string_view text) {
   return bytes;
 }
 
-std::string PlainHex(client::ByteView bytes) {
+std::string plainHex(client::ByteView bytes) {
   std::string text;
-  for (const std::uint8_t byte : bytes) AppendHex(text, byte);
+  for (const std::uint8_t byte : bytes) appendHex(text, byte);
   return text;
 }
 
-std::string HexDump(client::ByteView bytes) {
+std::string hexDump(client::ByteView bytes) {
   std::string dump;
   for (std::size_t offset = 0; offset < bytes.size(); offset += kBytesPerLine) {
     const auto line = bytes.subspan(offset, std::min(kBytesPerLine, bytes.size() - offset));
@@ -56,7 +56,7 @@ std::string HexDump(client::ByteView bytes) {
     for (std::size_t i = 0; i < kBytesPerLine; ++i) {
       dump += i % 8 == 0 ? " " : "";
       if (i < line.size()) {
-        AppendHex(dump, line[i]);
+        appendHex(dump, line[i]);
         dump += ' ';
       } else {
         dump += "   ";

@@ -10,12 +10,12 @@
 namespace orva_accelerator::tools {
 
 // "0100ff", "01 00 FF": pairs of digits, blanks between pairs allowed. Nothing for anything else.
-std::optional<client::Bytes> ParseHex(std::string_view text);
+std::optional<client::Bytes> parseHex(std::string_view text);
 
 // "0100ff".
-std::string PlainHex(client::ByteView bytes);
+std::string plainHex(client::ByteView bytes);
 
 // Sixteen bytes a line: offset, bytes, and what of them is printable ASCII.
-std::string HexDump(client::ByteView bytes);
+std::string hexDump(client::ByteView bytes);
 
 }  // namespace orva_accelerator::tools

@@ -3,28 +3,28 @@
 namespace orva_accelerator::tools {
 namespace {
 
-HANDLE g_interrupt = nullptr;  // Written before the handler that reads it is installed.
+HANDLE interruptEventHandle = nullptr;  // Written before the handler that reads it is installed.
 
-BOOL WINAPI OnConsoleControl(DWORD control) {
+BOOL WINAPI onConsoleControl(DWORD control) {
   if (control != CTRL_C_EVENT && control != CTRL_BREAK_EVENT) return FALSE;
-  if (Interrupted(g_interrupt)) return FALSE;
-  return SetEvent(g_interrupt);
+  if (interrupted(interruptEventHandle)) return FALSE;
+  return SetEvent(interruptEventHandle);
 }
 
-HANDLE Install() {
-  g_interrupt = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  if (g_interrupt == nullptr) return nullptr;
-  return SetConsoleCtrlHandler(OnConsoleControl, TRUE) ? g_interrupt : nullptr;
+HANDLE install() {
+  interruptEventHandle = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  if (interruptEventHandle == nullptr) return nullptr;
+  return SetConsoleCtrlHandler(onConsoleControl, TRUE) ? interruptEventHandle : nullptr;
 }
 
 }  // namespace
 
-HANDLE InterruptEvent() {
-  static const HANDLE event = Install();
+HANDLE interruptEvent() {
+  static const HANDLE event = install();
   return event;
 }
 
-bool Interrupted(HANDLE event) {
+bool interrupted(HANDLE event) {
   return event != nullptr && WaitForSingleObject(event, 0) == WAIT_OBJECT_0;
 }
 

@@ -9,8 +9,8 @@ namespace orva_accelerator::tools {
 // second one ends it. Null if the system refuses either; the default behaviour is kept then.
 // Borrowed; lives until the process ends, because the system calls the handler from a thread of its
 // own at any time.
-HANDLE InterruptEvent();
+HANDLE interruptEvent();
 
-bool Interrupted(HANDLE event);
+bool interrupted(HANDLE event);
 
 }  // namespace orva_accelerator::tools

@@ -11,13 +11,13 @@ namespace orva_accelerator::tools {
 // is.
 class LatencyHistogram {
  public:
-  void Add(std::uint64_t microseconds);
-  void Add(const LatencyHistogram& other);
+  void add(std::uint64_t microseconds);
+  void add(const LatencyHistogram& other);
 
   std::uint64_t count() const { return count_; }
   std::uint64_t max() const { return max_; }
   // The latency that `percent` of all did not exceed; 0 without any.
-  std::uint64_t Percentile(double percent) const;
+  std::uint64_t percentile(double percent) const;
 
  private:
   static constexpr unsigned kExactBits = 7;
@@ -26,8 +26,8 @@ class LatencyHistogram {
   static constexpr std::size_t kBuckets =
       (std::size_t{1} << kExactBits) + (kLargestBits - kExactBits) * kPerOctave;
 
-  static std::size_t BucketOf(std::uint64_t value);
-  static std::uint64_t LargestOf(std::size_t bucket);
+  static std::size_t bucketOf(std::uint64_t value);
+  static std::uint64_t largestOf(std::size_t bucket);
 
   std::array<std::uint64_t, kBuckets> buckets_{};
   std::uint64_t count_ = 0;

@@ -14,24 +14,24 @@ constexpr std::size_t kLeastValueWidth = 12;  // So that the trends do not jump 
 
 }  // namespace
 
-void LiveFigures::Add(Json figures) {
+void LiveFigures::add(Json figures) {
   latest_ = std::move(figures);
   for (const auto& [name, value] : latest_.items()) {
-    if (value.is_number_unsigned()) trends_[name].Add(value.get<std::uint64_t>());
+    if (value.is_number_unsigned()) trends_[name].add(value.get<std::uint64_t>());
   }
 }
 
-std::string LiveFigures::Text() const {
+std::string LiveFigures::text() const {
   std::size_t width = kLeastValueWidth;
   for (const Json& value : latest_) {
-    if (value.is_number()) width = std::max(width, DisplayWidth(ValueText(value)));
+    if (value.is_number()) width = std::max(width, displayWidth(valueText(value)));
   }
   std::string text;
   for (const auto& [name, value] : latest_.items()) {
-    text += Padded(name, kNameWidth) + "  ";
+    text += padded(name, kNameWidth) + "  ";
     const auto trend = trends_.find(name);
-    const std::string line = trend == trends_.end() ? std::string() : trend->second.Line();
-    text += line.empty() ? ValueText(value) : Padded(ValueText(value), width) + "  " + line;
+    const std::string line = trend == trends_.end() ? std::string() : trend->second.line();
+    text += line.empty() ? valueText(value) : padded(valueText(value), width) + "  " + line;
     text += "\n";
   }
   return text;

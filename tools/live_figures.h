@@ -12,10 +12,10 @@ namespace orva_accelerator::tools {
 class LiveFigures {
  public:
   // An answer with the figures.
-  void Add(Json figures);
+  void add(Json figures);
 
   // One row a field with the latest value, and the trend of every figure that has moved.
-  std::string Text() const;
+  std::string text() const;
 
  private:
   Json latest_;

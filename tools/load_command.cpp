@@ -16,14 +16,14 @@ namespace {
 constexpr std::uint32_t kMostConnections = 256;
 constexpr std::size_t kLargestPayload = std::size_t{1} << 20;
 
-double PerSecond(std::uint64_t count, std::chrono::milliseconds time) {
+double perSecond(std::uint64_t count, std::chrono::milliseconds time) {
   const auto whole = std::max<std::int64_t>(time.count(), 1);
   // One digit behind the point is more than repeats.
   const std::uint64_t tenths = count * 10'000 / static_cast<std::uint64_t>(whole);
   return static_cast<double>(tenths) / 10;
 }
 
-Json LoadRecord(const LoadPlan& plan, const LoadOutcome& outcome) {
+Json loadRecord(const LoadPlan& plan, const LoadOutcome& outcome) {
   const LatencyHistogram& latencies = outcome.latencies;
   return Json{{"connections", plan.connections},
               {"failedConnections", outcome.failedConnections},
@@ -32,31 +32,31 @@ Json LoadRecord(const LoadPlan& plan, const LoadOutcome& outcome) {
               {"elapsedMs", outcome.elapsed.count()},
               {"interrupted", outcome.interrupted},
               {"count", latencies.count()},
-              {"perSecond", PerSecond(latencies.count(), outcome.elapsed)},
-              {"p50Us", latencies.Percentile(50)},
-              {"p90Us", latencies.Percentile(90)},
-              {"p99Us", latencies.Percentile(99)},
+              {"perSecond", perSecond(latencies.count(), outcome.elapsed)},
+              {"p50Us", latencies.percentile(50)},
+              {"p90Us", latencies.percentile(90)},
+              {"p99Us", latencies.percentile(99)},
               {"maxUs", latencies.max()}};
 }
 
 // To standard error, so that a redirected table holds nothing else.
-void ShowProgress(Context& context, std::chrono::milliseconds elapsed, std::uint64_t answers) {
+void showProgress(Context& context, std::chrono::milliseconds elapsed, std::uint64_t answers) {
   if (context.options.json) return;
-  context.console.Err(std::to_string(elapsed.count() / 1000) + " s: " + std::to_string(answers) +
-                      " answers, " + Json(PerSecond(answers, elapsed)).dump() + " a second\n");
+  context.console.err(std::to_string(elapsed.count() / 1000) + " s: " + std::to_string(answers) +
+                      " answers, " + Json(perSecond(answers, elapsed)).dump() + " a second\n");
 }
 
-int RunLoadCommand(Context& context, const LoadPlan& plan) {
+int runLoadCommand(Context& context, const LoadPlan& plan) {
   const LoadOutcome outcome =
-      RunLoad(context, plan, InterruptEvent(),
-              [&context](auto elapsed, auto answers) { ShowProgress(context, elapsed, answers); });
-  if (outcome.latencies.count() != 0) context.Print("load", LoadRecord(plan, outcome));
-  return outcome.firstError ? context.Fail(*outcome.firstError) : kExitOk;
+      runLoad(context, plan, interruptEvent(),
+              [&context](auto elapsed, auto answers) { showProgress(context, elapsed, answers); });
+  if (outcome.latencies.count() != 0) context.print("load", loadRecord(plan, outcome));
+  return outcome.firstError ? context.fail(*outcome.firstError) : ExitOk;
 }
 
 }  // namespace
 
-void AddLoadCommand(CLI::App& app, Context& context) {
+void addLoadCommand(CLI::App& app, Context& context) {
   auto plan = std::make_shared<LoadPlan>();
   plan->type = ipc::MsgHeartbeat;
   CLI::App* load =
@@ -64,7 +64,7 @@ void AddLoadCommand(CLI::App& app, Context& context) {
   load->add_option("--connections", plan->connections, "So many at once, each with a thread")
       ->check(CLI::Range(std::uint32_t{1}, kMostConnections))
       ->capture_default_str();
-  AddDuration(*load, "--seconds", plan->duration, std::chrono::seconds(1),
+  addDuration(*load, "--seconds", plan->duration, std::chrono::seconds(1),
               "For this time, or until Ctrl+C; a bare number is seconds (default: 5)");
   load->add_option(
       "--type", plan->type,
@@ -73,7 +73,7 @@ void AddLoadCommand(CLI::App& app, Context& context) {
       ->check(CLI::Range(std::size_t{0}, kLargestPayload))
       ->capture_default_str();
   load->callback([&context, plan] {
-    context.action = [&context, plan] { return RunLoadCommand(context, *plan); };
+    context.action = [&context, plan] { return runLoadCommand(context, *plan); };
   });
 }
 

@@ -23,14 +23,14 @@ class Load {
   Load(Context& context, const LoadPlan& plan)
       : context_(context), plan_(plan), payload_(plan.payloadBytes, 0) {}
 
-  void Start() {
+  void start() {
     working_ = plan_.connections;
     for (std::uint32_t i = 0; i < plan_.connections; ++i) {
-      threads_.emplace_back([this] { Work(); });
+      threads_.emplace_back([this] { work(); });
     }
   }
 
-  void Finish() {
+  void finish() {
     stop_ = true;
     for (std::thread& thread : threads_) thread.join();
   }
@@ -41,12 +41,12 @@ class Load {
   LoadOutcome& outcome() { return outcome_; }
 
  private:
-  void Work() {
+  void work() {
     LatencyHistogram latencies;
-    const auto error = Ask(latencies);
+    const auto error = ask(latencies);
     {
       const std::lock_guard guard(mutex_);
-      outcome_.latencies.Add(latencies);
+      outcome_.latencies.add(latencies);
       if (error) {
         ++outcome_.failedConnections;
         if (!outcome_.firstError) outcome_.firstError = error;
@@ -55,16 +55,16 @@ class Load {
     --working_;
   }
 
-  std::optional<client::Error> Ask(LatencyHistogram& latencies) {
-    auto service = context_.Connect();
+  std::optional<client::Error> ask(LatencyHistogram& latencies) {
+    auto service = context_.connect();
     if (!service) return service.error();
     while (!stop_) {
       const auto before = Clock::now();
-      const auto answer = service.value().Ask(plan_.type, payload_);
+      const auto answer = service.value().ask(plan_.type, payload_);
       if (!answer) return answer.error();
       const auto taken =
           std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - before);
-      latencies.Add(static_cast<std::uint64_t>(taken.count()));
+      latencies.add(static_cast<std::uint64_t>(taken.count()));
       ++answers_;
     }
     return std::nullopt;
@@ -82,7 +82,7 @@ class Load {
 };
 
 // True when Ctrl+C came.
-bool Pause(HANDLE interrupt, milliseconds time) {
+bool pause(HANDLE interrupt, milliseconds time) {
   if (interrupt != nullptr) {
     return WaitForSingleObject(interrupt, static_cast<DWORD>(time.count())) == WAIT_OBJECT_0;
   }
@@ -92,23 +92,23 @@ bool Pause(HANDLE interrupt, milliseconds time) {
 
 }  // namespace
 
-LoadOutcome RunLoad(Context& context, const LoadPlan& plan, HANDLE interrupt,
+LoadOutcome runLoad(Context& context, const LoadPlan& plan, HANDLE interrupt,
                     const std::function<void(milliseconds, std::uint64_t)>& progress) {
   const auto begin = Clock::now();
   const auto elapsed = [begin] {
     return std::chrono::duration_cast<milliseconds>(Clock::now() - begin);
   };
   Load load(context, plan);
-  load.Start();
+  load.start();
   milliseconds nextProgress = kProgressEvery;
   bool interrupted = false;
   while (!interrupted && !load.isOver() && elapsed() < plan.duration) {
-    interrupted = Pause(interrupt, std::min(kTurn, plan.duration));
+    interrupted = pause(interrupt, std::min(kTurn, plan.duration));
     if (elapsed() < nextProgress) continue;
     progress(elapsed(), load.answers());
     nextProgress = elapsed() + kProgressEvery;
   }
-  load.Finish();
+  load.finish();
   LoadOutcome outcome = load.outcome();
   outcome.elapsed = elapsed();
   outcome.interrupted = interrupted;

@@ -33,7 +33,7 @@ struct LoadOutcome {
 // Runs until the time is over, every connection has failed, or `interrupt` (borrowed, may be null)
 // is signalled; requests under way are finished first. A connection that fails is not replaced.
 // `progress` gets the time and the number of answers about once a second, on the caller's thread.
-LoadOutcome RunLoad(Context& context, const LoadPlan& plan, HANDLE interrupt,
+LoadOutcome runLoad(Context& context, const LoadPlan& plan, HANDLE interrupt,
                     const std::function<void(std::chrono::milliseconds, std::uint64_t)>& progress);
 
 }  // namespace orva_accelerator::tools

@@ -10,12 +10,12 @@
 namespace orva_accelerator::tools {
 
 // "accelerating", "ended" or "progress".
-const char* StateName(const orva_accel_result& result);
+const char* stateName(const orva_accel_result& result);
 
 // `ownId` is the client id of the reader, to tell its own outcomes from those of others.
-Json NotificationJson(const orva_notification& notification, std::uint32_t ownId);
+Json notificationJson(const orva_notification& notification, std::uint32_t ownId);
 
 // One line without line end: "start   client 7 (own)  accelerating  state 4, value1 1, ...".
-std::string NotificationText(const orva_notification& notification, std::uint32_t ownId);
+std::string notificationText(const orva_notification& notification, std::uint32_t ownId);
 
 }  // namespace orva_accelerator::tools

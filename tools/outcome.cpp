@@ -11,95 +11,95 @@ namespace {
 
 constexpr char kStep[] = "get the outcome";
 
-bool Settles(const orva_notification& notification) {
+bool settles(const orva_notification& notification) {
   const orva_accel_result* start = notification.accel;
   return start == nullptr || start->accelerating != 0 || start->ended != 0;
 }
 
-client::Error NotDone(const char* what, std::int64_t number) {
+client::Error notDone(const char* what, std::int64_t number) {
   return client::Error{client::ErrorKind::Refused, kStep, 0,
                        std::string(what) + " " + std::to_string(number)};
 }
 
-client::Result<client::Done> Judge(const orva_notification& notification) {
+client::Result<client::Done> judge(const orva_notification& notification) {
   if (notification.accel != nullptr && notification.accel->ended != 0) {
-    return NotDone("the acceleration ended with state", notification.accel->state);
+    return notDone("the acceleration ended with state", notification.accel->state);
   }
   if (notification.stop != nullptr && notification.stop->success == 0) {
-    return NotDone("the library could not stop: code", notification.stop->code);
+    return notDone("the library could not stop: code", notification.stop->code);
   }
   if (notification.login != nullptr && notification.login->success == 0) {
-    return NotDone("the login failed with code", notification.login->code);
+    return notDone("the login failed with code", notification.login->code);
   }
   return client::Done{};
 }
 
-client::Error NeverCame(const client::Error& timeout) {
+client::Error neverCame(const client::Error& timeout) {
   return client::Error{client::ErrorKind::Timeout, kStep, timeout.win32Code,
                        "the service announced nothing in time; the library may have refused"};
 }
 
 }  // namespace
 
-void PrintNotification(Context& context, const orva_notification& notification) {
+void printNotification(Context& context, const orva_notification& notification) {
   const std::uint32_t own = context.options.clientId;
-  context.console.Out((context.options.json ? OneLine(NotificationJson(notification, own))
-                                            : NotificationText(notification, own)) +
+  context.console.out((context.options.json ? oneLine(notificationJson(notification, own))
+                                            : notificationText(notification, own)) +
                       "\n");
 }
 
-client::Result<client::Done> AwaitOutcome(Context& context, client::PushChannel& push,
+client::Result<client::Done> awaitOutcome(Context& context, client::PushChannel& push,
                                           std::uint32_t type) {
-  const auto deadline = client::Deadline::After(context.options.waitTimeout);
-  const HANDLE interrupt = InterruptEvent();
+  const auto deadline = client::Deadline::after(context.options.waitTimeout);
+  const HANDLE interrupt = interruptEvent();
   for (;;) {
-    auto next = push.Next(deadline, interrupt);
+    auto next = push.next(deadline, interrupt);
     if (!next) {
       const bool late = next.error().kind == client::ErrorKind::Timeout;
-      return late ? NeverCame(next.error()) : next.error();
+      return late ? neverCame(next.error()) : next.error();
     }
     const orva_notification& notification = *next.value();
     if (notification.client_id != context.options.clientId) continue;
-    PrintNotification(context, notification);
-    if (notification.type == type && Settles(notification)) return Judge(notification);
-    if (Interrupted(interrupt)) {
+    printNotification(context, notification);
+    if (notification.type == type && settles(notification)) return judge(notification);
+    if (interrupted(interrupt)) {
       return client::Error{client::ErrorKind::Interrupted, kStep, 0, "interrupted"};
     }
   }
 }
 
-client::Result<ListeningClient> ConnectListening(Context& context) {
-  auto push = context.Register();
+client::Result<ListeningClient> connectListening(Context& context) {
+  auto push = context.registerPush();
   if (!push) return push.error();
-  auto service = context.Connect();
+  auto service = context.connect();
   if (!service) return service.error();
-  auto heartbeat = service.value().Heartbeat();
+  auto heartbeat = service.value().heartbeat();
   if (!heartbeat) return heartbeat.error();
   return ListeningClient{std::move(push.value()), std::move(service.value())};
 }
 
-int SendAndAwait(Context& context, bool wait, std::uint32_t type, const char* command,
+int sendAndAwait(Context& context, bool wait, std::uint32_t type, const char* command,
                  const char* taken, const Send& send) {
   const auto report = [&] {
-    if (context.options.json) context.Print(command, Json{{"taken", true}});
-    context.Say(taken);
+    if (context.options.json) context.print(command, Json{{"taken", true}});
+    context.say(taken);
   };
   if (!wait) {
-    auto service = context.Connect();
-    if (!service) return context.Fail(service.error());
+    auto service = context.connect();
+    if (!service) return context.fail(service.error());
     auto sent = send(service.value());
-    if (!sent) return context.Fail(sent.error());
+    if (!sent) return context.fail(sent.error());
     report();
-    return kExitOk;
+    return ExitOk;
   }
-  auto listening = ConnectListening(context);
-  if (!listening) return context.Fail(listening.error());
+  auto listening = connectListening(context);
+  if (!listening) return context.fail(listening.error());
   auto sent = send(listening.value().service);
-  if (!sent) return context.Fail(sent.error());
+  if (!sent) return context.fail(sent.error());
   report();
-  auto outcome = AwaitOutcome(context, listening.value().push, type);
-  if (!outcome) return context.Fail(outcome.error());
-  return kExitOk;
+  auto outcome = awaitOutcome(context, listening.value().push, type);
+  if (!outcome) return context.fail(outcome.error());
+  return ExitOk;
 }
 
 }  // namespace orva_accelerator::tools

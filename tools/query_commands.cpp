@@ -8,20 +8,20 @@ namespace {
 
 // The answers whose first word says whether the library had anything.
 template <typename Ask>
-int AskWithStatus(Context& context, const char* command, Ask ask) {
-  auto service = context.Connect();
-  if (!service) return context.Fail(service.error());
+int askWithStatus(Context& context, const char* command, Ask ask) {
+  auto service = context.connect();
+  if (!service) return context.fail(service.error());
   auto answer = ask(service.value());
-  if (!answer) return context.Fail(answer.error());
+  if (!answer) return context.fail(answer.error());
   if (answer.value()->status == 0) {
-    return context.Fail(client::Error{client::ErrorKind::Refused, "answer that", 0,
+    return context.fail(client::Error{client::ErrorKind::Refused, "answer that", 0,
                                       "the library has nothing for it or is not initialised"});
   }
-  context.Print(command, ToJson(*answer.value()));
-  return kExitOk;
+  context.print(command, toJson(*answer.value()));
+  return ExitOk;
 }
 
-void AddGameCommand(CLI::App& app, Context& context, const char* name, const char* help,
+void addGameCommand(CLI::App& app, Context& context, const char* name, const char* help,
                     int (*run)(Context&, std::uint32_t)) {
   auto gameId = std::make_shared<std::uint32_t>(0);
   CLI::App* command = app.add_subcommand(name, help);
@@ -31,25 +31,25 @@ void AddGameCommand(CLI::App& app, Context& context, const char* name, const cha
   });
 }
 
-int RunLast(Context& context, std::uint32_t gameId) {
-  return AskWithStatus(context, "last", [gameId](client::ServiceClient& service) {
-    return service.GetLastAccelInfo(gameId);
+int runLast(Context& context, std::uint32_t gameId) {
+  return askWithStatus(context, "last", [gameId](client::ServiceClient& service) {
+    return service.getLastAccelInfo(gameId);
   });
 }
 
-int RunGame(Context& context, std::uint32_t gameId) {
-  return AskWithStatus(context, "game", [gameId](client::ServiceClient& service) {
-    return service.GetGameInfo(gameId);
+int runGame(Context& context, std::uint32_t gameId) {
+  return askWithStatus(context, "game", [gameId](client::ServiceClient& service) {
+    return service.getGameInfo(gameId);
   });
 }
 
-int RunNodes(Context& context, std::uint32_t gameId) {
-  return AskWithStatus(context, "nodes", [gameId](client::ServiceClient& service) {
-    return service.GetUsedNodes(gameId);
+int runNodes(Context& context, std::uint32_t gameId) {
+  return askWithStatus(context, "nodes", [gameId](client::ServiceClient& service) {
+    return service.getUsedNodes(gameId);
   });
 }
 
-void AddSpeed(CLI::App& app, Context& context) {
+void addSpeed(CLI::App& app, Context& context) {
   auto request = std::make_shared<client::SpeedRequest>();
   CLI::App* speed = app.add_subcommand("speed", "Summary of a game's latest speed test");
   speed->add_option("GAME", request->gameId, "Game id")->required();
@@ -58,8 +58,8 @@ void AddSpeed(CLI::App& app, Context& context) {
   speed->add_option("--option", request->testOption, "testOption")->capture_default_str();
   speed->callback([&context, request] {
     context.action = [&context, request] {
-      return AskWithStatus(context, "speed", [&](client::ServiceClient& service) {
-        return service.GetSpeedSummary(*request);
+      return askWithStatus(context, "speed", [&](client::ServiceClient& service) {
+        return service.getSpeedSummary(*request);
       });
     };
   });
@@ -67,17 +67,17 @@ void AddSpeed(CLI::App& app, Context& context) {
 
 }  // namespace
 
-void AddQueryCommands(CLI::App& app, Context& context) {
+void addQueryCommands(CLI::App& app, Context& context) {
   app.add_subcommand("console", "The library's console figures")->callback([&context] {
     context.action = [&context] {
-      return AskAndPrint(context, "console",
+      return askAndPrint(context, "console",
                          [](client::ServiceClient& service) { return service.GetConsoleData(); });
     };
   });
-  AddGameCommand(app, context, "last", "The last acceleration of a game", RunLast);
-  AddSpeed(app, context);
-  AddGameCommand(app, context, "game", "A game's last acceleration with its texts", RunGame);
-  AddGameCommand(app, context, "nodes", "The nodes that were used for a game", RunNodes);
+  addGameCommand(app, context, "last", "The last acceleration of a game", runLast);
+  addSpeed(app, context);
+  addGameCommand(app, context, "game", "A game's last acceleration with its texts", runGame);
+  addGameCommand(app, context, "nodes", "The nodes that were used for a game", runNodes);
 }
 
 }  // namespace orva_accelerator::tools

@@ -8,35 +8,35 @@
 namespace orva_accelerator::tools {
 namespace {
 
-int RunRaw(Context& context, std::uint32_t type, const std::string& hex) {
-  const auto payload = ParseHex(hex);
+int runRaw(Context& context, std::uint32_t type, const std::string& hex) {
+  const auto payload = parseHex(hex);
   if (!payload) {
-    return context.Fail(client::Error{client::ErrorKind::Usage, "read the payload", 0,
+    return context.fail(client::Error{client::ErrorKind::Usage, "read the payload", 0,
                                       "'" + hex + "' is not made of pairs of hex digits"});
   }
-  auto service = context.Connect();
-  if (!service) return context.Fail(service.error());
-  auto answer = service.value().Ask(type, *payload);
-  if (!answer) return context.Fail(answer.error());
+  auto service = context.connect();
+  if (!service) return context.fail(service.error());
+  auto answer = service.value().ask(type, *payload);
+  if (!answer) return context.fail(answer.error());
   const client::Bytes& bytes = answer.value();
   if (context.options.json) {
-    context.Print("raw", Json{{"type", type}, {"length", bytes.size()}, {"hex", PlainHex(bytes)}});
+    context.print("raw", Json{{"type", type}, {"length", bytes.size()}, {"hex", plainHex(bytes)}});
   }
-  context.Say(bytes.empty() ? "(empty answer)"
-                            : HexDump(bytes) + std::to_string(bytes.size()) + " bytes");
-  return kExitOk;
+  context.say(bytes.empty() ? "(empty answer)"
+                            : hexDump(bytes) + std::to_string(bytes.size()) + " bytes");
+  return ExitOk;
 }
 
 }  // namespace
 
-void AddRawCommand(CLI::App& app, Context& context) {
+void addRawCommand(CLI::App& app, Context& context) {
   auto type = std::make_shared<std::uint32_t>(0);
   auto hex = std::make_shared<std::string>();
   CLI::App* raw = app.add_subcommand("raw", "Send any request and dump the answer");
   raw->add_option("TYPE", *type, "Message type, decimal or 0x...")->required();
   raw->add_option("HEX", *hex, "Payload, such as 0100ff or \"01 00 ff\"");
   raw->callback([&context, type, hex] {
-    context.action = [&context, type, hex] { return RunRaw(context, *type, *hex); };
+    context.action = [&context, type, hex] { return runRaw(context, *type, *hex); };
   });
 }
 

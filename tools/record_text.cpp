@@ -10,62 +10,63 @@ namespace {
 
 constexpr char kGap[] = "  ";
 
-std::string Rows(const Json& record) {
+std::string rows(const Json& record) {
   std::size_t width = 0;
   for (const auto& [name, value] : record.items()) {
-    if (!value.is_array()) width = std::max(width, DisplayWidth(name));
+    if (!value.is_array()) width = std::max(width, displayWidth(name));
   }
   std::string text;
   for (const auto& [name, value] : record.items()) {
-    if (!value.is_array()) text += Padded(name, width) + kGap + ValueText(value) + "\n";
+    if (!value.is_array()) text += padded(name, width) + kGap + valueText(value) + "\n";
   }
   return text;
 }
 
-std::string Line(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) {
+std::string alignedLine(const std::vector<std::string>& cells,
+                        const std::vector<std::size_t>& widths) {
   std::string line;
   for (std::size_t i = 0; i < cells.size(); ++i) {
     if (i + 1 == cells.size()) {
       line += cells[i];
     } else {
-      line += Padded(cells[i], widths[i]) + kGap;
+      line += padded(cells[i], widths[i]) + kGap;
     }
   }
   return line + "\n";
 }
 
-std::string Table(const Json& entries) {
+std::string table(const Json& entries) {
   if (entries.empty()) return {};
   std::vector<std::vector<std::string>> lines(1);
   for (const auto& [name, value] : entries.front().items()) lines.front().push_back(name);
   for (const Json& entry : entries) {
     lines.emplace_back();
-    for (const Json& value : entry) lines.back().push_back(ValueText(value));
+    for (const Json& value : entry) lines.back().push_back(valueText(value));
   }
   std::vector<std::size_t> widths(lines.front().size(), 0);
   for (const auto& line : lines) {
     for (std::size_t i = 0; i < line.size(); ++i) {
-      widths[i] = std::max(widths[i], DisplayWidth(line[i]));
+      widths[i] = std::max(widths[i], displayWidth(line[i]));
     }
   }
   std::string text = "\n";
-  for (const auto& line : lines) text += Line(line, widths);
+  for (const auto& line : lines) text += alignedLine(line, widths);
   return text;
 }
 
 }  // namespace
 
-std::string ValueText(const Json& value) {
+std::string valueText(const Json& value) {
   if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
-  if (!value.is_string()) return OneLine(value);
+  if (!value.is_string()) return oneLine(value);
   const auto& text = value.get_ref<const std::string&>();
-  return text.empty() ? "(empty)" : WithoutControls(text);
+  return text.empty() ? "(empty)" : withoutControls(text);
 }
 
-std::string RecordText(const Json& record) {
-  std::string text = Rows(record);
+std::string recordText(const Json& record) {
+  std::string text = rows(record);
   for (const auto& [name, value] : record.items()) {
-    if (value.is_array()) text += Table(value);
+    if (value.is_array()) text += table(value);
   }
   return text;
 }

@@ -8,10 +8,10 @@
 namespace orva_accelerator::tools {
 
 // A single value: yes or no for a flag, "(empty)" for an empty text, control characters escaped.
-std::string ValueText(const Json& value);
+std::string valueText(const Json& value);
 
 // One row a field, names and values in columns; a field that is a list of objects becomes a table
 // below the rows.
-std::string RecordText(const Json& record);
+std::string recordText(const Json& record);
 
 }  // namespace orva_accelerator::tools

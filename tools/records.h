@@ -16,9 +16,9 @@ using Json = nlohmann::ordered_json;
 
 // The fields that client::AnswerFields lists; those of an array one by one.
 template <typename Record>
-Json ToJson(const Record& record) {
+Json toJson(const Record& record) {
   Json json = Json::object();
-  client::ForEachField<Record>([&](const auto& field) {
+  client::forEachField<Record>([&](const auto& field) {
     const auto& value = record.*field.member;
     if constexpr (std::is_same_v<decltype(value), const orva_text&>) {
       json[field.name] = std::string_view(value);
@@ -34,9 +34,9 @@ Json ToJson(const Record& record) {
   return json;
 }
 template <>
-Json ToJson(const orva_used_nodes& list);
+Json toJson(const orva_used_nodes& record);
 
 // One line without line end; bytes that are not UTF-8 become U+FFFD.
-std::string OneLine(const Json& json);
+std::string oneLine(const Json& json);
 
 }  // namespace orva_accelerator::tools

@@ -14,7 +14,7 @@
 namespace orva_accelerator::tools {
 namespace {
 
-const char* InitMeaning(std::int32_t result) {
+const char* initMeaning(std::int32_t result) {
   switch (result) {
     case 1:
       return "initialised";
@@ -27,29 +27,29 @@ const char* InitMeaning(std::int32_t result) {
   }
 }
 
-int RunInit(Context& context, const client::InitRequest& request) {
-  auto service = context.Connect();
-  if (!service) return context.Fail(service.error());
+int runInit(Context& context, const client::InitRequest& request) {
+  auto service = context.connect();
+  if (!service) return context.fail(service.error());
   auto result = service.value().Init(request);
-  if (!result) return context.Fail(result.error());
-  const char* meaning = InitMeaning(result.value());
+  if (!result) return context.fail(result.error());
+  const char* meaning = initMeaning(result.value());
   if (result.value() != 1) {
-    return context.Fail(
+    return context.fail(
         client::Error{client::ErrorKind::Refused, "initialise the library", 0,
                       "the service answered " + std::to_string(result.value()) + ", " + meaning});
   }
-  context.Print("init", Json{{"result", result.value()}, {"meaning", meaning}});
-  return kExitOk;
+  context.print("init", Json{{"result", result.value()}, {"meaning", meaning}});
+  return ExitOk;
 }
 
-int RunRelease(Context& context) {
-  auto service = context.Connect();
-  if (!service) return context.Fail(service.error());
+int runRelease(Context& context) {
+  auto service = context.connect();
+  if (!service) return context.fail(service.error());
   auto released = service.value().Release();
-  if (!released) return context.Fail(released.error());
-  if (context.options.json) context.Print("release", Json{{"taken", true}});
-  context.Say("Released.");
-  return kExitOk;
+  if (!released) return context.fail(released.error());
+  if (context.options.json) context.print("release", Json{{"taken", true}});
+  context.say("Released.");
+  return ExitOk;
 }
 
 struct LoginOptions {
@@ -59,25 +59,25 @@ struct LoginOptions {
   bool wait = false;
 };
 
-int RunLogin(Context& context, LoginOptions& options) {
+int runLogin(Context& context, LoginOptions& options) {
   if (options.onCommandLine->count() != 0) {
-    context.console.Err(
+    context.console.err(
         "orvactl: others can see a credential on the command line; leave it out to be asked for "
         "it\n");
   } else {
-    auto read = ReadCredential(context.console);
-    if (!read) return context.Fail(read.error());
+    auto read = readCredential(context.console);
+    if (!read) return context.fail(read.error());
     options.credential = std::move(read.value());
   }
-  const int code = SendAndAwait(context, options.wait, ipc::NotifyUserLogin, "login",
+  const int code = sendAndAwait(context, options.wait, ipc::NotifyUserLogin, "login",
                                 "Login request taken.", [&](client::ServiceClient& service) {
-                                  return service.Login({options.account, options.credential});
+                                  return service.login({options.account, options.credential});
                                 });
   SecureZeroMemory(options.credential.data(), options.credential.size());
   return code;
 }
 
-void AddLogin(CLI::App& app, Context& context) {
+void addLogin(CLI::App& app, Context& context) {
   auto options = std::make_shared<LoginOptions>();
   CLI::App* login = app.add_subcommand("login", "Log an account in");
   login->add_option("ACCOUNT", options->account, "Account")->required();
@@ -86,22 +86,22 @@ void AddLogin(CLI::App& app, Context& context) {
       "Credential; without it, asked for or read from standard input (others can see arguments)");
   login->add_flag("--wait", options->wait, "Wait for the result, which is announced later");
   login->callback([&context, options] {
-    context.action = [&context, options] { return RunLogin(context, *options); };
+    context.action = [&context, options] { return runLogin(context, *options); };
   });
 }
 
 }  // namespace
 
-void AddSdkCommands(CLI::App& app, Context& context) {
+void addSdkCommands(CLI::App& app, Context& context) {
   auto request = std::make_shared<client::InitRequest>();
   CLI::App* init = app.add_subcommand("init", "Load and initialise the acceleration library");
-  AddChannelOptions(*init, *request);
+  addChannelOptions(*init, *request);
   init->callback([&context, request] {
-    context.action = [&context, request] { return RunInit(context, *request); };
+    context.action = [&context, request] { return runInit(context, *request); };
   });
-  AddLogin(app, context);
+  addLogin(app, context);
   app.add_subcommand("release", "Mark the library as not initialised")->callback([&context] {
-    context.action = [&context] { return RunRelease(context); };
+    context.action = [&context] { return runRelease(context); };
   });
 }
 

@@ -17,47 +17,47 @@ struct ServiceOptions {
   const CLI::Option* timeout = nullptr;  // The global option: its default is meant for requests.
 };
 
-client::Deadline DeadlineOf(const Context& context, const ServiceOptions& options) {
-  return client::Deadline::After(options.timeout->count() == 0 ? kPatience
+client::Deadline deadlineOf(const Context& context, const ServiceOptions& options) {
+  return client::Deadline::after(options.timeout->count() == 0 ? kPatience
                                                                : context.options.timeout);
 }
 
-int Tell(Context& context, const char* command,
+int tell(Context& context, const char* command,
          const client::Result<client::ServiceStarted>& started) {
-  if (!started) return context.Fail(started.error());
+  if (!started) return context.fail(started.error());
   const client::ServiceStarted& service = started.value();
   if (context.options.json) {
-    context.Print(command, Json{{"running", true},
+    context.print(command, Json{{"running", true},
                                 {"wasRunning", service.wasRunning},
                                 {"processId", service.processId}});
   }
-  context.Say(
+  context.say(
       (service.wasRunning ? "The service runs already, process " : "The service runs, process ") +
       std::to_string(service.processId) + ".");
-  return kExitOk;
+  return ExitOk;
 }
 
-int Tell(Context& context, const char* command,
+int tell(Context& context, const char* command,
          const client::Result<client::ServiceStopped>& stopped) {
-  if (!stopped) return context.Fail(stopped.error());
+  if (!stopped) return context.fail(stopped.error());
   const client::ServiceStopped& service = stopped.value();
   if (context.options.json) {
     Json record{{"running", false}, {"wasRunning", service.wasRunning}};
     if (service.exitCode) record["exitCode"] = *service.exitCode;
-    context.Print(command, record);
+    context.print(command, record);
   }
-  context.Say(service.wasRunning ? "The service has ended." : "The service does not run.");
-  return kExitOk;
+  context.say(service.wasRunning ? "The service has ended." : "The service does not run.");
+  return ExitOk;
 }
 
-void AddOne(CLI::App& family, Context& context, const char* name, const char* help,
+void addOne(CLI::App& family, Context& context, const char* name, const char* help,
             std::function<int()> action) {
   family.add_subcommand(name, help)->callback([&context, action = std::move(action)] {
     context.action = action;
   });
 }
 
-void AddWait(CLI::App& family, Context& context, const std::shared_ptr<ServiceOptions>& options) {
+void addWait(CLI::App& family, Context& context, const std::shared_ptr<ServiceOptions>& options) {
   auto state = std::make_shared<std::string>("running");
   CLI::App* wait =
       family.add_subcommand("wait", "Wait until somebody else has started or ended it");
@@ -65,38 +65,38 @@ void AddWait(CLI::App& family, Context& context, const std::shared_ptr<ServiceOp
       ->check(CLI::IsMember({"running", "ended"}));
   wait->callback([&context, options, state] {
     context.action = [&context, options, state] {
-      const HANDLE interrupt = InterruptEvent();
+      const HANDLE interrupt = interruptEvent();
       const std::wstring& name = context.options.request.serviceName;
-      const client::Deadline deadline = DeadlineOf(context, *options);
+      const client::Deadline deadline = deadlineOf(context, *options);
       return *state == "ended"
-                 ? Tell(context, "service wait", WaitUntilEnded(name, deadline, interrupt))
-                 : Tell(context, "service wait", WaitUntilRunning(name, deadline, interrupt));
+                 ? tell(context, "service wait", waitUntilEnded(name, deadline, interrupt))
+                 : tell(context, "service wait", waitUntilRunning(name, deadline, interrupt));
     };
   });
 }
 
 }  // namespace
 
-void AddServiceCommands(CLI::App& app, Context& context) {
+void addServiceCommands(CLI::App& app, Context& context) {
   auto options = std::make_shared<ServiceOptions>();
   options->timeout = app.get_option("--timeout");
   CLI::App* family =
       app.add_subcommand("service", "Start or stop the Windows service, and wait until it is so");
   family->require_subcommand(1);
-  AddOne(*family, context, "start", "Start it, and wait until it runs", [&context, options] {
-    const HANDLE interrupt = InterruptEvent();
-    return Tell(context, "service start",
-                StartAndWait(context.options.request.serviceName, DeadlineOf(context, *options),
+  addOne(*family, context, "start", "Start it, and wait until it runs", [&context, options] {
+    const HANDLE interrupt = interruptEvent();
+    return tell(context, "service start",
+                startAndWait(context.options.request.serviceName, deadlineOf(context, *options),
                              interrupt));
   });
-  AddOne(*family, context, "stop", "Stop it, and wait until its process has ended",
+  addOne(*family, context, "stop", "Stop it, and wait until its process has ended",
          [&context, options] {
-           const HANDLE interrupt = InterruptEvent();
-           return Tell(context, "service stop",
-                       StopAndWait(context.options.request.serviceName,
-                                   DeadlineOf(context, *options), interrupt));
+           const HANDLE interrupt = interruptEvent();
+           return tell(context, "service stop",
+                       stopAndWait(context.options.request.serviceName,
+                                   deadlineOf(context, *options), interrupt));
          });
-  AddWait(*family, context, options);
+  addWait(*family, context, options);
 }
 
 }  // namespace orva_accelerator::tools

@@ -11,7 +11,7 @@ constexpr std::size_t kTop = 7;
 
 }  // namespace
 
-void Trend::Add(std::uint64_t value) {
+void Trend::add(std::uint64_t value) {
   values_.push_back(value);
   if (values_.size() > kKept) values_.pop_front();
 }
@@ -21,7 +21,7 @@ bool Trend::moves() const {
                              [this](std::uint64_t value) { return value != values_.front(); });
 }
 
-std::string Trend::Line() const {
+std::string Trend::line() const {
   if (!moves()) return {};
   const auto [lowest, highest] = std::ranges::minmax_element(values_);
   // In floating point: the figures use all 64 bits, so that a multiplication could wrap.

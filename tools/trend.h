@@ -12,14 +12,14 @@ class Trend {
  public:
   static constexpr std::size_t kKept = 30;
 
-  void Add(std::uint64_t value);
+  void add(std::uint64_t value);
 
   // Whether the kept values differ at all.
   bool moves() const;
 
   // One block character a value, the lowest kept value at the bottom and the highest at the top;
   // empty while nothing moves.
-  std::string Line() const;
+  std::string line() const;
 
  private:
   std::deque<std::uint64_t> values_;

@@ -25,7 +25,7 @@ namespace orva_accelerator::win32 {
 template <typename Body>
 void startDetachedThread(Body body) {
   auto owned = std::make_unique<Body>(std::move(body));
-  constexpr auto routine = [](void* argument) noexcept -> unsigned {
+  constexpr auto kRoutine = [](void* argument) noexcept -> unsigned {
     const std::unique_ptr<Body> ownedHere(static_cast<Body*>(argument));
     if constexpr (std::is_void_v<std::invoke_result_t<Body&>>) {
       (*ownedHere)();
@@ -34,7 +34,7 @@ void startDetachedThread(Body body) {
       return (*ownedHere)();
     }
   };
-  const std::uintptr_t thread = _beginthreadex(nullptr, 0, routine, owned.get(), 0, nullptr);
+  const std::uintptr_t thread = _beginthreadex(nullptr, 0, kRoutine, owned.get(), 0, nullptr);
   if (thread == 0) {
     throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
   }

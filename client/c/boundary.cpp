@@ -7,15 +7,15 @@
 namespace orva_accelerator::client {
 namespace {
 
-bool IsContinuation(char byte) noexcept {
+bool isContinuation(char byte) noexcept {
   return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
 // Cut between two characters, so that what is left is UTF-8 if the whole is.
-void CopyText(orva_error& error, std::string_view text) noexcept {
+void copyText(orva_error& error, std::string_view text) noexcept {
   std::size_t length = std::min(text.size(), sizeof(error.text) - 1);
   if (length < text.size()) {
-    while (length > 0 && IsContinuation(text[length])) --length;
+    while (length > 0 && isContinuation(text[length])) --length;
   }
   // Not memcpy, which takes no null pointer, as an empty text may be. The count is known.
   (void)text.copy(error.text, length);
@@ -23,17 +23,17 @@ void CopyText(orva_error& error, std::string_view text) noexcept {
   error.text_length = static_cast<std::uint32_t>(length);
 }
 
-void Fill(orva_error* error, orva_code code, std::uint32_t win32Code,
+void fill(orva_error* error, orva_code code, std::uint32_t win32Code,
           std::string_view text) noexcept {
   if (error == nullptr) return;
   error->code = code;
   error->win32_code = win32Code;
-  CopyText(*error, text);
+  copyText(*error, text);
 }
 
 }  // namespace
 
-orva_code CodeOf(ErrorKind kind) noexcept {
+orva_code codeOf(ErrorKind kind) noexcept {
   switch (kind) {
     case ErrorKind::Usage:
       return ORVA_ERROR_USAGE;
@@ -59,29 +59,29 @@ orva_code CodeOf(ErrorKind kind) noexcept {
   return ORVA_ERROR_INTERNAL;
 }
 
-orva_code ReportSuccess(orva_error* error) noexcept {
-  Fill(error, ORVA_OK, 0, {});
+orva_code reportSuccess(orva_error* error) noexcept {
+  fill(error, ORVA_OK, 0, {});
   return ORVA_OK;
 }
 
-orva_code ReportError(orva_error* error, const Error& failure) {
-  const orva_code code = CodeOf(failure.kind);
-  if (error != nullptr) Fill(error, code, failure.win32Code, Describe(failure));
+orva_code reportError(orva_error* error, const Error& failure) {
+  const orva_code code = codeOf(failure.kind);
+  if (error != nullptr) fill(error, code, failure.win32Code, describe(failure));
   return code;
 }
 
-orva_code ReportCode(orva_error* error, orva_code code) noexcept {
-  Fill(error, code, 0, orva_code_text(code));
+orva_code reportCode(orva_error* error, orva_code code) noexcept {
+  fill(error, code, 0, orva_code_text(code));
   return code;
 }
 
-Error Misuse(const char* function, const std::string& text) {
+Error misuse(const char* function, const std::string& text) {
   return Error{ErrorKind::Usage, std::string("call ") + function, 0, text};
 }
 
-std::optional<Error> CheckArguments(const char* function, std::initializer_list<Argument> needed) {
+std::optional<Error> checkArguments(const char* function, std::initializer_list<Argument> needed) {
   for (const Argument& argument : needed) {
-    if (argument.value == nullptr) return Misuse(function, std::string(argument.name) + " is NULL");
+    if (argument.value == nullptr) return misuse(function, std::string(argument.name) + " is NULL");
   }
   return std::nullopt;
 }

@@ -16,13 +16,13 @@
 
 namespace orva_accelerator::client {
 
-orva_code CodeOf(ErrorKind kind) noexcept;
+orva_code codeOf(ErrorKind kind) noexcept;
 
 // These fill in `error`, which may be null, and return the code that goes with it.
-orva_code ReportSuccess(orva_error* error) noexcept;
-orva_code ReportError(orva_error* error, const Error& failure);
+orva_code reportSuccess(orva_error* error) noexcept;
+orva_code reportError(orva_error* error, const Error& failure);
 // For failures that have no Error: its text would need memory.
-orva_code ReportCode(orva_error* error, orva_code code) noexcept;
+orva_code reportCode(orva_error* error, orva_code code) noexcept;
 
 // An argument of a C function: a pointer that must not be null.
 struct Argument {
@@ -30,41 +30,41 @@ struct Argument {
   const char* name;
 };
 // A text, which may be null when it has no bytes.
-inline Argument TextArgument(const void* text, std::size_t length, const char* name) {
+inline Argument textArgument(const void* text, std::size_t length, const char* name) {
   return Argument{length == 0 ? "" : text, name};
 }
 
-Error Misuse(const char* function, const std::string& text);
+Error misuse(const char* function, const std::string& text);
 // A usage error for the first null pointer; nothing when there is none.
-std::optional<Error> CheckArguments(const char* function, std::initializer_list<Argument> needed);
+std::optional<Error> checkArguments(const char* function, std::initializer_list<Argument> needed);
 
 // Runs the body of a C function, something that returns a Result<Done>, unless a needed argument is
 // missing.
 template <typename Body>
-orva_code Guarded(const char* function, orva_error* error, std::initializer_list<Argument> needed,
+orva_code guarded(const char* function, orva_error* error, std::initializer_list<Argument> needed,
                   Body body) noexcept {
   try {
-    if (const auto misuse = CheckArguments(function, needed)) return ReportError(error, *misuse);
+    if (const auto misuse = checkArguments(function, needed)) return reportError(error, *misuse);
     const Result<Done> outcome = body();
-    return outcome ? ReportSuccess(error) : ReportError(error, outcome.error());
+    return outcome ? reportSuccess(error) : reportError(error, outcome.error());
   } catch (const std::bad_alloc&) {
-    return ReportCode(error, ORVA_ERROR_MEMORY);
+    return reportCode(error, ORVA_ERROR_MEMORY);
   } catch (...) {
-    return ReportCode(error, ORVA_ERROR_INTERNAL);
+    return reportCode(error, ORVA_ERROR_INTERNAL);
   }
 }
 
-inline std::string TextOf(const char* text, std::size_t length) {
+inline std::string textOf(const char* text, std::size_t length) {
   return length == 0 ? std::string() : std::string(text, length);
 }
 
-inline Result<Done> Nothing() {
+inline Result<Done> nothing() {
   return Done{};
 }
 
 // Hands the value on, if there is one.
 template <typename Value, typename Take>
-Result<Done> Deliver(Result<Value> result, Take take) {
+Result<Done> deliver(Result<Value> result, Take take) {
   if (!result) return std::move(result.error());
   take(std::move(result.value()));
   return Done{};
@@ -72,12 +72,12 @@ Result<Done> Deliver(Result<Value> result, Take take) {
 
 // The whole of a function that gives a record for orva_free: `make` gives a Result of its Answer.
 template <typename Record, typename Make>
-orva_code GiveRecord(const char* function, orva_error* error, Record** record,
+orva_code giveRecord(const char* function, orva_error* error, Record** record,
                      std::initializer_list<Argument> needed, Make make) noexcept {
-  if (record == nullptr) return Guarded(function, error, {{record, "the result"}}, Nothing);
+  if (record == nullptr) return guarded(function, error, {{record, "the result"}}, nothing);
   *record = nullptr;
-  return Guarded(function, error, needed, [&] {
-    return Deliver(make(), [record](Answer<Record> answer) { *record = answer.release(); });
+  return guarded(function, error, needed, [&] {
+    return deliver(make(), [record](Answer<Record> answer) { *record = answer.release(); });
   });
 }
 

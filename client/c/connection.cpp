@@ -10,15 +10,15 @@ orva_code orva_client_connect(const orva_endpoint* endpoint, uint32_t client_id,
                               orva_client** client, orva_error* error) {
   if (client != nullptr) *client = nullptr;
   const char* const function = __func__;
-  return Guarded(function, error, {{client, "client"}}, [&]() -> Result<Done> {
-    if (client_id == 0) return Misuse(function, "0 is no client id");
-    auto where = EndpointOf(function, endpoint, RequestChannel::DefaultEndpoint());
+  return guarded(function, error, {{client, "client"}}, [&]() -> Result<Done> {
+    if (client_id == 0) return misuse(function, "0 is no client id");
+    auto where = endpointOf(function, endpoint, RequestChannel::defaultEndpoint());
     if (!where) return where.error();
-    auto channel = RequestChannel::Open(
-        where.value(), Deadline::After(TimeoutOf(connect_timeout_ms)), CancelOf(endpoint));
+    auto channel = RequestChannel::open(
+        where.value(), Deadline::after(timeoutOf(connect_timeout_ms)), cancelOf(endpoint));
     if (!channel) return channel.error();
     *client = new orva_client(
-        ServiceClient(std::move(channel.value()), client_id, TimeoutOf(request_timeout_ms)));
+        ServiceClient(std::move(channel.value()), client_id, timeoutOf(request_timeout_ms)));
     return Done{};
   });
 }
@@ -37,8 +37,8 @@ int32_t orva_client_is_usable(const orva_client* client) {
 
 orva_code orva_client_set_timeout(orva_client* client, uint32_t request_timeout_ms,
                                   orva_error* error) {
-  return Guarded(__func__, error, {{client, "client"}}, [&]() -> Result<Done> {
-    if (client->service) client->service->setTimeout(TimeoutOf(request_timeout_ms));
+  return guarded(__func__, error, {{client, "client"}}, [&]() -> Result<Done> {
+    if (client->service) client->service->setTimeout(timeoutOf(request_timeout_ms));
     return Done{};
   });
 }

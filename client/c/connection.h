@@ -17,7 +17,7 @@ struct orva_client {
   // answer in the pipe that would be taken for that to the next request, so it closes the
   // connection.
   template <typename Question>
-  auto Ask(Question question)
+  auto ask(Question question)
       -> decltype(question(std::declval<orva_accelerator::client::ServiceClient&>())) {
     using orva_accelerator::client::Error;
     using orva_accelerator::client::ErrorKind;

@@ -13,18 +13,18 @@ namespace {
 
 constexpr std::uint32_t kLongestTimeoutMs = 0x7FFFFFFF;
 
-Result<Done> Replace(std::wstring& name, const char* utf8, std::size_t length, const char* function,
+Result<Done> replace(std::wstring& name, const char* utf8, std::size_t length, const char* function,
                      const char* field) {
   if (length == 0) return Done{};
-  if (utf8 == nullptr) return Misuse(function, std::string(field) + " is NULL");
+  if (utf8 == nullptr) return misuse(function, std::string(field) + " is NULL");
   if (length > std::numeric_limits<std::int16_t>::max()) {
-    return Misuse(function, std::string(field) + " is longer than any name");
+    return misuse(function, std::string(field) + " is longer than any name");
   }
   auto wide = win32::wideFromUtf8({utf8, length}, win32::MalformedUtf8::Refused);
-  if (!wide) return Misuse(function, std::string(field) + " is not UTF-8");
+  if (!wide) return misuse(function, std::string(field) + " is not UTF-8");
   // The system would take the name to end there.
   if (wide->find(L'\0') != std::wstring::npos) {
-    return Misuse(function, std::string(field) + " has a zero in it");
+    return misuse(function, std::string(field) + " has a zero in it");
   }
   name = std::move(*wide);
   return Done{};
@@ -32,19 +32,19 @@ Result<Done> Replace(std::wstring& name, const char* utf8, std::size_t length, c
 
 }  // namespace
 
-Result<Endpoint> EndpointOf(const char* function, const orva_endpoint* endpoint,
+Result<Endpoint> endpointOf(const char* function, const orva_endpoint* endpoint,
                             Endpoint installed) {
   if (endpoint == nullptr) return installed;
   if (endpoint->size != sizeof(orva_endpoint)) {
-    return Misuse(function, "the size of the endpoint is not set");
+    return misuse(function, "the size of the endpoint is not set");
   }
   if (endpoint->trust_any_server != 0 && endpoint->trust_any_server != ORVA_TRUST_ANY_SERVER) {
-    return Misuse(function, "trust_any_server is neither 0 nor ORVA_TRUST_ANY_SERVER");
+    return misuse(function, "trust_any_server is neither 0 nor ORVA_TRUST_ANY_SERVER");
   }
-  auto replaced = Replace(installed.pipeName, endpoint->pipe_name, endpoint->pipe_name_length,
+  auto replaced = replace(installed.pipeName, endpoint->pipe_name, endpoint->pipe_name_length,
                           function, "pipe_name");
   if (!replaced) return replaced.error();
-  replaced = Replace(installed.serviceName, endpoint->service_name, endpoint->service_name_length,
+  replaced = replace(installed.serviceName, endpoint->service_name, endpoint->service_name_length,
                      function, "service_name");
   if (!replaced) return replaced.error();
   installed.verifyServer = endpoint->trust_any_server == 0;
@@ -52,12 +52,12 @@ Result<Endpoint> EndpointOf(const char* function, const orva_endpoint* endpoint,
   return installed;
 }
 
-HANDLE CancelOf(const orva_endpoint* endpoint) noexcept {
+HANDLE cancelOf(const orva_endpoint* endpoint) noexcept {
   const bool given = endpoint != nullptr && endpoint->cancel != nullptr;
   return given ? endpoint->cancel->event.get() : nullptr;
 }
 
-std::chrono::milliseconds TimeoutOf(std::uint32_t milliseconds) noexcept {
+std::chrono::milliseconds timeoutOf(std::uint32_t milliseconds) noexcept {
   return std::chrono::milliseconds(std::min(milliseconds, kLongestTimeoutMs));
 }
 

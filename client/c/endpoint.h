@@ -18,14 +18,14 @@ struct orva_cancel {
 namespace orva_accelerator::client {
 
 // What ends the waits of whoever was given this endpoint; null if nothing does.
-HANDLE CancelOf(const orva_endpoint* endpoint) noexcept;
+HANDLE cancelOf(const orva_endpoint* endpoint) noexcept;
 
 // `installed` with what `endpoint`, which may be null, says otherwise. A name that is not UTF-8 is
 // a usage error.
-Result<Endpoint> EndpointOf(const char* function, const orva_endpoint* endpoint,
+Result<Endpoint> endpointOf(const char* function, const orva_endpoint* endpoint,
                             Endpoint installed);
 
 // A timeout of the C interface; the longest one is what a wait of the system can last.
-std::chrono::milliseconds TimeoutOf(std::uint32_t milliseconds) noexcept;
+std::chrono::milliseconds timeoutOf(std::uint32_t milliseconds) noexcept;
 
 }  // namespace orva_accelerator::client

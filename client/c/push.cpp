@@ -18,20 +18,20 @@ struct orva_push {
 
 namespace {
 
-Result<Notification> Next(orva_push& push, const Deadline& deadline) {
+Result<Notification> next(orva_push& push, const Deadline& deadline) {
   if (!push.channel) {
     return Error{ErrorKind::Usage, "read a notification", 0,
                  "the connection has been closed after an earlier error"};
   }
   try {
-    return push.channel->Next(deadline, push.interrupt);
+    return push.channel->next(deadline, push.interrupt);
   } catch (...) {
     push.channel.reset();
     throw;
   }
 }
 
-Error Undecodable(std::string text) {
+Error undecodable(std::string text) {
   return Error{ErrorKind::Protocol, "decode a notification", 0, std::move(text)};
 }
 
@@ -41,23 +41,23 @@ orva_code orva_push_register(const orva_endpoint* endpoint, uint32_t client_id, 
                              orva_push** push, orva_error* error) {
   if (push != nullptr) *push = nullptr;
   const char* const function = __func__;
-  return Guarded(
+  return guarded(
       function, error, {{static_cast<const void*>(push), "push"}}, [&]() -> Result<Done> {
-        if (client_id == 0) return Misuse(function, "0 is no client id");
-        auto where = EndpointOf(function, endpoint, PushChannel::DefaultEndpoint());
+        if (client_id == 0) return misuse(function, "0 is no client id");
+        auto where = endpointOf(function, endpoint, PushChannel::defaultEndpoint());
         if (!where) return where.error();
-        auto channel = PushChannel::Register(
-            where.value(), client_id, Deadline::After(TimeoutOf(timeout_ms)), CancelOf(endpoint));
+        auto channel = PushChannel::registerPush(
+            where.value(), client_id, Deadline::after(timeoutOf(timeout_ms)), cancelOf(endpoint));
         if (!channel) return channel.error();
-        *push = new orva_push{std::move(channel.value()), CancelOf(endpoint)};
+        *push = new orva_push{std::move(channel.value()), cancelOf(endpoint)};
         return Done{};
       });
 }
 
 orva_code orva_push_next(orva_push* push, uint32_t timeout_ms, orva_notification** notification,
                          orva_error* error) {
-  return GiveRecord(__func__, error, notification, {{push, "push"}},
-                    [&] { return Next(*push, Deadline::After(TimeoutOf(timeout_ms))); });
+  return giveRecord(__func__, error, notification, {{push, "push"}},
+                    [&] { return next(*push, Deadline::after(timeoutOf(timeout_ms))); });
 }
 
 void orva_push_close(orva_push* push) {
@@ -67,18 +67,18 @@ void orva_push_close(orva_push* push) {
 orva_code orva_notification_decode(const void* header, size_t header_length, const void* payload,
                                    size_t payload_length, orva_notification** notification,
                                    orva_error* error) {
-  return GiveRecord(
+  return giveRecord(
       __func__, error, notification,
-      {{header, "header"}, TextArgument(payload, payload_length, "payload")},
+      {{header, "header"}, textArgument(payload, payload_length, "payload")},
       [&]() -> Result<Notification> {
         const ByteView head(static_cast<const std::uint8_t*>(header), header_length);
-        if (!IsPushFrameHeader(head)) return Undecodable("its header is not one of 20 bytes");
-        const auto announced = *FrontRecord<orva_accelerator::ipc::PushFrameHeader>(head);
-        if (announced.payloadLength != payload_length) {
-          return Undecodable("its header announces " + std::to_string(announced.payloadLength) +
+        const auto announced = pushFrameHeader(head);
+        if (!announced) return undecodable("its header is not one of 20 bytes");
+        if (announced->payloadLength != payload_length) {
+          return undecodable("its header announces " + std::to_string(announced->payloadLength) +
                              " bytes, not " + std::to_string(payload_length));
         }
-        return DecodeNotification(
-            announced, ByteView(static_cast<const std::uint8_t*>(payload), payload_length));
+        return decodeNotification(
+            *announced, ByteView(static_cast<const std::uint8_t*>(payload), payload_length));
       });
 }

@@ -11,49 +11,49 @@ namespace {
 
 // The whole of a function whose answer is a record.
 template <typename Record, typename Ask>
-orva_code AskForRecord(const char* function, orva_client* client, Record** record,
+orva_code askForRecord(const char* function, orva_client* client, Record** record,
                        orva_error* error, std::initializer_list<Argument> needed, Ask ask) {
-  return GiveRecord(function, error, record, needed, [&] { return client->Ask(ask); });
+  return giveRecord(function, error, record, needed, [&] { return client->ask(ask); });
 }
 
 // The whole of a function whose answer is one number or flag.
 template <typename Number, typename Ask>
-orva_code AskForNumber(const char* function, orva_client* client, Number* number, orva_error* error,
+orva_code askForNumber(const char* function, orva_client* client, Number* number, orva_error* error,
                        std::initializer_list<Argument> needed, Ask ask) {
-  if (number == nullptr) return Guarded(function, error, {{number, "the result"}}, Nothing);
-  return Guarded(function, error, needed, [&] {
-    return Deliver(client->Ask(ask), [number](auto value) { *number = value; });
+  if (number == nullptr) return guarded(function, error, {{number, "the result"}}, nothing);
+  return guarded(function, error, needed, [&] {
+    return deliver(client->ask(ask), [number](auto value) { *number = value; });
   });
 }
 
-Result<StartRequest> StartOf(const char* function, const orva_start_request& request) {
+Result<StartRequest> startOf(const char* function, const orva_start_request& request) {
   if (request.size != sizeof(orva_start_request)) {
-    return Misuse(function, "the size of the request is not set");
+    return misuse(function, "the size of the request is not set");
   }
-  const auto misuse = CheckArguments(
+  const auto missing = checkArguments(
       function,
-      {TextArgument(request.text, request.text_length, "text"),
-       TextArgument(request.node_selection, request.node_selection_length, "node_selection")});
-  if (misuse) return *misuse;
+      {textArgument(request.text, request.text_length, "text"),
+       textArgument(request.node_selection, request.node_selection_length, "node_selection")});
+  if (missing) return *missing;
   StartRequest start;
   start.startArg1 = request.arg1;
   start.startArg2 = request.arg2;
   start.startArg3 = request.arg3;
-  start.startText = TextOf(request.text, request.text_length);
-  start.nodeSelection = TextOf(request.node_selection, request.node_selection_length);
-  if (!IsSafeNodeSelection(start.nodeSelection)) {
-    return Misuse(function, "node_selection has something in it that is no number of 32 bits");
+  start.startText = textOf(request.text, request.text_length);
+  start.nodeSelection = textOf(request.node_selection, request.node_selection_length);
+  if (!isSafeNodeSelection(start.nodeSelection)) {
+    return misuse(function, "node_selection has something in it that is no number of 32 bits");
   }
   return start;
 }
 
 // The whole of a function that starts an acceleration; `ask` sends the request that it makes.
 template <typename Ask>
-orva_code AskToStart(const char* function, orva_client* client, const orva_start_request* request,
+orva_code askToStart(const char* function, orva_client* client, const orva_start_request* request,
                      int32_t* accepted, orva_error* error, Ask ask) {
-  return AskForNumber(function, client, accepted, error, {{client, "client"}, {request, "request"}},
+  return askForNumber(function, client, accepted, error, {{client, "client"}, {request, "request"}},
                       [&](ServiceClient& service) -> Result<bool> {
-                        auto start = StartOf(function, *request);
+                        auto start = startOf(function, *request);
                         if (!start) return start.error();
                         return ask(service, std::move(start.value()));
                       });
@@ -64,131 +64,131 @@ orva_code AskToStart(const char* function, orva_client* client, const orva_start
 orva_code orva_client_init(orva_client* client, uint32_t channel_id, uint32_t channel_number,
                            const char* channel_name, size_t channel_name_length, int32_t* result,
                            orva_error* error) {
-  return AskForNumber(
+  return askForNumber(
       __func__, client, result, error,
-      {{client, "client"}, TextArgument(channel_name, channel_name_length, "channel_name")},
+      {{client, "client"}, textArgument(channel_name, channel_name_length, "channel_name")},
       [&](ServiceClient& service) {
         return service.Init(
-            {channel_id, channel_number, TextOf(channel_name, channel_name_length)});
+            {channel_id, channel_number, textOf(channel_name, channel_name_length)});
       });
 }
 
 orva_code orva_client_is_initialised(orva_client* client, int32_t* initialised, orva_error* error) {
-  return AskForNumber(__func__, client, initialised, error, {{client, "client"}},
+  return askForNumber(__func__, client, initialised, error, {{client, "client"}},
                       [](ServiceClient& service) { return service.IsInitialised(); });
 }
 
 orva_code orva_client_login(orva_client* client, const char* account, size_t account_length,
                             const char* credential, size_t credential_length, orva_error* error) {
-  return Guarded(
+  return guarded(
       __func__, error,
       {{client, "client"},
-       TextArgument(account, account_length, "account"),
-       TextArgument(credential, credential_length, "credential")},
+       textArgument(account, account_length, "account"),
+       textArgument(credential, credential_length, "credential")},
       [&] {
-        return client->Ask([&](ServiceClient& service) {
-          return service.Login({{account, account_length}, {credential, credential_length}});
+        return client->ask([&](ServiceClient& service) {
+          return service.login({{account, account_length}, {credential, credential_length}});
         });
       });
 }
 
 orva_code orva_client_release(orva_client* client, orva_error* error) {
-  return Guarded(__func__, error, {{client, "client"}}, [&] {
-    return client->Ask([](ServiceClient& service) { return service.Release(); });
+  return guarded(__func__, error, {{client, "client"}}, [&] {
+    return client->ask([](ServiceClient& service) { return service.Release(); });
   });
 }
 
 orva_code orva_client_start(orva_client* client, const orva_start_request* request,
                             int32_t* accepted, orva_error* error) {
-  return AskToStart(
+  return askToStart(
       __func__, client, request, accepted, error,
-      [](ServiceClient& service, const StartRequest& start) { return service.Start(start); });
+      [](ServiceClient& service, const StartRequest& start) { return service.start(start); });
 }
 
 orva_code orva_client_start_ex(orva_client* client, const orva_start_request* request,
                                uint32_t arg4, int32_t* accepted, orva_error* error) {
-  return AskToStart(__func__, client, request, accepted, error,
+  return askToStart(__func__, client, request, accepted, error,
                     [arg4](ServiceClient& service, StartRequest start) {
-                      return service.StartEx({std::move(start), arg4});
+                      return service.startEx({std::move(start), arg4});
                     });
 }
 
 orva_code orva_client_stop(orva_client* client, orva_error* error) {
-  return Guarded(__func__, error, {{client, "client"}}, [&] {
-    return client->Ask([](ServiceClient& service) { return service.Stop(); });
+  return guarded(__func__, error, {{client, "client"}}, [&] {
+    return client->ask([](ServiceClient& service) { return service.stop(); });
   });
 }
 
 orva_code orva_client_query_owner(orva_client* client, orva_owner** owner, orva_error* error) {
-  return AskForRecord(__func__, client, owner, error, {{client, "client"}},
-                      [](ServiceClient& service) { return service.QueryOwner(); });
+  return askForRecord(__func__, client, owner, error, {{client, "client"}},
+                      [](ServiceClient& service) { return service.queryOwner(); });
 }
 
 orva_code orva_client_heartbeat(orva_client* client, uint32_t* clock_ms, orva_error* error) {
-  return AskForNumber(__func__, client, clock_ms, error, {{client, "client"}},
-                      [](ServiceClient& service) { return service.Heartbeat(); });
+  return askForNumber(__func__, client, clock_ms, error, {{client, "client"}},
+                      [](ServiceClient& service) { return service.heartbeat(); });
 }
 
 orva_code orva_client_leave(orva_client* client, orva_leave_outcome** outcome, orva_error* error) {
-  return AskForRecord(__func__, client, outcome, error, {{client, "client"}},
-                      [](ServiceClient& service) { return service.Leave(); });
+  return askForRecord(__func__, client, outcome, error, {{client, "client"}},
+                      [](ServiceClient& service) { return service.leave(); });
 }
 
 orva_code orva_client_get_accel_data(orva_client* client, orva_accel_data** data,
                                      orva_error* error) {
-  return AskForRecord(__func__, client, data, error, {{client, "client"}},
+  return askForRecord(__func__, client, data, error, {{client, "client"}},
                       [](ServiceClient& service) { return service.GetAccelData(); });
 }
 
 orva_code orva_client_get_console_data(orva_client* client, orva_console_data** data,
                                        orva_error* error) {
-  return AskForRecord(__func__, client, data, error, {{client, "client"}},
+  return askForRecord(__func__, client, data, error, {{client, "client"}},
                       [](ServiceClient& service) { return service.GetConsoleData(); });
 }
 
 orva_code orva_client_get_last_accel_info(orva_client* client, uint32_t game_id,
                                           orva_last_accel_info** info, orva_error* error) {
-  return AskForRecord(__func__, client, info, error, {{client, "client"}},
-                      [&](ServiceClient& service) { return service.GetLastAccelInfo(game_id); });
+  return askForRecord(__func__, client, info, error, {{client, "client"}},
+                      [&](ServiceClient& service) { return service.getLastAccelInfo(game_id); });
 }
 
 orva_code orva_client_get_speed_summary(orva_client* client, uint32_t game_id, uint32_t area_id,
                                         const char* server_key, size_t server_key_length,
                                         uint32_t test_option, orva_speed_summary** summary,
                                         orva_error* error) {
-  return AskForRecord(
+  return askForRecord(
       __func__, client, summary, error,
-      {{client, "client"}, TextArgument(server_key, server_key_length, "server_key")},
+      {{client, "client"}, textArgument(server_key, server_key_length, "server_key")},
       [&](ServiceClient& service) {
-        return service.GetSpeedSummary(
-            {game_id, area_id, TextOf(server_key, server_key_length), test_option});
+        return service.getSpeedSummary(
+            {game_id, area_id, textOf(server_key, server_key_length), test_option});
       });
 }
 
 orva_code orva_client_get_game_info(orva_client* client, uint32_t game_id, orva_game_info** info,
                                     orva_error* error) {
-  return AskForRecord(__func__, client, info, error, {{client, "client"}},
-                      [&](ServiceClient& service) { return service.GetGameInfo(game_id); });
+  return askForRecord(__func__, client, info, error, {{client, "client"}},
+                      [&](ServiceClient& service) { return service.getGameInfo(game_id); });
 }
 
 orva_code orva_client_get_used_nodes(orva_client* client, uint32_t game_id, orva_used_nodes** nodes,
                                      orva_error* error) {
-  return AskForRecord(__func__, client, nodes, error, {{client, "client"}},
-                      [&](ServiceClient& service) { return service.GetUsedNodes(game_id); });
+  return askForRecord(__func__, client, nodes, error, {{client, "client"}},
+                      [&](ServiceClient& service) { return service.getUsedNodes(game_id); });
 }
 
 orva_code orva_client_request(orva_client* client, uint32_t type, const void* payload,
                               size_t payload_length, orva_bytes** answer, orva_error* error) {
-  return AskForRecord(__func__, client, answer, error,
-                      {{client, "client"}, TextArgument(payload, payload_length, "payload")},
+  return askForRecord(__func__, client, answer, error,
+                      {{client, "client"}, textArgument(payload, payload_length, "payload")},
                       [&](ServiceClient& service) -> Result<Answer<orva_bytes>> {
                         const ByteView bytes(static_cast<const std::uint8_t*>(payload),
                                              payload_length);
-                        const auto given = service.Ask(type, bytes);
+                        const auto given = service.ask(type, bytes);
                         if (!given) return given.error();
                         AnswerBlock block(sizeof(orva_bytes), 1, given.value().size());
-                        auto* const record = block.Make<orva_bytes>();
-                        const orva_text copy = block.Text(given.value());
+                        auto* const record = block.make<orva_bytes>();
+                        const orva_text copy = block.text(given.value());
                         *record = {reinterpret_cast<const std::uint8_t*>(copy.bytes), copy.length};
                         return block.Release(record);
                       });

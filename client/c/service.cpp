@@ -10,21 +10,21 @@ namespace {
 
 // The whole of a function that does something with the service, which `act` does.
 template <typename Act>
-orva_code WithService(const char* function, const orva_endpoint* endpoint, uint32_t timeout_ms,
+orva_code withService(const char* function, const orva_endpoint* endpoint, uint32_t timeout_ms,
                       orva_error* error, Act act) {
-  return Guarded(function, error, {}, [&]() -> Result<Done> {
-    auto where = EndpointOf(function, endpoint, RequestChannel::DefaultEndpoint());
+  return guarded(function, error, {}, [&]() -> Result<Done> {
+    auto where = endpointOf(function, endpoint, RequestChannel::defaultEndpoint());
     if (!where) return where.error();
-    return Deliver(
-        act(where.value().serviceName, Deadline::After(TimeoutOf(timeout_ms)), CancelOf(endpoint)),
+    return deliver(
+        act(where.value().serviceName, Deadline::after(timeoutOf(timeout_ms)), cancelOf(endpoint)),
         [](const auto& /*outcome*/) {});
   });
 }
 
 // `set` is SetEvent or ResetEvent.
-orva_code Change(const char* function, orva_cancel* cancel, orva_error* error,
+orva_code change(const char* function, orva_cancel* cancel, orva_error* error,
                  BOOL(WINAPI* set)(HANDLE)) {
-  return Guarded(function, error, {{cancel, "cancel"}}, [&]() -> Result<Done> {
+  return guarded(function, error, {{cancel, "cancel"}}, [&]() -> Result<Done> {
     if (set(cancel->event.get())) return Done{};
     const DWORD code = GetLastError();
     return Error{ErrorKind::System, "change an event", code, "the system refused it"};
@@ -35,26 +35,26 @@ orva_code Change(const char* function, orva_cancel* cancel, orva_error* error,
 
 orva_code orva_service_start(const orva_endpoint* endpoint, uint32_t timeout_ms,
                              orva_error* error) {
-  return WithService(__func__, endpoint, timeout_ms, error, StartAndWait);
+  return withService(__func__, endpoint, timeout_ms, error, startAndWait);
 }
 
 orva_code orva_service_stop(const orva_endpoint* endpoint, uint32_t timeout_ms, orva_error* error) {
-  return WithService(__func__, endpoint, timeout_ms, error, StopAndWait);
+  return withService(__func__, endpoint, timeout_ms, error, stopAndWait);
 }
 
 orva_code orva_service_wait_until_running(const orva_endpoint* endpoint, uint32_t timeout_ms,
                                           orva_error* error) {
-  return WithService(__func__, endpoint, timeout_ms, error, WaitUntilRunning);
+  return withService(__func__, endpoint, timeout_ms, error, waitUntilRunning);
 }
 
 orva_code orva_service_wait_until_ended(const orva_endpoint* endpoint, uint32_t timeout_ms,
                                         orva_error* error) {
-  return WithService(__func__, endpoint, timeout_ms, error, WaitUntilEnded);
+  return withService(__func__, endpoint, timeout_ms, error, waitUntilEnded);
 }
 
 orva_code orva_cancel_create(orva_cancel** cancel, orva_error* error) {
   if (cancel != nullptr) *cancel = nullptr;
-  return Guarded(
+  return guarded(
       __func__, error, {{static_cast<const void*>(cancel), "cancel"}}, [&]() -> Result<Done> {
         orva_accelerator::win32::UniqueKernelHandle event(
             CreateEventW(nullptr, TRUE, FALSE, nullptr));
@@ -68,11 +68,11 @@ orva_code orva_cancel_create(orva_cancel** cancel, orva_error* error) {
 }
 
 orva_code orva_cancel_set(orva_cancel* cancel, orva_error* error) {
-  return Change(__func__, cancel, error, SetEvent);
+  return change(__func__, cancel, error, SetEvent);
 }
 
 orva_code orva_cancel_reset(orva_cancel* cancel, orva_error* error) {
-  return Change(__func__, cancel, error, ResetEvent);
+  return change(__func__, cancel, error, ResetEvent);
 }
 
 void orva_cancel_close(orva_cancel* cancel) {

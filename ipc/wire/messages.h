@@ -95,7 +95,7 @@ struct MessageRow {
 
 template <typename... Message>
 constexpr std::array<MessageRow, sizeof...(Message)> messageRows(MessageList<Message...>) {
-  return {MessageRow{Message::kType, recordSize<typename Message::Request>,
+  return {MessageRow{Message::kType, kRecordSize<typename Message::Request>,
                      kTextLengths<typename Message::Request>.size(),
                      sizeof(typename Message::Response)}...};
 }

@@ -94,8 +94,8 @@ static_assert(offsetof(TestSpeedRequest, testOption) == 12);
 
 // Bytes of a request's fixed part.
 template <typename Request>
-inline constexpr std::size_t recordSize = sizeof(Request);
+inline constexpr std::size_t kRecordSize = sizeof(Request);
 template <>
-inline constexpr std::size_t recordSize<NoRequest> = 0;
+inline constexpr std::size_t kRecordSize<NoRequest> = 0;
 
 }  // namespace orva_accelerator::ipc

@@ -9,11 +9,11 @@
 namespace orva_accelerator::client {
 
 inline Deadline soon() {
-  return Deadline::After(std::chrono::milliseconds(50));
+  return Deadline::after(std::chrono::milliseconds(50));
 }
 
 inline Deadline patient() {
-  return Deadline::After(test::kPatience);
+  return Deadline::after(test::kPatience);
 }
 
 }  // namespace orva_accelerator::client

@@ -16,7 +16,7 @@ namespace orva_accelerator::test {
 template <typename Record>
 void expectFields(const Record& record, const nlohmann::json& values) {
   std::set<std::string> described;
-  client::ForEachField<Record>([&](const auto& field) {
+  client::forEachField<Record>([&](const auto& field) {
     SCOPED_TRACE(field.name);
     if (field.kind == client::FieldKind::Derived) return;
     described.insert(field.name);

@@ -7,23 +7,23 @@ namespace {
 
 // Programs compare these.
 TEST(ClientError, HasANameForEachKind) {
-  EXPECT_STREQ(KindName(ErrorKind::Usage), "usage");
-  EXPECT_STREQ(KindName(ErrorKind::NotInstalled), "not-installed");
-  EXPECT_STREQ(KindName(ErrorKind::NotRunning), "not-running");
-  EXPECT_STREQ(KindName(ErrorKind::NotTheService), "not-the-service");
-  EXPECT_STREQ(KindName(ErrorKind::HungUp), "hung-up");
-  EXPECT_STREQ(KindName(ErrorKind::Timeout), "timeout");
-  EXPECT_STREQ(KindName(ErrorKind::Refused), "refused");
-  EXPECT_STREQ(KindName(ErrorKind::Protocol), "protocol");
-  EXPECT_STREQ(KindName(ErrorKind::System), "system");
-  EXPECT_STREQ(KindName(ErrorKind::Interrupted), "interrupted");
-  EXPECT_STREQ(KindName(static_cast<ErrorKind>(99)), "system");
+  EXPECT_STREQ(kindName(ErrorKind::Usage), "usage");
+  EXPECT_STREQ(kindName(ErrorKind::NotInstalled), "not-installed");
+  EXPECT_STREQ(kindName(ErrorKind::NotRunning), "not-running");
+  EXPECT_STREQ(kindName(ErrorKind::NotTheService), "not-the-service");
+  EXPECT_STREQ(kindName(ErrorKind::HungUp), "hung-up");
+  EXPECT_STREQ(kindName(ErrorKind::Timeout), "timeout");
+  EXPECT_STREQ(kindName(ErrorKind::Refused), "refused");
+  EXPECT_STREQ(kindName(ErrorKind::Protocol), "protocol");
+  EXPECT_STREQ(kindName(ErrorKind::System), "system");
+  EXPECT_STREQ(kindName(ErrorKind::Interrupted), "interrupted");
+  EXPECT_STREQ(kindName(static_cast<ErrorKind>(99)), "system");
 }
 
 TEST(ClientError, SaysTheCodeOnlyWhereACallHasFailed) {
-  EXPECT_EQ(Describe({ErrorKind::Timeout, "do it", 0, "it is late"}),
+  EXPECT_EQ(describe({ErrorKind::Timeout, "do it", 0, "it is late"}),
             "Could not do it: it is late");
-  EXPECT_EQ(Describe({ErrorKind::System, "do it", 31, "no"}),
+  EXPECT_EQ(describe({ErrorKind::System, "do it", 31, "no"}),
             "Could not do it: no (Win32 error 31)");
 }
 

@@ -24,12 +24,12 @@ std::optional<ErrorKind> errorOf(const auto& result) {
 
 template <typename Record>
 std::optional<ErrorKind> answer(ByteView payload) {
-  return errorOf(DecodeAnswer<Record>(payload));
+  return errorOf(decodeAnswer<Record>(payload));
 }
 
 template <typename Wire>
 std::optional<ErrorKind> record(ByteView payload) {
-  return errorOf(DecodeRecord<Wire>(payload));
+  return errorOf(decodeRecord<Wire>(payload));
 }
 
 const std::map<std::string, Decode>& decoders() {
@@ -127,7 +127,7 @@ TEST(HostileResponse, KeepsTextsThatAreNotUtf8AsTheyCame) {
   payload[44] = 2;
   payload.push_back(0xC3);
   payload.push_back(0x00);
-  EXPECT_EQ(std::string_view(DecodeAnswer<orva_accel_data>(payload).value()->text3),
+  EXPECT_EQ(std::string_view(decodeAnswer<orva_accel_data>(payload).value()->text3),
             std::string_view("\xC3\0", 2));
 }
 

@@ -25,13 +25,13 @@ constexpr char kStep[] = "do the test";
 class MessagePipeTest : public testing::Test {
  protected:
   void SetUp() override {
-    auto opened = OpenPipe(Endpoint{name_, false}, patient(), kStep);
-    ASSERT_TRUE(opened.ok()) << Describe(opened.error());
+    auto opened = openPipe(Endpoint{name_, false}, patient(), kStep);
+    ASSERT_TRUE(opened.ok()) << describe(opened.error());
     pipe_.emplace(std::move(opened.value()));
     ASSERT_TRUE(end_.accept());
   }
 
-  Result<MessagePipe::Piece> read() { return pipe_->Read(room_, patient(), kStep); }
+  Result<MessagePipe::Piece> read() { return pipe_->read(room_, patient(), kStep); }
 
   std::wstring name_ = test::uniquePipeName(L"message");
   ServerEnd end_{name_};
@@ -45,13 +45,13 @@ TEST_F(MessagePipeTest, KeepsTheCodeOfAReadThatFails) {
   const auto piece = read();
   ASSERT_FALSE(piece.ok());
   EXPECT_EQ(piece.error().kind, ErrorKind::System);
-  EXPECT_EQ(Describe(piece.error()), "Could not do the test: the pipe failed (Win32 error 8)");
+  EXPECT_EQ(describe(piece.error()), "Could not do the test: the pipe failed (Win32 error 8)");
 }
 
 TEST_F(MessagePipeTest, KeepsTheCodeOfAWriteThatFails) {
   ImportHook<decltype(WriteFile)> hook("kernel32.dll", "WriteFile");
   hook.failCall(1, ERROR_NO_DATA, FALSE);
-  const auto written = pipe_->Write(Bytes{1}, patient(), kStep);
+  const auto written = pipe_->write(Bytes{1}, patient(), kStep);
   ASSERT_FALSE(written.ok());
   EXPECT_EQ(written.error().kind, ErrorKind::HungUp);
   EXPECT_EQ(written.error().win32Code, DWORD{ERROR_NO_DATA});
@@ -64,7 +64,7 @@ TEST_F(MessagePipeTest, TakesNoPartOfAMessageForTheWhole) {
     --*transferred;
     return done;
   });
-  const auto written = pipe_->Write(Bytes{1, 2}, patient(), kStep);
+  const auto written = pipe_->write(Bytes{1, 2}, patient(), kStep);
   ASSERT_FALSE(written.ok());
   EXPECT_EQ(written.error().text, "the pipe took only a part of the message");
 }
@@ -81,7 +81,7 @@ TEST_F(MessagePipeTest, EndsTheReadWhenTheWaitForItFails) {
   }
   ASSERT_TRUE(end_.write(Bytes{7}));
   const auto piece = read();
-  ASSERT_TRUE(piece.ok()) << Describe(piece.error());
+  ASSERT_TRUE(piece.ok()) << describe(piece.error());
   EXPECT_EQ(piece.value().length, 1U);
   EXPECT_EQ(room_[0], 7);
 }

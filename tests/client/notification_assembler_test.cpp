@@ -18,18 +18,18 @@ const GoldenVector& golden(const char* name) {
 
 // The message completes nothing.
 void expectWaits(NotificationAssembler& assembler, ByteView message) {
-  const auto taken = assembler.Take(message);
+  const auto taken = assembler.take(message);
   ASSERT_TRUE(taken.ok());
   EXPECT_EQ(taken.value(), nullptr);
 }
 
 Notification take(NotificationAssembler& assembler, ByteView message) {
-  auto taken = assembler.Take(message);
+  auto taken = assembler.take(message);
   return taken ? std::move(taken.value()) : nullptr;
 }
 
 ErrorKind failure(NotificationAssembler& assembler, ByteView message) {
-  const auto taken = assembler.Take(message);
+  const auto taken = assembler.take(message);
   return taken ? ErrorKind::System : taken.error().kind;
 }
 

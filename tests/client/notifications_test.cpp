@@ -18,7 +18,7 @@ Result<Notification> decode(std::uint32_t type, ByteView payload) {
   ipc::PushFrameHeader header{};
   header.type = type;
   header.clientId = 7;
-  return DecodeNotification(header, payload);
+  return decodeNotification(header, payload);
 }
 
 template <typename Check>
@@ -29,7 +29,7 @@ void forEach(const std::string& message, Check check) {
     SCOPED_TRACE(vector.name);
     ++seen;
     const auto notification = decode(vector.type, vector.payload());
-    ASSERT_TRUE(notification.ok()) << Describe(notification.error());
+    ASSERT_TRUE(notification.ok()) << describe(notification.error());
     check(vector, *notification.value());
   }
   EXPECT_GT(seen, 0);

@@ -21,7 +21,7 @@ Endpoint endpoint(std::wstring name) {
 }
 
 Result<MessagePipe> open(const std::wstring& name, const Deadline& deadline) {
-  return OpenPipe(endpoint(name), deadline, "open the test pipe");
+  return openPipe(endpoint(name), deadline, "open the test pipe");
 }
 
 TEST(PipeOpener, SaysThatTheServiceDoesNotRunWhenNobodyCreatesThePipe) {
@@ -29,7 +29,7 @@ TEST(PipeOpener, SaysThatTheServiceDoesNotRunWhenNobodyCreatesThePipe) {
   ASSERT_FALSE(pipe.ok());
   EXPECT_EQ(pipe.error().kind, ErrorKind::NotRunning);
   EXPECT_EQ(pipe.error().win32Code, DWORD{ERROR_FILE_NOT_FOUND});
-  EXPECT_EQ(Describe(pipe.error()),
+  EXPECT_EQ(describe(pipe.error()),
             "Could not open the test pipe: the service is not running (Win32 error 2)");
 }
 
@@ -47,7 +47,7 @@ TEST(PipeOpener, TimesOutWhenEveryInstanceStaysBusy) {
 TEST(PipeOpener, TriesOnceEvenWhenTheDeadlineHasPassed) {
   const auto name = test::uniquePipeName(L"once");
   ServerEnd end(name);
-  EXPECT_TRUE(open(name, Deadline::After(milliseconds(0))).ok());
+  EXPECT_TRUE(open(name, Deadline::after(milliseconds(0))).ok());
 }
 
 TEST(PipeOpener, TriesAgainUntilThePipeAppears) {
@@ -80,7 +80,7 @@ TEST(PipeOpener, StopsTryingWhenInterrupted) {
   ASSERT_TRUE(interrupt);
   ImportHook<decltype(CreateFileW)> hook("kernel32.dll", "CreateFileW");
   auto opened = std::async(std::launch::async, [&] {
-    return OpenPipe(endpoint(test::uniquePipeName(L"nobody")), patient(), "open", interrupt.get());
+    return openPipe(endpoint(test::uniquePipeName(L"nobody")), patient(), "open", interrupt.get());
   });
   ASSERT_TRUE(test::waitUntil([&] { return hook.callCount() >= 1; }));
   ASSERT_TRUE(SetEvent(interrupt.get()));
@@ -102,7 +102,7 @@ TEST(PipeOpener, KeepsTheCodeOfAnErrorThatNobodyKnows) {
   hook.failAllCalls(ERROR_NOT_ENOUGH_MEMORY, INVALID_HANDLE_VALUE);
   const auto pipe = open(test::uniquePipeName(L"unknown"), patient());
   ASSERT_FALSE(pipe.ok());
-  EXPECT_EQ(Describe(pipe.error()),
+  EXPECT_EQ(describe(pipe.error()),
             "Could not open the test pipe: the pipe cannot be opened (Win32 error 8)");
 }
 

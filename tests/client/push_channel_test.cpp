@@ -23,8 +23,8 @@ const GoldenVector& golden(const char* name) {
 class PushChannelTest : public testing::Test {
  protected:
   void SetUp() override {
-    auto channel = PushChannel::Register(Endpoint{name_, false}, 0x01020304, patient());
-    ASSERT_TRUE(channel.ok()) << Describe(channel.error());
+    auto channel = PushChannel::registerPush(Endpoint{name_, false}, 0x01020304, patient());
+    ASSERT_TRUE(channel.ok()) << describe(channel.error());
     channel_.emplace(std::move(channel.value()));
     ASSERT_TRUE(end_.accept());
     registration_ = end_.read().value_or(Bytes());
@@ -45,16 +45,16 @@ TEST_F(PushChannelTest, GivesNotificationsInTheirOrder) {
     ASSERT_TRUE(end_.write(golden(name).header()));
     ASSERT_TRUE(end_.write(golden(name).payload()));
   }
-  EXPECT_EQ(channel_->Next(patient()).value()->type, 0x1003u);
-  EXPECT_EQ(channel_->Next(patient()).value()->type, 0x1000u);
+  EXPECT_EQ(channel_->next(patient()).value()->type, 0x1003u);
+  EXPECT_EQ(channel_->next(patient()).value()->type, 0x1000u);
 }
 
 TEST_F(PushChannelTest, CanBeUsedAgainAfterATimeout) {
-  EXPECT_EQ(channel_->Next(soon()).error().kind, ErrorKind::Timeout);
+  EXPECT_EQ(channel_->next(soon()).error().kind, ErrorKind::Timeout);
   ASSERT_TRUE(end_.write(golden("stop_accel_succeeded").header()));
-  EXPECT_EQ(channel_->Next(soon()).error().kind, ErrorKind::Timeout);
+  EXPECT_EQ(channel_->next(soon()).error().kind, ErrorKind::Timeout);
   ASSERT_TRUE(end_.write(golden("stop_accel_succeeded").payload()));
-  const auto notification = channel_->Next(patient());
+  const auto notification = channel_->next(patient());
   ASSERT_TRUE(notification.ok());
   EXPECT_TRUE(notification.value()->stop->success != 0);
 }
@@ -62,10 +62,10 @@ TEST_F(PushChannelTest, CanBeUsedAgainAfterATimeout) {
 TEST_F(PushChannelTest, StopsWaitingWhenInterruptedAndLosesNothing) {
   const win32::UniqueKernelHandle interrupt(CreateEventW(nullptr, TRUE, TRUE, nullptr));
   ASSERT_TRUE(interrupt);
-  EXPECT_EQ(channel_->Next(patient(), interrupt.get()).error().kind, ErrorKind::Interrupted);
+  EXPECT_EQ(channel_->next(patient(), interrupt.get()).error().kind, ErrorKind::Interrupted);
   ASSERT_TRUE(end_.write(golden("user_login_refused").header()));
   ASSERT_TRUE(end_.write(golden("user_login_refused").payload()));
-  const auto notification = channel_->Next(patient());
+  const auto notification = channel_->next(patient());
   ASSERT_TRUE(notification.ok());
   EXPECT_EQ(notification.value()->login->code, 20001);
 }
@@ -83,9 +83,9 @@ TEST_F(PushChannelTest, TakesAMessageThatIsLargerThanThePipesBuffer) {
   }
   ASSERT_TRUE(end_.write(header));
   std::thread writer([&] { EXPECT_TRUE(end_.write(payload)); });
-  const auto notification = channel_->Next(patient());
+  const auto notification = channel_->next(patient());
   writer.join();
-  ASSERT_TRUE(notification.ok()) << Describe(notification.error());
+  ASSERT_TRUE(notification.ok()) << describe(notification.error());
   EXPECT_EQ(std::string_view(notification.value()->accel->text1), std::string(50'000, 'x'));
 }
 
@@ -95,24 +95,24 @@ TEST_F(PushChannelTest, TellsInterleavedNotificationsApart) {
   for (const auto message : {start.header(), stop.header(), stop.payload(), start.payload()}) {
     ASSERT_TRUE(end_.write(message));
   }
-  EXPECT_EQ(channel_->Next(patient()).value()->type, 0x1002u);
-  EXPECT_EQ(channel_->Next(patient()).value()->type, 0x1000u);
+  EXPECT_EQ(channel_->next(patient()).value()->type, 0x1002u);
+  EXPECT_EQ(channel_->next(patient()).value()->type, 0x1000u);
 }
 
 TEST_F(PushChannelTest, DropsAMessageThatFitsNowhereAndGoesOn) {
   ASSERT_TRUE(end_.write(Bytes{1, 2, 3}));
-  const auto misplaced = channel_->Next(patient());
+  const auto misplaced = channel_->next(patient());
   ASSERT_FALSE(misplaced.ok());
   EXPECT_EQ(misplaced.error().kind, ErrorKind::Protocol);
   EXPECT_EQ(misplaced.error().win32Code, 0u);
   ASSERT_TRUE(end_.write(golden("user_login_succeeded").header()));
   ASSERT_TRUE(end_.write(golden("user_login_succeeded").payload()));
-  EXPECT_TRUE(channel_->Next(patient()).ok());
+  EXPECT_TRUE(channel_->next(patient()).ok());
 }
 
 TEST_F(PushChannelTest, ThrowsAwayAMessageThatIsLongerThanAnyAndGoesOn) {
   std::thread writer([&] { EXPECT_TRUE(end_.write(Bytes(PushChannel::kLongestMessage + 1))); });
-  const auto tooLong = channel_->Next(patient());
+  const auto tooLong = channel_->next(patient());
   writer.join();
   ASSERT_FALSE(tooLong.ok());
   EXPECT_EQ(tooLong.error().kind, ErrorKind::Protocol);
@@ -120,12 +120,12 @@ TEST_F(PushChannelTest, ThrowsAwayAMessageThatIsLongerThanAnyAndGoesOn) {
   EXPECT_EQ(tooLong.error().win32Code, 0u);
   ASSERT_TRUE(end_.write(golden("user_login_succeeded").header()));
   ASSERT_TRUE(end_.write(golden("user_login_succeeded").payload()));
-  EXPECT_TRUE(channel_->Next(patient()).ok());
+  EXPECT_TRUE(channel_->next(patient()).ok());
 }
 
 TEST_F(PushChannelTest, SaysThatTheServiceEndedTheConnection) {
   end_.disconnect();
-  const auto next = channel_->Next(patient());
+  const auto next = channel_->next(patient());
   ASSERT_FALSE(next.ok());
   EXPECT_EQ(next.error().kind, ErrorKind::HungUp);
   EXPECT_NE(next.error().win32Code, 0u);

@@ -38,19 +38,19 @@ class RequestChannelTest : public testing::Test {
       const auto request = end_.read();
       if (request) script(end_, *request);
     });
-    auto channel = RequestChannel::Open(Endpoint{name_, false}, patient());
-    ASSERT_TRUE(channel.ok()) << Describe(channel.error());
+    auto channel = RequestChannel::open(Endpoint{name_, false}, patient());
+    ASSERT_TRUE(channel.ok()) << describe(channel.error());
     channel_.emplace(std::move(channel.value()));
   }
 
   Result<Bytes> ask(const Deadline& deadline = patient(), const Bytes& payload = {}) {
-    return channel_->Exchange(0x600, 7, payload, deadline);
+    return channel_->exchange(0x600, 7, payload, deadline);
   }
 
   void expectProtocolError() {
     const auto answer = ask();
     ASSERT_FALSE(answer.ok());
-    EXPECT_EQ(answer.error().kind, ErrorKind::Protocol) << Describe(answer.error());
+    EXPECT_EQ(answer.error().kind, ErrorKind::Protocol) << describe(answer.error());
     EXPECT_FALSE(channel_->usable());
   }
 
@@ -125,7 +125,7 @@ TEST_F(RequestChannelTest, AsksAgainOnTheSameConnection) {
 TEST_F(RequestChannelTest, TimesOutAndClosesWhenNoAnswerComes) {
   bool left = false;
   serve([&](ServerEnd& end, const Bytes&) { left = end.clientLeaves(); });
-  const auto answer = ask(Deadline::After(milliseconds(50)));
+  const auto answer = ask(Deadline::after(milliseconds(50)));
   ASSERT_FALSE(answer.ok());
   EXPECT_EQ(answer.error().kind, ErrorKind::Timeout);
   EXPECT_EQ(answer.error().step, "read the answer");
@@ -140,15 +140,15 @@ TEST_F(RequestChannelTest, TimesOutWhenThePayloadDoesNotFollow) {
     EXPECT_TRUE(end.write(head(4)));
     EXPECT_TRUE(end.clientLeaves());
   });
-  EXPECT_EQ(ask(Deadline::After(milliseconds(50))).error().kind, ErrorKind::Timeout);
+  EXPECT_EQ(ask(Deadline::after(milliseconds(50))).error().kind, ErrorKind::Timeout);
 }
 
 TEST_F(RequestChannelTest, TimesOutWhenTheRequestIsNotRead) {
   // More than the pipe takes, and a server that never reads.
-  auto channel = RequestChannel::Open(Endpoint{name_, false}, patient());
+  auto channel = RequestChannel::open(Endpoint{name_, false}, patient());
   ASSERT_TRUE(channel.ok());
   const auto answer =
-      channel.value().Exchange(1, 7, Bytes(100'000, 1), Deadline::After(milliseconds(50)));
+      channel.value().exchange(1, 7, Bytes(100'000, 1), Deadline::after(milliseconds(50)));
   ASSERT_FALSE(answer.ok());
   EXPECT_EQ(answer.error().kind, ErrorKind::Timeout);
   EXPECT_EQ(answer.error().step, "send a request");

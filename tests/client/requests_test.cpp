@@ -26,7 +26,7 @@ void expectGolden(const std::string& message, const Encode& encode) {
     ASSERT_TRUE(payload.ok());
     EXPECT_TRUE(test::isPayload(vector, payload.value()));
     const auto frame =
-        EncodeFrame(vector.type, vector.number<std::uint32_t>("clientId"), payload.value());
+        encodeFrame(vector.type, vector.number<std::uint32_t>("clientId"), payload.value());
     ASSERT_TRUE(frame.ok());
     EXPECT_TRUE(test::isMessage(vector, frame.value()));
   }
@@ -45,7 +45,7 @@ StartRequest startOf(const GoldenVector& vector) {
 
 TEST(RequestEncoding, InitIsTheGoldenBytes) {
   expectGolden("MsgSdkInit", [](const GoldenVector& vector) {
-    return EncodeInit(
+    return encodeInit(
         {word(vector, "channelId"), word(vector, "channelNumber"), vector.text("channelName")});
   });
 }
@@ -54,24 +54,24 @@ TEST(RequestEncoding, LoginIsTheGoldenBytes) {
   expectGolden("MsgUserLogin", [](const GoldenVector& vector) {
     const std::string account = vector.text("account");
     const std::string credential = vector.text("credential");
-    return EncodeLogin({account, credential});
+    return encodeLogin({account, credential});
   });
 }
 
 TEST(RequestEncoding, StartIsTheGoldenBytes) {
   expectGolden("MsgStartAccel",
-               [](const GoldenVector& vector) { return EncodeStart(startOf(vector)); });
+               [](const GoldenVector& vector) { return encodeStart(startOf(vector)); });
 }
 
 TEST(RequestEncoding, StartExIsTheGoldenBytes) {
   expectGolden("MsgStartAccelEx", [](const GoldenVector& vector) {
-    return EncodeStartEx({startOf(vector), word(vector, "startArg4")});
+    return encodeStartEx({startOf(vector), word(vector, "startArg4")});
   });
 }
 
 TEST(RequestEncoding, SpeedIsTheGoldenBytes) {
   expectGolden("MsgGetTestSpeedData", [](const GoldenVector& vector) {
-    return EncodeSpeed({word(vector, "gameId"), word(vector, "areaId"), vector.text("serverKey"),
+    return encodeSpeed({word(vector, "gameId"), word(vector, "areaId"), vector.text("serverKey"),
                         word(vector, "testOption")});
   });
 }
@@ -80,7 +80,7 @@ TEST(RequestEncoding, GameQueriesAreTheGoldenBytes) {
   for (const char* message :
        {"MsgGetGameLastAccelInfo", "MsgGetGameAccelInfo", "MsgGetGameUsedNodeList"}) {
     expectGolden(message, [](const GoldenVector& vector) -> Result<Bytes> {
-      return EncodeGame(word(vector, "gameId"));
+      return encodeGame(word(vector, "gameId"));
     });
   }
 }
@@ -95,26 +95,26 @@ TEST(RequestEncoding, RequestsWithoutPayloadAreTheGoldenBytes) {
 
 TEST(RequestEncoding, RegistrationIsTheGoldenBytes) {
   const auto& vector = test::goldenVector("headers.json", "registration");
-  EXPECT_EQ(EncodePushRegistration(word(vector, "clientId")), vector.bytes);
+  EXPECT_EQ(encodePushRegistration(word(vector, "clientId")), vector.bytes);
 }
 
 TEST(RequestEncoding, RefusesTextsThatTheLengthFieldCannotHold) {
   const std::string longest(65535, 'x');
   const std::string tooLong(65536, 'x');
-  EXPECT_EQ(EncodeInit({1, 0, longest}).value().size(), 12u + 65535);
-  EXPECT_EQ(EncodeInit({1, 0, tooLong}).error().kind, ErrorKind::Usage);
-  EXPECT_EQ(EncodeLogin({longest, longest}).value().size(), 4u + 2 * 65535);
-  EXPECT_EQ(EncodeLogin({tooLong, ""}).error().kind, ErrorKind::Usage);
-  EXPECT_EQ(EncodeLogin({"", tooLong}).error().kind, ErrorKind::Usage);
-  EXPECT_EQ(EncodeStart({0, 0, 0, tooLong, ""}).error().kind, ErrorKind::Usage);
-  EXPECT_EQ(EncodeStart({0, 0, 0, "", tooLong}).error().kind, ErrorKind::Usage);
-  EXPECT_EQ(EncodeStartEx({{0, 0, 0, tooLong, ""}, 0}).error().kind, ErrorKind::Usage);
-  EXPECT_EQ(EncodeSpeed({0, 0, tooLong, 0}).error().kind, ErrorKind::Usage);
+  EXPECT_EQ(encodeInit({1, 0, longest}).value().size(), 12u + 65535);
+  EXPECT_EQ(encodeInit({1, 0, tooLong}).error().kind, ErrorKind::Usage);
+  EXPECT_EQ(encodeLogin({longest, longest}).value().size(), 4u + 2 * 65535);
+  EXPECT_EQ(encodeLogin({tooLong, ""}).error().kind, ErrorKind::Usage);
+  EXPECT_EQ(encodeLogin({"", tooLong}).error().kind, ErrorKind::Usage);
+  EXPECT_EQ(encodeStart({0, 0, 0, tooLong, ""}).error().kind, ErrorKind::Usage);
+  EXPECT_EQ(encodeStart({0, 0, 0, "", tooLong}).error().kind, ErrorKind::Usage);
+  EXPECT_EQ(encodeStartEx({{0, 0, 0, tooLong, ""}, 0}).error().kind, ErrorKind::Usage);
+  EXPECT_EQ(encodeSpeed({0, 0, tooLong, 0}).error().kind, ErrorKind::Usage);
 }
 
 TEST(RequestEncoding, TellsWhichTextIsTooLong) {
   const std::string tooLong(65536, 'x');
-  const auto result = EncodeLogin({"", tooLong});
+  const auto result = encodeLogin({"", tooLong});
   EXPECT_EQ(result.error().text,
             "its text 2 has 65536 bytes, more than the 65535 that a request can carry");
   EXPECT_EQ(result.error().win32Code, 0u);

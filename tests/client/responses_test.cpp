@@ -31,7 +31,7 @@ void forEach(const std::string& message, const std::function<void(const GoldenVe
 template <typename Record>
 void expectDescribed(const std::string& message) {
   forEach(message, [](const GoldenVector& vector) {
-    const auto answer = DecodeAnswer<Record>(vector.payload());
+    const auto answer = decodeAnswer<Record>(vector.payload());
     ASSERT_TRUE(answer.ok());
     expectFields(*answer.value(), vector.values);
   });
@@ -49,7 +49,7 @@ TEST(ResponseDecoding, GivesEveryFieldOfEveryRecord) {
 
 TEST(ResponseDecoding, GivesEveryFieldOfEveryUsedNode) {
   forEach("MsgGetGameUsedNodeList", [](const GoldenVector& vector) {
-    const auto list = DecodeAnswer<orva_used_nodes>(vector.payload());
+    const auto list = decodeAnswer<orva_used_nodes>(vector.payload());
     ASSERT_TRUE(list.ok());
     EXPECT_EQ(list.value()->status, vector.number<std::uint32_t>("status"));
     const auto& expected = vector.values.at("nodes");
@@ -62,15 +62,15 @@ TEST(ResponseDecoding, GivesEveryFieldOfEveryUsedNode) {
 
 TEST(ResponseDecoding, GivesAnswersOfOneFieldAsTheyTravel) {
   forEach("MsgSdkInit", [](const GoldenVector& vector) {
-    EXPECT_EQ(DecodeRecord<ipc::SdkInitResponse>(vector.payload()).value().result,
+    EXPECT_EQ(decodeRecord<ipc::SdkInitResponse>(vector.payload()).value().result,
               vector.number<std::int32_t>("result"));
   });
   forEach("MsgHeartbeat", [](const GoldenVector& vector) {
-    EXPECT_EQ(DecodeRecord<ipc::HeartbeatResponse>(vector.payload()).value().serviceClockMs,
+    EXPECT_EQ(decodeRecord<ipc::HeartbeatResponse>(vector.payload()).value().serviceClockMs,
               vector.number<std::uint32_t>("monotonicMs"));
   });
   forEach("MsgStartAccel", [](const GoldenVector& vector) {
-    EXPECT_EQ(DecodeRecord<ipc::StartAccelResponse>(vector.payload()).value().accepted,
+    EXPECT_EQ(decodeRecord<ipc::StartAccelResponse>(vector.payload()).value().accepted,
               vector.number<std::uint8_t>("accepted"));
   });
 }
@@ -78,15 +78,15 @@ TEST(ResponseDecoding, GivesAnswersOfOneFieldAsTheyTravel) {
 TEST(ResponseDecoding, TakesEveryNumberButZeroForAFlagThatIsSet) {
   Bytes payload(28, 0);
   payload[25] = 1;  // consoleFlag 0x100
-  EXPECT_EQ(DecodeAnswer<orva_console_data>(payload).value()->console_flag, 1);
+  EXPECT_EQ(decodeAnswer<orva_console_data>(payload).value()->console_flag, 1);
 }
 
 TEST(ResponseDecoding, PutsAZeroBehindEveryText) {
   const GoldenVector& game = test::goldenVector("responses.json", "get_game_accel_info");
-  const auto info = DecodeAnswer<orva_game_info>(game.payload());
+  const auto info = decodeAnswer<orva_game_info>(game.payload());
   EXPECT_STREQ(info.value()->game_text.bytes, "Star Arena");
   EXPECT_STREQ(info.value()->node_text.bytes, "Node 11");
-  const auto nothing = DecodeAnswer<orva_accel_data>(Bytes(48, 0));
+  const auto nothing = decodeAnswer<orva_accel_data>(Bytes(48, 0));
   EXPECT_STREQ(nothing.value()->text3.bytes, "");
 }
 

@@ -42,7 +42,7 @@ class ServerProcess : public testing::Test {
   }
 
   Result<MessagePipe> open(const Deadline& deadline = patient()) {
-    return OpenPipe(Endpoint{name_, true, L"SomeService"}, deadline, "open the test pipe");
+    return openPipe(Endpoint{name_, true, L"SomeService"}, deadline, "open the test pipe");
   }
 
   std::wstring name_ = test::uniquePipeName(L"verified");

@@ -14,8 +14,8 @@ using test::goldenVector;
 class ServiceClientTest : public testing::Test {
  protected:
   ServiceClient connect() {
-    auto channel = RequestChannel::Open(Endpoint{service_.requestPipe(), false},
-                                        Deadline::After(test::kPatience));
+    auto channel = RequestChannel::open(Endpoint{service_.requestPipe(), false},
+                                        Deadline::after(test::kPatience));
     return ServiceClient(std::move(channel.value()), 7, test::kPatience);
   }
 
@@ -35,7 +35,7 @@ TEST_F(ServiceClientTest, ManagesTheLibrary) {
   EXPECT_EQ(client.Init({3, 20250, "official"}).value(), -1);
   expectAsked("sdk_init");
   service_.answerWith("user_login");
-  EXPECT_TRUE(client.Login({"玩家一号", "密码123"}).ok());
+  EXPECT_TRUE(client.login({"玩家一号", "密码123"}).ok());
   expectAsked("user_login_chinese_account");
   service_.answerWith("sdk_release");
   EXPECT_TRUE(client.Release().ok());
@@ -48,22 +48,22 @@ TEST_F(ServiceClientTest, ManagesTheLibrary) {
 TEST_F(ServiceClientTest, ControlsTheAcceleration) {
   auto client = connect();
   service_.answerWith("start_accel_refused");
-  EXPECT_FALSE(client.Start({1001, 2, 5, "asia-1", "auto"}).value());
+  EXPECT_FALSE(client.start({1001, 2, 5, "asia-1", "auto"}).value());
   expectAsked("start_accel_auto");
   service_.answerWith("start_accel_ex_accepted");
-  EXPECT_TRUE(client.StartEx({{1001, 2, 5, "asia-1", "auto"}, 77}).value());
+  EXPECT_TRUE(client.startEx({{1001, 2, 5, "asia-1", "auto"}, 77}).value());
   expectAsked("start_accel_ex_auto");
   service_.answerWith("stop_accel");
-  EXPECT_TRUE(client.Stop().ok());
+  EXPECT_TRUE(client.stop().ok());
   expectAsked("stop_accel");
   service_.answerWith("query_accel_owner_other");
-  EXPECT_TRUE(client.QueryOwner().value()->any_acceleration);
+  EXPECT_TRUE(client.queryOwner().value()->any_acceleration);
   expectAsked("query_accel_owner");
   service_.answerWith("client_leaving_others_remain");
-  EXPECT_EQ(client.Leave().value()->remaining_clients, 3u);
+  EXPECT_EQ(client.leave().value()->remaining_clients, 3u);
   expectAsked("client_leaving");
   service_.answerWith("heartbeat");
-  EXPECT_EQ(client.Heartbeat().value(), 12345678u);
+  EXPECT_EQ(client.heartbeat().value(), 12345678u);
   expectAsked("heartbeat");
 }
 
@@ -76,16 +76,16 @@ TEST_F(ServiceClientTest, AsksEveryQuery) {
   EXPECT_EQ(client.GetConsoleData().value()->console3, 303u);
   expectAsked("get_console_data");
   service_.answerWith("get_game_last_accel_info");
-  EXPECT_STREQ(client.GetLastAccelInfo(1001).value()->server_key.bytes, "asia-1");
+  EXPECT_STREQ(client.getLastAccelInfo(1001).value()->server_key.bytes, "asia-1");
   expectAsked("get_game_last_accel_info");
   service_.answerWith("get_test_speed_data");
-  EXPECT_EQ(client.GetSpeedSummary({1001, 2, "asia-1", 1}).value()->summary[1], 202u);
+  EXPECT_EQ(client.getSpeedSummary({1001, 2, "asia-1", 1}).value()->summary[1], 202u);
   expectAsked("get_test_speed_data");
   service_.answerWith("get_game_accel_info");
-  EXPECT_STREQ(client.GetGameInfo(1001).value()->node_text.bytes, "Node 11");
+  EXPECT_STREQ(client.getGameInfo(1001).value()->node_text.bytes, "Node 11");
   expectAsked("get_game_accel_info");
   service_.answerWith("get_game_used_node_list_two");
-  EXPECT_EQ(client.GetUsedNodes(1001).value()->count, 2u);
+  EXPECT_EQ(client.getUsedNodes(1001).value()->count, 2u);
   expectAsked("get_game_used_node_list");
 }
 
@@ -93,7 +93,7 @@ TEST_F(ServiceClientTest, CallsAnEmptyAnswerRefusedAndGoesOn) {
   auto client = connect();
   EXPECT_EQ(client.GetAccelData().error().kind, ErrorKind::Refused);
   service_.answerWith("heartbeat");
-  EXPECT_TRUE(client.Heartbeat().ok());
+  EXPECT_TRUE(client.heartbeat().ok());
 }
 
 TEST_F(ServiceClientTest, StaysUsableAfterAnAnswerThatDoesNotDecode) {
@@ -102,12 +102,12 @@ TEST_F(ServiceClientTest, StaysUsableAfterAnAnswerThatDoesNotDecode) {
   EXPECT_EQ(client.GetAccelData().error().kind, ErrorKind::Protocol);
   EXPECT_TRUE(client.usable());
   service_.answerWith("heartbeat");
-  EXPECT_TRUE(client.Heartbeat().ok());
+  EXPECT_TRUE(client.heartbeat().ok());
 }
 
 TEST_F(ServiceClientTest, SendsNothingWhenTheRequestCannotBeEncoded) {
   auto client = connect();
-  EXPECT_EQ(client.Login({std::string(65536, 'x'), ""}).error().kind, ErrorKind::Usage);
+  EXPECT_EQ(client.login({std::string(65536, 'x'), ""}).error().kind, ErrorKind::Usage);
   EXPECT_TRUE(client.usable());
   EXPECT_TRUE(service_.requests().empty());
 }

@@ -74,24 +74,24 @@ class Victim {
 
 TEST_F(ServiceControl, SaysThatTheManagerCannotBeReached) {
   openManager_.failAllCalls(ERROR_ACCESS_DENIED, nullptr);
-  const auto started = StartAndWait(kName, patient());
+  const auto started = startAndWait(kName, patient());
   ASSERT_FALSE(started.ok());
-  EXPECT_EQ(Describe(started.error()),
+  EXPECT_EQ(describe(started.error()),
             "Could not start the service: the service control manager cannot be reached "
             "(Win32 error 5)");
-  EXPECT_EQ(StopAndWait(kName, patient()).error().win32Code, DWORD{ERROR_ACCESS_DENIED});
-  EXPECT_EQ(WaitUntilRunning(kName, patient()).error().win32Code, DWORD{ERROR_ACCESS_DENIED});
-  EXPECT_EQ(WaitUntilEnded(kName, patient()).error().win32Code, DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(stopAndWait(kName, patient()).error().win32Code, DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(waitUntilRunning(kName, patient()).error().win32Code, DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(waitUntilEnded(kName, patient()).error().win32Code, DWORD{ERROR_ACCESS_DENIED});
   EXPECT_EQ(openService_.callCount(), 0U);
 }
 
 TEST_F(ServiceControl, AsksForNoMoreThanItNeeds) {
   statuses_ = {status(SERVICE_RUNNING, GetCurrentProcessId())};
-  EXPECT_TRUE(StartAndWait(kName, patient()).ok());
-  EXPECT_TRUE(WaitUntilRunning(kName, patient()).ok());
+  EXPECT_TRUE(startAndWait(kName, patient()).ok());
+  EXPECT_TRUE(waitUntilRunning(kName, patient()).ok());
   statuses_ = {status(SERVICE_STOPPED, 0)};
-  EXPECT_TRUE(StopAndWait(kName, patient()).ok());
-  EXPECT_TRUE(WaitUntilEnded(kName, patient()).ok());
+  EXPECT_TRUE(stopAndWait(kName, patient()).ok());
+  EXPECT_TRUE(waitUntilEnded(kName, patient()).ok());
   std::vector<DWORD> rights;
   for (const auto& call : openService_.calls()) rights.push_back(std::get<2>(call));
   EXPECT_EQ(rights,
@@ -102,8 +102,8 @@ TEST_F(ServiceControl, AsksForNoMoreThanItNeeds) {
 
 TEST_F(ServiceControl, SaysThatTheStatusIsRefused) {
   query_.failAllCalls(ERROR_ACCESS_DENIED, FALSE);
-  EXPECT_EQ(StartAndWait(kName, patient()).error().kind, ErrorKind::Refused);
-  EXPECT_EQ(StopAndWait(kName, patient()).error().kind, ErrorKind::Refused);
+  EXPECT_EQ(startAndWait(kName, patient()).error().kind, ErrorKind::Refused);
+  EXPECT_EQ(stopAndWait(kName, patient()).error().kind, ErrorKind::Refused);
   EXPECT_EQ(start_.callCount(), 0U);
   EXPECT_EQ(control_.callCount(), 0U);
 }
@@ -112,8 +112,8 @@ TEST_F(ServiceControl, WaitsForAStartThatHasNoProcessYet) {
   statuses_ = {status(SERVICE_STOPPED, 0), status(SERVICE_START_PENDING, 0),
                status(SERVICE_START_PENDING, GetCurrentProcessId()),
                status(SERVICE_RUNNING, GetCurrentProcessId())};
-  const auto started = StartAndWait(kName, patient());
-  ASSERT_TRUE(started.ok()) << Describe(started.error());
+  const auto started = startAndWait(kName, patient());
+  ASSERT_TRUE(started.ok()) << describe(started.error());
   EXPECT_EQ(started.value().processId, GetCurrentProcessId());
   EXPECT_FALSE(started.value().wasRunning);
   EXPECT_EQ(start_.callCount(), 1U);
@@ -122,20 +122,20 @@ TEST_F(ServiceControl, WaitsForAStartThatHasNoProcessYet) {
 TEST_F(ServiceControl, TakesTheStartOfSomebodyWhoWasFaster) {
   statuses_ = {status(SERVICE_STOPPED, 0), status(SERVICE_RUNNING, GetCurrentProcessId())};
   start_.failCall(1, ERROR_SERVICE_ALREADY_RUNNING, FALSE);
-  const auto started = StartAndWait(kName, patient());
-  ASSERT_TRUE(started.ok()) << Describe(started.error());
+  const auto started = startAndWait(kName, patient());
+  ASSERT_TRUE(started.ok()) << describe(started.error());
   EXPECT_FALSE(started.value().wasRunning);
 }
 
 TEST_F(ServiceControl, DoesNotRepeatAStartThatIsRefused) {
   start_.failAllCalls(ERROR_SERVICE_DISABLED, FALSE);
-  EXPECT_EQ(StartAndWait(kName, patient()).error().win32Code, DWORD{ERROR_SERVICE_DISABLED});
+  EXPECT_EQ(startAndWait(kName, patient()).error().win32Code, DWORD{ERROR_SERVICE_DISABLED});
   EXPECT_EQ(start_.callCount(), 1U);
 }
 
 TEST_F(ServiceControl, TellsThatTheServiceEndedInsteadOfComingUp) {
   statuses_ = {status(SERVICE_STOPPED, 0), status(SERVICE_STOPPED, 0, ERROR_PROCESS_ABORTED)};
-  const auto started = StartAndWait(kName, patient());
+  const auto started = startAndWait(kName, patient());
   ASSERT_FALSE(started.ok());
   EXPECT_EQ(started.error().kind, ErrorKind::System);
   EXPECT_EQ(started.error().text, "the service ended instead of coming up");
@@ -149,7 +149,7 @@ TEST_F(ServiceControl, TellsWithWhatTheProcessEndedInsteadOfComingUp) {
     service.end(9);
     return TRUE;
   });
-  const auto started = StartAndWait(kName, patient());
+  const auto started = startAndWait(kName, patient());
   ASSERT_FALSE(started.ok());
   EXPECT_EQ(started.error().text,
             "the service ended instead of coming up; its process ended with 9");
@@ -159,14 +159,14 @@ TEST_F(ServiceControl, StartsAServiceWhoseProcessHasDiedAsRunning) {
   Victim dead;
   dead.end(3);
   statuses_ = {status(SERVICE_RUNNING, dead.id()), status(SERVICE_RUNNING, GetCurrentProcessId())};
-  const auto started = StartAndWait(kName, patient());
-  ASSERT_TRUE(started.ok()) << Describe(started.error());
+  const auto started = startAndWait(kName, patient());
+  ASSERT_TRUE(started.ok()) << describe(started.error());
   EXPECT_FALSE(started.value().wasRunning);
   EXPECT_EQ(start_.callCount(), 1U);
 }
 
 TEST_F(ServiceControl, OnlyWaitsForAStartThatIsNotItsOwn) {
-  EXPECT_EQ(WaitUntilRunning(kName, soon()).error().text, "the service did not come up in time");
+  EXPECT_EQ(waitUntilRunning(kName, soon()).error().text, "the service did not come up in time");
   EXPECT_EQ(start_.callCount(), 0U);
 }
 
@@ -174,9 +174,9 @@ TEST_F(ServiceControl, StopsWaitingWhenInterrupted) {
   const win32::UniqueKernelHandle interrupt(CreateEventW(nullptr, TRUE, TRUE, nullptr));
   ASSERT_TRUE(interrupt);
   statuses_ = {status(SERVICE_START_PENDING, GetCurrentProcessId())};
-  EXPECT_EQ(WaitUntilRunning(kName, patient(), interrupt.get()).error().kind,
+  EXPECT_EQ(waitUntilRunning(kName, patient(), interrupt.get()).error().kind,
             ErrorKind::Interrupted);
-  EXPECT_EQ(StopAndWait(kName, patient(), interrupt.get()).error().kind, ErrorKind::Interrupted);
+  EXPECT_EQ(stopAndWait(kName, patient(), interrupt.get()).error().kind, ErrorKind::Interrupted);
 }
 
 TEST_F(ServiceControl, TellsWithWhatAStoppedProcessEnded) {
@@ -188,8 +188,8 @@ TEST_F(ServiceControl, TellsWithWhatAStoppedProcessEnded) {
     SetLastError(ERROR_BROKEN_PIPE);
     return FALSE;
   });
-  const auto stopped = StopAndWait(kName, patient());
-  ASSERT_TRUE(stopped.ok()) << Describe(stopped.error());
+  const auto stopped = stopAndWait(kName, patient());
+  ASSERT_TRUE(stopped.ok()) << describe(stopped.error());
   EXPECT_TRUE(stopped.value().wasRunning);
   EXPECT_EQ(stopped.value().exitCode, 3U);
 }
@@ -197,7 +197,7 @@ TEST_F(ServiceControl, TellsWithWhatAStoppedProcessEnded) {
 TEST_F(ServiceControl, SendsTheStopAgainUntilItIsTakenAndThenNoMore) {
   statuses_ = {status(SERVICE_RUNNING, GetCurrentProcessId())};
   control_.failCalls(1, 2, ERROR_SERVICE_CANNOT_ACCEPT_CTRL, FALSE);
-  const auto stopped = StopAndWait(kName, Deadline::After(std::chrono::milliseconds(500)));
+  const auto stopped = stopAndWait(kName, Deadline::after(std::chrono::milliseconds(500)));
   EXPECT_EQ(stopped.error().text, "the service did not end in time");
   EXPECT_EQ(control_.callCount(), 3U);
 }
@@ -205,13 +205,13 @@ TEST_F(ServiceControl, SendsTheStopAgainUntilItIsTakenAndThenNoMore) {
 TEST_F(ServiceControl, NamesTheRefusalWhenAStopIsNeverTaken) {
   statuses_ = {status(SERVICE_START_PENDING, GetCurrentProcessId())};
   control_.failAllCalls(ERROR_SERVICE_CANNOT_ACCEPT_CTRL, FALSE);
-  EXPECT_EQ(StopAndWait(kName, soon()).error().win32Code, DWORD{ERROR_SERVICE_CANNOT_ACCEPT_CTRL});
+  EXPECT_EQ(stopAndWait(kName, soon()).error().win32Code, DWORD{ERROR_SERVICE_CANNOT_ACCEPT_CTRL});
 }
 
 TEST_F(ServiceControl, DoesNotRepeatAStopThatIsDenied) {
   statuses_ = {status(SERVICE_RUNNING, GetCurrentProcessId())};
   control_.failAllCalls(ERROR_ACCESS_DENIED, FALSE);
-  EXPECT_EQ(StopAndWait(kName, patient()).error().kind, ErrorKind::Refused);
+  EXPECT_EQ(stopAndWait(kName, patient()).error().kind, ErrorKind::Refused);
   EXPECT_EQ(control_.callCount(), 1U);
 }
 

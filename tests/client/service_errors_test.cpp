@@ -8,7 +8,7 @@ namespace {
 
 using client::Error;
 using client::ErrorKind;
-using client::ServiceError;
+using client::serviceError;
 
 TEST(ServiceErrors, SayWhatToDoAboutEachRefusal) {
   struct Expected {
@@ -25,7 +25,7 @@ TEST(ServiceErrors, SayWhatToDoAboutEachRefusal) {
         Expected{ERROR_SERVICE_CANNOT_ACCEPT_CTRL, ErrorKind::Refused, "try again"},
         Expected{ERROR_SERVICE_NOT_ACTIVE, ErrorKind::NotRunning, "not running"},
         Expected{ERROR_SERVICE_MARKED_FOR_DELETE, ErrorKind::Refused, "being deleted"}}) {
-    const Error error = ServiceError("start the service", expected.code);
+    const Error error = serviceError("start the service", expected.code);
     EXPECT_EQ(error.kind, expected.kind) << expected.code;
     EXPECT_EQ(error.win32Code, expected.code);
     EXPECT_EQ(error.step, "start the service");
@@ -34,7 +34,7 @@ TEST(ServiceErrors, SayWhatToDoAboutEachRefusal) {
 }
 
 TEST(ServiceErrors, KeepTheCodeOfARefusalThatNobodyKnows) {
-  const Error error = ServiceError("stop the service", ERROR_INVALID_HANDLE);
+  const Error error = serviceError("stop the service", ERROR_INVALID_HANDLE);
   EXPECT_EQ(error.kind, ErrorKind::System);
   EXPECT_EQ(error.win32Code, DWORD{ERROR_INVALID_HANDLE});
 }

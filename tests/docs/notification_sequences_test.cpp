@@ -31,7 +31,7 @@ json valuesOf(const orva_notification& notification) {
 
 // As the sequences write it.
 json given(NotificationAssembler& assembler, ByteView message) {
-  const auto taken = assembler.Take(message);
+  const auto taken = assembler.take(message);
   if (!taken) return "lost";
   if (!taken.value()) return nullptr;
   const orva_notification& notification = *taken.value();

@@ -19,7 +19,7 @@ using Decoder = void(Input);
 // Any outcome will do that touches nothing beyond the payload.
 template <typename Record>
 void decode(Input payload) {
-  (void)client::DecodeAnswer<Record>(payload);
+  (void)client::decodeAnswer<Record>(payload);
 }
 
 constexpr Decoder* kDecoders[] = {
@@ -38,7 +38,7 @@ void assemble(Input input) {
     const std::size_t length = std::min(announced, input.size());
     // A block of its own, which ends where the message does.
     const client::Bytes message(input.begin(), input.begin() + static_cast<std::ptrdiff_t>(length));
-    (void)assembler.Take(message);
+    (void)assembler.take(message);
     if (assembler.waiting() > client::NotificationAssembler::kMostWaiting) std::abort();
     input = input.subspan(length);
   }

@@ -29,7 +29,7 @@ void parseSelection(const std::wstring& text) {
     const sdk::NodeSelection selection = sdk::ParseNodeSelection(text);
     require(!selection.isAuto || selection.nodes.empty());
     // What the library is given means the same as what the client has sent.
-    const std::wstring list = sdk::FormatNodeList(selection.nodes);
+    const std::wstring list = sdk::formatNodeList(selection.nodes);
     if (!list.empty()) require(sdk::ParseNodeSelection(list).nodes == selection.nodes);
   } catch (const std::invalid_argument&) {
     // The documented end of a piece that is no number; a connection's thread ends the process.
@@ -45,14 +45,14 @@ void readText(Input input) {
   require(cursor == length);
   require(text.size() <= length);
   // What was replaced once is not replaced again.
-  const std::string utf8 = ipc::ToUtf8(text);
+  const std::string utf8 = ipc::toUtf8(text);
   std::uint32_t again = 0;
   require(ipc::ReadPayloadText(utf8.data(), again, static_cast<std::uint16_t>(utf8.size())) ==
           text);
 }
 
 void writeText(const std::wstring& text) {
-  const std::string utf8 = ipc::ToUtf8(text);
+  const std::string utf8 = ipc::toUtf8(text);
   require(utf8.empty() == text.empty());
   require(utf8.size() <= text.size() * 3);
 }

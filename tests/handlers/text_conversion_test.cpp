@@ -167,27 +167,27 @@ TEST(ReadPayloadText, IsEmptyWhenTheSystemCannotConvert) {
 }
 
 TEST(ToUtf8, ConvertsUtf16UnitForUnit) {
-  EXPECT_EQ(ToUtf8(L""), "");
-  for (const Pair& row : pairs()) EXPECT_EQ(ToUtf8(row.wide), row.utf8);
+  EXPECT_EQ(toUtf8(L""), "");
+  for (const Pair& row : pairs()) EXPECT_EQ(toUtf8(row.wide), row.utf8);
 }
 
 TEST(ToUtf8, ReplacesLoneSurrogates) {
   const std::string replacement = "\xEF\xBF\xBD";
-  EXPECT_EQ(ToUtf8(L"\xD83C"), replacement);
-  EXPECT_EQ(ToUtf8(L"\xDFAE"), replacement);
-  EXPECT_EQ(ToUtf8(L"a\xD83Cz"), "a" + replacement + "z");
-  EXPECT_EQ(ToUtf8(L"a\xDFAEz"), "a" + replacement + "z");
-  EXPECT_EQ(ToUtf8(L"\xDFAE\xD83C"), replacement + replacement);
-  EXPECT_EQ(ToUtf8(L"\xD83C\xD83C\xDFAE"), replacement + "\xF0\x9F\x8E\xAE");
+  EXPECT_EQ(toUtf8(L"\xD83C"), replacement);
+  EXPECT_EQ(toUtf8(L"\xDFAE"), replacement);
+  EXPECT_EQ(toUtf8(L"a\xD83Cz"), "a" + replacement + "z");
+  EXPECT_EQ(toUtf8(L"a\xDFAEz"), "a" + replacement + "z");
+  EXPECT_EQ(toUtf8(L"\xDFAE\xD83C"), replacement + replacement);
+  EXPECT_EQ(toUtf8(L"\xD83C\xD83C\xDFAE"), replacement + "\xF0\x9F\x8E\xAE");
 }
 
 TEST(ToUtf8, ConvertsTextsOfAnyLength) {
-  EXPECT_EQ(ToUtf8(std::wstring(100'000, L'\u6E38')).size(), 300'000U);
+  EXPECT_EQ(toUtf8(std::wstring(100'000, L'\u6E38')).size(), 300'000U);
 }
 
 TEST(ToUtf8, AsksTheSystemForTheSizeAndThenForTheTextWithoutDefaultCharacter) {
   test::ImportHook<decltype(WideCharToMultiByte)> hook("kernel32.dll", "WideCharToMultiByte");
-  EXPECT_EQ(ToUtf8(L"a\u6E38"), "a\xE6\xB8\xB8");
+  EXPECT_EQ(toUtf8(L"a\u6E38"), "a\xE6\xB8\xB8");
   const auto calls = hook.calls();
   ASSERT_EQ(calls.size(), 2U);
   for (const auto& call : calls) {
@@ -203,26 +203,26 @@ TEST(ToUtf8, AsksTheSystemForTheSizeAndThenForTheTextWithoutDefaultCharacter) {
   EXPECT_EQ(std::get<5>(calls[1]), 4);
 }
 
-TEST(WriteUtf8, WritesWhatUtf8SizeAnnounces) {
+TEST(writeUtf8, WritesWhatUtf8SizeAnnounces) {
   for (const Pair& row : pairs()) {
-    std::string utf8(Utf8Size(row.wide), '?');
-    EXPECT_EQ(WriteUtf8(row.wide, utf8.data(), utf8.size()), row.utf8.size());
+    std::string utf8(utf8Size(row.wide), '?');
+    EXPECT_EQ(writeUtf8(row.wide, utf8.data(), utf8.size()), row.utf8.size());
     EXPECT_EQ(utf8, row.utf8);
   }
 }
 
-TEST(WriteUtf8, WritesNothingOfATextThatDoesNotFit) {
+TEST(writeUtf8, WritesNothingOfATextThatDoesNotFit) {
   char room[] = "??";
-  EXPECT_EQ(WriteUtf8(L"abc", room, 2), 0U);
-  EXPECT_EQ(WriteUtf8(L"abc", room, 0), 0U);
-  EXPECT_EQ(WriteUtf8(L"", nullptr, 0), 0U);
+  EXPECT_EQ(writeUtf8(L"abc", room, 2), 0U);
+  EXPECT_EQ(writeUtf8(L"abc", room, 0), 0U);
+  EXPECT_EQ(writeUtf8(L"", nullptr, 0), 0U);
 }
 
 TEST(ToUtf8, IsEmptyWhenTheSystemCannotConvert) {
   for (const std::size_t failing : {1U, 2U}) {
     test::ImportHook<decltype(WideCharToMultiByte)> hook("kernel32.dll", "WideCharToMultiByte");
     hook.failCall(failing, ERROR_INVALID_PARAMETER, 0);
-    EXPECT_EQ(ToUtf8(L"ab"), "");
+    EXPECT_EQ(toUtf8(L"ab"), "");
   }
 }
 

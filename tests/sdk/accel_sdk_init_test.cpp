@@ -275,7 +275,7 @@ TEST(AccelSdkImpl, InitialisesNothingAnyMoreOnceItIsClosed) {
   FakeKernel kernel;
   AccelSdkImpl binding;
   EXPECT_EQ(binding.Init({}), 1);
-  binding.CloseForGood();
+  binding.closeForGood();
   EXPECT_FALSE(binding.initialised);
   EXPECT_EQ(binding.Init({}), -1);
   EXPECT_EQ(kernel.loadedPaths().size(), 1U);

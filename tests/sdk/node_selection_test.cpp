@@ -216,13 +216,13 @@ TEST(ParseNodeSelection, ReadsTheLongestListThatARequestCanCarry) {
   EXPECT_EQ(selection.nodes, std::vector<int>(32'768, 1));
 }
 
-TEST(FormatNodeList, JoinsDecimalNumbersWithoutTrailingSeparator) {
-  EXPECT_EQ(FormatNodeList({}), L"");
-  EXPECT_EQ(FormatNodeList({0}), L"0");
-  EXPECT_EQ(FormatNodeList({-3}), L"-3");
-  EXPECT_EQ(FormatNodeList({1, 2}), L"1;2");
-  EXPECT_EQ(FormatNodeList({3, 1, -2, 3}), L"3;1;-2;3");
-  EXPECT_EQ(FormatNodeList({INT_MAX, INT_MIN}), L"2147483647;-2147483648");
+TEST(formatNodeList, JoinsDecimalNumbersWithoutTrailingSeparator) {
+  EXPECT_EQ(formatNodeList({}), L"");
+  EXPECT_EQ(formatNodeList({0}), L"0");
+  EXPECT_EQ(formatNodeList({-3}), L"-3");
+  EXPECT_EQ(formatNodeList({1, 2}), L"1;2");
+  EXPECT_EQ(formatNodeList({3, 1, -2, 3}), L"3;1;-2;3");
+  EXPECT_EQ(formatNodeList({INT_MAX, INT_MIN}), L"2147483647;-2147483648");
 }
 
 }  // namespace

@@ -27,12 +27,12 @@ client::Bytes messageFor(std::string_view moment, std::uint32_t clientId) {
   constexpr std::uint32_t kClientId = 7;
   if (moment == "header") {
     client::Bytes whole =
-        client::EncodeFrame(ipc::MsgUserLogin, kClientId, client::Bytes(100, 0)).value();
+        client::encodeFrame(ipc::MsgUserLogin, kClientId, client::Bytes(100, 0)).value();
     whole.resize(sizeof(ipc::MessageHeader));
     return whole;
   }
-  if (moment == "registered") return client::EncodePushRegistration(clientId);
-  return client::EncodeFrame(moment == "asking" ? ipc::MsgGetAccelData : ipc::MsgHeartbeat,
+  if (moment == "registered") return client::encodePushRegistration(clientId);
+  return client::encodeFrame(moment == "asking" ? ipc::MsgGetAccelData : ipc::MsgHeartbeat,
                              kClientId, {})
       .value();
 }
@@ -45,13 +45,13 @@ int main(int argc, char** argv) {
   (void)std::fflush(stdout);  // Who waits for the line misses it if it cannot be written.
   const std::string_view moment = argv[1];
   const auto clientId = static_cast<std::uint32_t>(std::strtoul(argv[2], nullptr, 10));
-  const client::Deadline deadline = client::Deadline::After(std::chrono::seconds(30));
+  const client::Deadline deadline = client::Deadline::after(std::chrono::seconds(30));
   const client::Endpoint endpoint{
       moment == "registered" ? ipc::kPushPipeName : ipc::kRequestPipeName, false};
-  auto pipe = client::OpenPipe(endpoint, deadline, "connect");
+  auto pipe = client::openPipe(endpoint, deadline, "connect");
   if (!pipe) return 1;
   if (moment != "connected") {
-    if (!pipe.value().Write(messageFor(moment, clientId), deadline, "write")) return 1;
+    if (!pipe.value().write(messageFor(moment, clientId), deadline, "write")) return 1;
   }
   (void)std::puts("there");
   (void)std::fflush(stdout);  // As above.

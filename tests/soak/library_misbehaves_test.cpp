@@ -97,8 +97,8 @@ class LibraryMisbehaves : public SoakSession {
 
 Bytes startFrame(std::uint32_t type) {
   const client::StartRequest start{1001, 1, 0, "east-1", "101"};
-  return frame(type, type == ipc::MsgStartAccel ? client::EncodeStart(start).value()
-                                                : client::EncodeStartEx({start, 0}).value());
+  return frame(type, type == ipc::MsgStartAccel ? client::encodeStart(start).value()
+                                                : client::encodeStartEx({start, 0}).value());
 }
 
 // Every request that reaches the library when it is initialised.
@@ -110,10 +110,10 @@ std::vector<Bytes> questionsToTheLibrary() {
           frame(ipc::MsgStopAccel),
           frame(ipc::MsgGetAccelData),
           frame(ipc::MsgGetConsoleData),
-          frame(ipc::MsgGetGameLastAccelInfo, client::EncodeGame(1001)),
-          frame(ipc::MsgGetTestSpeedData, client::EncodeSpeed(speed).value()),
-          frame(ipc::MsgGetGameAccelInfo, client::EncodeGame(1001)),
-          frame(ipc::MsgGetGameUsedNodeList, client::EncodeGame(1001))};
+          frame(ipc::MsgGetGameLastAccelInfo, client::encodeGame(1001)),
+          frame(ipc::MsgGetTestSpeedData, client::encodeSpeed(speed).value()),
+          frame(ipc::MsgGetGameAccelInfo, client::encodeGame(1001)),
+          frame(ipc::MsgGetGameUsedNodeList, client::encodeGame(1001))};
 }
 
 void LibraryMisbehaves::askAllAndWatch(const std::vector<Bytes>& questions) {

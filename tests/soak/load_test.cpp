@@ -118,7 +118,7 @@ TEST_F(Load, AnswersWorkingClientsBesideSilentOnes) {
 TEST_F(Load, AnswersOthersBesideClientsThatNeverRead) {
   const std::size_t deafClients = amount(20, 200);
   ASSERT_TRUE(initialise());
-  const client::Bytes question = frame(ipc::MsgGetGameUsedNodeList, client::EncodeGame(1001));
+  const client::Bytes question = frame(ipc::MsgGetGameUsedNodeList, client::encodeGame(1001));
   const Clients deaf = connect(deafClients);
   for (const auto& client : deaf) {
     // Until the service waits for the reader and takes no more.

@@ -150,7 +150,7 @@ TEST_F(MalformedFrames, EndTheServiceByAListOfNodesOnlyAndItStartsAgain) {
   RawPipeClient pipe;
   ASSERT_EQ(pipe.open(kRequestPipe), DWORD{ERROR_SUCCESS});
   const client::StartRequest malformed{1001, 1, 0, "east-1", "1;x"};
-  ASSERT_TRUE(pipe.write(frame(ipc::MsgStartAccel, client::EncodeStart(malformed).value())).done());
+  ASSERT_TRUE(pipe.write(frame(ipc::MsgStartAccel, client::encodeStart(malformed).value())).done());
   EXPECT_EQ(waitForEnd(), std::optional<DWORD>(kDeliberateEnd));
   EXPECT_TRUE(startAgain());
 }

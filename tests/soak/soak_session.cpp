@@ -27,15 +27,15 @@ PROCESS_MEMORY_COUNTERS memoryOf(HANDLE process) {
 }  // namespace
 
 client::Bytes frame(std::uint32_t type, const client::Bytes& payload, std::uint32_t clientId) {
-  return client::EncodeFrame(type, clientId, payload).value();
+  return client::encodeFrame(type, clientId, payload).value();
 }
 
 client::Bytes initFrame() {
-  return frame(ipc::MsgSdkInit, client::EncodeInit({3, 20250, "official"}).value());
+  return frame(ipc::MsgSdkInit, client::encodeInit({3, 20250, "official"}).value());
 }
 
 client::Bytes loginFrame(std::uint32_t clientId) {
-  return frame(ipc::MsgUserLogin, client::EncodeLogin({"player@orva", "s3cret;="}).value(),
+  return frame(ipc::MsgUserLogin, client::encodeLogin({"player@orva", "s3cret;="}).value(),
                clientId);
 }
 
@@ -56,7 +56,7 @@ bool asksAndIsAnswered(RawPipeClient& pipe, const client::Bytes& message,
 
 bool registerPush(RawPipeClient& pipe, std::uint32_t clientId) {
   return pipe.open(kPushPipe) == ERROR_SUCCESS &&
-         pipe.write(client::EncodePushRegistration(clientId)).done() &&
+         pipe.write(client::encodePushRegistration(clientId)).done() &&
          FlushFileBuffers(pipe.handle());
 }
 

@@ -16,10 +16,10 @@ using client::Deadline;
 const std::wstring kName = service::kServiceName;
 
 Deadline soon() {
-  return Deadline::After(std::chrono::milliseconds(50));
+  return Deadline::after(std::chrono::milliseconds(50));
 }
 Deadline patiently() {
-  return Deadline::After(std::chrono::seconds(30));
+  return Deadline::after(std::chrono::seconds(30));
 }
 
 class ServiceControl : public ServiceFixture {
@@ -32,7 +32,7 @@ class ServiceControl : public ServiceFixture {
 // A program that runs and never reports to the manager.
 TEST_F(ServiceControl, SaysThatAForeignExecutableDoesNotComeUp) {
   ASSERT_EQ(registerPath(testFolder() + L"\\idle_program.exe", SERVICE_DEMAND_START), 0u);
-  const auto started = client::StartAndWait(kName, patiently());
+  const auto started = client::startAndWait(kName, patiently());
   ASSERT_FALSE(started);
   EXPECT_EQ(started.error().win32Code, DWORD{ERROR_SERVICE_REQUEST_TIMEOUT});
   EXPECT_EQ(started.error().kind, client::ErrorKind::Timeout);
@@ -40,14 +40,14 @@ TEST_F(ServiceControl, SaysThatAForeignExecutableDoesNotComeUp) {
 
 TEST_F(ServiceControl, SaysThatTheExecutableIsMissing) {
   ASSERT_EQ(registerPath(L"C:\\elsewhere\\other.exe", SERVICE_DEMAND_START), 0u);
-  const auto started = client::StartAndWait(kName, patiently());
+  const auto started = client::startAndWait(kName, patiently());
   ASSERT_FALSE(started);
   EXPECT_NE(started.error().win32Code, 0u);
 }
 
 TEST_F(ServiceControl, SaysThatTheServiceIsDisabled) {
   ASSERT_EQ(registerPath(executable().wstring(), SERVICE_DISABLED), 0u);
-  const auto started = client::StartAndWait(kName, patiently());
+  const auto started = client::startAndWait(kName, patiently());
   ASSERT_FALSE(started);
   EXPECT_EQ(started.error().win32Code, DWORD{ERROR_SERVICE_DISABLED});
   EXPECT_EQ(started.error().kind, client::ErrorKind::Refused);
@@ -56,45 +56,45 @@ TEST_F(ServiceControl, SaysThatTheServiceIsDisabled) {
 TEST_F(ServiceControl, StartsWaitsAndStops) {
   ASSERT_TRUE(startHostApplication());
   ASSERT_TRUE(install());
-  const auto first = client::StartAndWait(kName, patiently());
-  ASSERT_TRUE(first) << client::Describe(first.error());
+  const auto first = client::startAndWait(kName, patiently());
+  ASSERT_TRUE(first) << client::describe(first.error());
   EXPECT_FALSE(first.value().wasRunning);
-  const auto second = client::StartAndWait(kName, soon());
-  ASSERT_TRUE(second) << client::Describe(second.error());
+  const auto second = client::startAndWait(kName, soon());
+  ASSERT_TRUE(second) << client::describe(second.error());
   EXPECT_TRUE(second.value().wasRunning);
   EXPECT_EQ(second.value().processId, first.value().processId);
-  EXPECT_TRUE(client::WaitUntilRunning(kName, soon()));
+  EXPECT_TRUE(client::waitUntilRunning(kName, soon()));
 
-  const auto stopped = client::StopAndWait(kName, patiently());
-  ASSERT_TRUE(stopped) << client::Describe(stopped.error());
+  const auto stopped = client::stopAndWait(kName, patiently());
+  ASSERT_TRUE(stopped) << client::describe(stopped.error());
   EXPECT_TRUE(stopped.value().wasRunning);
-  const auto again = client::StopAndWait(kName, soon());
-  ASSERT_TRUE(again) << client::Describe(again.error());
+  const auto again = client::stopAndWait(kName, soon());
+  ASSERT_TRUE(again) << client::describe(again.error());
   EXPECT_FALSE(again.value().wasRunning);
-  EXPECT_TRUE(client::WaitUntilEnded(kName, soon()));
+  EXPECT_TRUE(client::waitUntilEnded(kName, soon()));
 }
 
 TEST_F(ServiceControl, StartsAgainAfterTheProcessWasKilled) {
   ASSERT_TRUE(startHostApplication());
   ASSERT_TRUE(installAndStart());
   ASSERT_TRUE(TerminateProcess(process(), 9)) << GetLastError();
-  const auto ended = client::WaitUntilEnded(kName, patiently());
-  ASSERT_TRUE(ended) << client::Describe(ended.error());
-  const auto started = client::StartAndWait(kName, patiently());
-  ASSERT_TRUE(started) << client::Describe(started.error());
+  const auto ended = client::waitUntilEnded(kName, patiently());
+  ASSERT_TRUE(ended) << client::describe(ended.error());
+  const auto started = client::startAndWait(kName, patiently());
+  ASSERT_TRUE(started) << client::describe(started.error());
   EXPECT_FALSE(started.value().wasRunning);
   EXPECT_NE(started.value().processId, processId());
-  EXPECT_TRUE(client::StopAndWait(kName, patiently()));
+  EXPECT_TRUE(client::stopAndWait(kName, patiently()));
 }
 
 TEST_F(ServiceControl, EndsTheWaitAtTheDeadline) {
   ASSERT_TRUE(startHostApplication());
   ASSERT_TRUE(install());
-  const auto running = client::WaitUntilRunning(kName, soon());
+  const auto running = client::waitUntilRunning(kName, soon());
   ASSERT_FALSE(running);
   EXPECT_EQ(running.error().kind, client::ErrorKind::Timeout);
   ASSERT_TRUE(start());
-  const auto ended = client::WaitUntilEnded(kName, soon());
+  const auto ended = client::waitUntilEnded(kName, soon());
   ASSERT_FALSE(ended);
   EXPECT_EQ(ended.error().kind, client::ErrorKind::Timeout);
 }
@@ -103,7 +103,7 @@ TEST_F(ServiceControl, EndsTheWaitWhenInterrupted) {
   ASSERT_TRUE(install());
   const win32::UniqueKernelHandle interrupt(CreateEventW(nullptr, TRUE, TRUE, nullptr));
   ASSERT_TRUE(interrupt) << GetLastError();
-  const auto running = client::WaitUntilRunning(kName, patiently(), interrupt.get());
+  const auto running = client::waitUntilRunning(kName, patiently(), interrupt.get());
   ASSERT_FALSE(running);
   EXPECT_EQ(running.error().kind, client::ErrorKind::Interrupted);
 }

@@ -38,10 +38,10 @@ class Completion : public testing::Test {
   }
 
   tools::Context context_;
-  std::unique_ptr<CLI::App> app_ = tools::MakeParser(context_);
-  std::map<std::string, std::vector<std::string>> words_ = tools::CompletionWords(*app_);
-  std::string bash_ = tools::BashCompletion(*app_);
-  std::string powerShell_ = tools::PowerShellCompletion(*app_);
+  std::unique_ptr<CLI::App> app_ = tools::makeParser(context_);
+  std::map<std::string, std::vector<std::string>> words_ = tools::completionWords(*app_);
+  std::string bash_ = tools::bashCompletion(*app_);
+  std::string powerShell_ = tools::powerShellCompletion(*app_);
 };
 
 TEST_F(Completion, OffersEveryCommandAndOption) {

@@ -37,7 +37,7 @@ class StandardInput {
 client::Result<std::string> readFrom(std::string_view bytes) {
   const StandardInput input(bytes);
   Console console;
-  return ReadCredential(console);
+  return readCredential(console);
 }
 
 TEST(Credential, IsOneLineOfStandardInput) {

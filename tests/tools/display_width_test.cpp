@@ -5,30 +5,30 @@
 namespace orva_accelerator::tools {
 namespace {
 
-TEST(DisplayWidth, CountsTwoColumnsForChineseCharacters) {
-  EXPECT_EQ(DisplayWidth(""), 0u);
-  EXPECT_EQ(DisplayWidth("Node 11"), 7u);
-  EXPECT_EQ(DisplayWidth("上海节点21"), 10u);
-  EXPECT_EQ(DisplayWidth("é"), 1u);
-  EXPECT_EQ(DisplayWidth("e\xCC\x81"), 1u);
-  EXPECT_EQ(DisplayWidth("▁█"), 2u);
+TEST(displayWidth, CountsTwoColumnsForChineseCharacters) {
+  EXPECT_EQ(displayWidth(""), 0u);
+  EXPECT_EQ(displayWidth("Node 11"), 7u);
+  EXPECT_EQ(displayWidth("上海节点21"), 10u);
+  EXPECT_EQ(displayWidth("é"), 1u);
+  EXPECT_EQ(displayWidth("e\xCC\x81"), 1u);
+  EXPECT_EQ(displayWidth("▁█"), 2u);
 }
 
-TEST(DisplayWidth, SurvivesBytesThatAreNotUtf8) {
-  EXPECT_EQ(DisplayWidth("\xE4\xB8"), 1u);
-  EXPECT_EQ(DisplayWidth("\xFF\xFE"), 2u);
+TEST(displayWidth, SurvivesBytesThatAreNotUtf8) {
+  EXPECT_EQ(displayWidth("\xE4\xB8"), 1u);
+  EXPECT_EQ(displayWidth("\xFF\xFE"), 2u);
 }
 
 TEST(Padded, FillsUpToColumnsNotBytes) {
-  EXPECT_EQ(Padded("上海", 6), "上海  ");
-  EXPECT_EQ(Padded("asia", 6), "asia  ");
-  EXPECT_EQ(Padded("上海节点", 6), "上海节点");
+  EXPECT_EQ(padded("上海", 6), "上海  ");
+  EXPECT_EQ(padded("asia", 6), "asia  ");
+  EXPECT_EQ(padded("上海节点", 6), "上海节点");
 }
 
-TEST(WithoutControls, EscapesWhatCouldDriveATerminal) {
-  EXPECT_EQ(WithoutControls("a\x1b[2Jb\n\x7f"), "a\\x1b[2Jb\\x0a\\x7f");
-  EXPECT_EQ(WithoutControls("\xC2\x9Bm"), "\\x9bm");
-  EXPECT_EQ(WithoutControls("上海é"), "上海é");
+TEST(withoutControls, EscapesWhatCouldDriveATerminal) {
+  EXPECT_EQ(withoutControls("a\x1b[2Jb\n\x7f"), "a\\x1b[2Jb\\x0a\\x7f");
+  EXPECT_EQ(withoutControls("\xC2\x9Bm"), "\\x9bm");
+  EXPECT_EQ(withoutControls("上海é"), "上海é");
 }
 
 }  // namespace

@@ -42,24 +42,24 @@ ServiceFacts withSecurity(const wchar_t* text) {
 }
 
 TEST(RegisteredPath, IsTakenApart) {
-  const auto plain = ParseRegisteredPath(L"C:\\Program Files\\Orva\\Service.exe");
+  const auto plain = parseRegisteredPath(L"C:\\Program Files\\Orva\\Service.exe");
   EXPECT_EQ(plain.file, L"C:\\Program Files\\Orva\\Service.exe");
   EXPECT_EQ(plain.arguments, L"");
   EXPECT_FALSE(plain.quoted);
-  const auto quoted = ParseRegisteredPath(L"\"C:\\A b\\Service.exe\"  run it");
+  const auto quoted = parseRegisteredPath(L"\"C:\\A b\\Service.exe\"  run it");
   EXPECT_EQ(quoted.file, L"C:\\A b\\Service.exe");
   EXPECT_EQ(quoted.arguments, L"run it");
   EXPECT_TRUE(quoted.quoted);
-  const auto prefixed = ParseRegisteredPath(L"\\\\?\\C:\\Orva\\SERVICE.EXE run");
+  const auto prefixed = parseRegisteredPath(L"\\\\?\\C:\\Orva\\SERVICE.EXE run");
   EXPECT_EQ(prefixed.file, L"C:\\Orva\\SERVICE.EXE");
   EXPECT_EQ(prefixed.arguments, L"run");
   EXPECT_TRUE(prefixed.prefixed);
-  EXPECT_EQ(ParseRegisteredPath(L"\"C:\\open").file, L"C:\\open");
-  EXPECT_EQ(ParseRegisteredPath(L"").file, L"");
+  EXPECT_EQ(parseRegisteredPath(L"\"C:\\open").file, L"C:\\open");
+  EXPECT_EQ(parseRegisteredPath(L"").file, L"");
 }
 
 Verdict spelling(const wchar_t* registered) {
-  return CheckSpelling(ParseRegisteredPath(registered), {L"C:\\Program Files"}).verdict;
+  return checkSpelling(parseRegisteredPath(registered), {L"C:\\Program Files"}).verdict;
 }
 
 TEST(RegisteredPath, IsSafeOnlyWithoutBlanksThatUsersCanUse) {
@@ -81,7 +81,7 @@ TEST(RegisteredPath, IsAProblemWhenItsLibraryCannotBeNamed) {
 
 TEST(StartType, IsJudged) {
   const auto verdict = [](DWORD type) {
-    return CheckStartType(ServiceConfig{L"", L"", SERVICE_WIN32_OWN_PROCESS, type}).verdict;
+    return checkStartType(ServiceConfig{L"", L"", SERVICE_WIN32_OWN_PROCESS, type}).verdict;
   };
   EXPECT_EQ(verdict(SERVICE_DEMAND_START), Verdict::Ok);
   EXPECT_EQ(verdict(SERVICE_AUTO_START), Verdict::Warning);
@@ -91,7 +91,7 @@ TEST(StartType, IsJudged) {
 
 TEST(Account, IsJudged) {
   const auto verdict = [](const wchar_t* account, DWORD type) {
-    return CheckAccount(ServiceConfig{L"", account, type, SERVICE_DEMAND_START}).verdict;
+    return checkAccount(ServiceConfig{L"", account, type, SERVICE_DEMAND_START}).verdict;
   };
   EXPECT_EQ(verdict(L"LocalSystem", SERVICE_WIN32_OWN_PROCESS), Verdict::Ok);
   EXPECT_EQ(verdict(L"", SERVICE_WIN32_OWN_PROCESS), Verdict::Ok);
@@ -100,9 +100,9 @@ TEST(Account, IsJudged) {
 }
 
 TEST(Security, IsFineAsInstalledInWhateverSpelling) {
-  EXPECT_EQ(CheckSecurity(withSecurity(service::kServiceSecurity), false).verdict, Verdict::Ok);
+  EXPECT_EQ(checkSecurity(withSecurity(service::kServiceSecurity), false).verdict, Verdict::Ok);
   // As the system writes the same.
-  EXPECT_EQ(CheckSecurity(withSecurity(L"D:(A;;CCLCRPWPRC;;;AU)(A;;CCLCSWRPWPDTLOCRRC;;;SY)"
+  EXPECT_EQ(checkSecurity(withSecurity(L"D:(A;;CCLCRPWPRC;;;AU)(A;;CCLCSWRPWPDTLOCRRC;;;SY)"
                                        L"(A;;CCDCLCSWRPWPDTLOCRSDRCWDWO;;;BA)"),
                           false)
                 .verdict,
@@ -110,7 +110,7 @@ TEST(Security, IsFineAsInstalledInWhateverSpelling) {
 }
 
 TEST(Security, NamesTheClausesThatDiffer) {
-  const Finding finding = CheckSecurity(
+  const Finding finding = checkSecurity(
       withSecurity(L"D:(A;;CCLCSWRPWPDTLOCRRC;;;SY)(A;;CCDCLCSWRPWPDTLOCRSDRCWDWO;;;BA)"
                    L"(A;;CCLCRC;;;AU)"),
       false);
@@ -125,19 +125,19 @@ TEST(Security, NamesTheClausesThatDiffer) {
 
 TEST(Security, IsAProblemWhenUsersMayReconfigure) {
   const std::wstring ours = service::kServiceSecurity;
-  EXPECT_EQ(CheckSecurity(withSecurity((ours + L"(A;;DC;;;BU)").c_str()), false).verdict,
+  EXPECT_EQ(checkSecurity(withSecurity((ours + L"(A;;DC;;;BU)").c_str()), false).verdict,
             Verdict::Problem);
-  EXPECT_EQ(CheckSecurity(withSecurity((ours + L"(A;;WD;;;WD)").c_str()), false).verdict,
+  EXPECT_EQ(checkSecurity(withSecurity((ours + L"(A;;WD;;;WD)").c_str()), false).verdict,
             Verdict::Problem);
-  EXPECT_EQ(CheckSecurity(withSecurity((ours + L"(A;;DC;;;SY)").c_str()), false).verdict,
+  EXPECT_EQ(checkSecurity(withSecurity((ours + L"(A;;DC;;;SY)").c_str()), false).verdict,
             Verdict::Warning);
 }
 
 TEST(Security, CannotBeVerifiedWithoutAList) {
-  EXPECT_EQ(CheckSecurity(withSecurity(L"D:"), true).verdict, Verdict::Warning);
+  EXPECT_EQ(checkSecurity(withSecurity(L"D:"), true).verdict, Verdict::Warning);
   ServiceFacts withheld;
   withheld.securityError = ERROR_ACCESS_DENIED;
-  EXPECT_EQ(CheckSecurity(withheld, false).verdict, Verdict::Warning);
+  EXPECT_EQ(checkSecurity(withheld, false).verdict, Verdict::Warning);
 }
 
 TEST(State, IsFineWhenStoppedWhateverTheManagerCallsIt) {
@@ -145,19 +145,19 @@ TEST(State, IsFineWhenStoppedWhateverTheManagerCallsIt) {
   facts.status = SERVICE_STATUS_PROCESS{};
   facts.status->dwCurrentState = SERVICE_STOPPED;
   facts.status->dwWin32ExitCode = ERROR_PROCESS_ABORTED;
-  EXPECT_EQ(CheckState(facts).verdict, Verdict::Ok);
+  EXPECT_EQ(checkState(facts).verdict, Verdict::Ok);
   facts.status->dwWin32ExitCode = ERROR_ACCESS_DENIED;
-  EXPECT_EQ(CheckState(facts).verdict, Verdict::Warning);
+  EXPECT_EQ(checkState(facts).verdict, Verdict::Warning);
   facts.status->dwCurrentState = SERVICE_RUNNING;
-  EXPECT_EQ(CheckState(facts).text.find("stopped"), 0u);
+  EXPECT_EQ(checkState(facts).text.find("stopped"), 0u);
   facts.processLives = true;
-  EXPECT_EQ(CheckState(facts).text.find("running"), 0u);
+  EXPECT_EQ(checkState(facts).text.find("running"), 0u);
   facts.status->dwCurrentState = SERVICE_STOP_PENDING;
-  EXPECT_EQ(CheckState(facts).verdict, Verdict::Warning);
+  EXPECT_EQ(checkState(facts).verdict, Verdict::Warning);
 }
 
 std::uint32_t ordinaryRights(const wchar_t* text) {
-  return RightsOfOrdinaryUsers(ReadAccessList(Descriptor(text).get()));
+  return rightsOfOrdinaryUsers(readAccessList(Descriptor(text).get()));
 }
 
 TEST(AccessList, GivesOrdinaryUsersWhatTheirGroupsGet) {

@@ -8,7 +8,7 @@ namespace {
 
 TEST(Help, HasAGroupAndAnExampleForEachCommand) {
   tools::Context context;
-  const auto app = tools::MakeParser(context);
+  const auto app = tools::makeParser(context);
   for (const CLI::App* command : app->get_subcommands({})) {
     EXPECT_NE(command->get_group(), "Subcommands") << command->get_name();
     EXPECT_NE(command->get_footer().find("  orvactl "), std::string::npos) << command->get_name();
@@ -19,14 +19,14 @@ TEST(Help, HasAGroupAndAnExampleForEachCommand) {
 // Each example of each command, without running it.
 TEST(Help, HasExamplesThatParse) {
   tools::Context listing;
-  const auto listed = tools::MakeParser(listing);
+  const auto listed = tools::makeParser(listing);
   for (const CLI::App* command : listed->get_subcommands({})) {
     std::istringstream lines(command->get_footer());
     for (std::string line; std::getline(lines, line);) {
       constexpr std::string_view kStart = "  orvactl ";
       if (!line.starts_with(kStart)) continue;
       tools::Context context;
-      const auto app = tools::MakeParser(context);
+      const auto app = tools::makeParser(context);
       EXPECT_NO_THROW(app->parse(line.substr(kStart.size()))) << line;
       EXPECT_TRUE(app->got_subcommand(command->get_name())) << line;
     }
@@ -35,7 +35,7 @@ TEST(Help, HasExamplesThatParse) {
 
 TEST(Help, ListsTheFirstStepsAndTheExitCodes) {
   tools::Context context;
-  const std::string help = tools::MakeParser(context)->help();
+  const std::string help = tools::makeParser(context)->help();
   EXPECT_NE(help.find("orvactl service start"), std::string::npos);
   EXPECT_NE(help.find("Exit codes: 0 done"), std::string::npos);
   EXPECT_EQ(help.find("--request-pipe"), std::string::npos) << "an option for tests is shown";

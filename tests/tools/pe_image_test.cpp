@@ -10,7 +10,7 @@ namespace orva_accelerator::test {
 namespace {
 
 using tools::PeReading;
-using tools::ReadPe;
+using tools::readPe;
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t kNtHeaders = 0x80;
@@ -63,7 +63,7 @@ Bytes library(const IMAGE_NT_HEADERS64& nt = headers(), DWORD names = 2, DWORD f
 }
 
 TEST(PeImage, TellsMachineKindAndExports) {
-  const PeReading reading = ReadPe(library());
+  const PeReading reading = readPe(library());
   ASSERT_TRUE(reading.image) << reading.trouble;
   EXPECT_TRUE(reading.image->is64Bit);
   EXPECT_TRUE(reading.image->isLibrary);
@@ -73,10 +73,10 @@ TEST(PeImage, TellsMachineKindAndExports) {
 TEST(PeImage, Tells32BitFromTheMachineAndFromTheFormat) {
   auto nt = headers();
   nt.FileHeader.Machine = IMAGE_FILE_MACHINE_I386;
-  EXPECT_FALSE(ReadPe(library(nt)).image->is64Bit);
+  EXPECT_FALSE(readPe(library(nt)).image->is64Bit);
   nt = headers();
   nt.OptionalHeader.Magic = IMAGE_NT_OPTIONAL_HDR32_MAGIC;
-  EXPECT_FALSE(ReadPe(library(nt)).image->is64Bit);
+  EXPECT_FALSE(readPe(library(nt)).image->is64Bit);
 }
 
 TEST(PeImage, SurvivesEveryTruncation) {
@@ -85,9 +85,9 @@ TEST(PeImage, SurvivesEveryTruncation) {
   for (std::size_t size = 0; size < needed; ++size) {
     // A buffer of exactly that size, so that a guarded heap notices the first byte too many.
     const Bytes part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-    EXPECT_FALSE(ReadPe(part).image) << size;
+    EXPECT_FALSE(readPe(part).image) << size;
   }
-  EXPECT_TRUE(ReadPe(std::span(whole).first(needed)).image);
+  EXPECT_TRUE(readPe(std::span(whole).first(needed)).image);
 }
 
 TEST(PeImage, SurvivesEveryByteBeingALie) {
@@ -96,28 +96,28 @@ TEST(PeImage, SurvivesEveryByteBeingALie) {
     for (const int lie : {0x00, 0x7F, 0x80, 0xFF}) {
       Bytes lying = whole;
       lying[at] = static_cast<std::uint8_t>(lie);
-      const PeReading reading = ReadPe(lying);
+      const PeReading reading = readPe(lying);
       EXPECT_EQ(reading.image.has_value(), reading.trouble.empty()) << at;
     }
   }
 }
 
 TEST(PeImage, RefusesCountsThatCannotBe) {
-  EXPECT_FALSE(ReadPe(library(headers(), 0xFFFFFFFF)).image);
-  EXPECT_FALSE(ReadPe(library(headers(), 65'536)).image);
-  EXPECT_FALSE(ReadPe(library(headers(), 2, 1)).image) << "the second leads nowhere";
+  EXPECT_FALSE(readPe(library(headers(), 0xFFFFFFFF)).image);
+  EXPECT_FALSE(readPe(library(headers(), 65'536)).image);
+  EXPECT_FALSE(readPe(library(headers(), 2, 1)).image) << "the second leads nowhere";
 }
 
 TEST(PeImage, RefusesWhatIsNone) {
-  EXPECT_FALSE(ReadPe({}).image);
+  EXPECT_FALSE(readPe({}).image);
   const Bytes text(100, 'x');
-  EXPECT_EQ(ReadPe(text).trouble, "it is no Windows program or library");
+  EXPECT_EQ(readPe(text).trouble, "it is no Windows program or library");
 }
 
 TEST(PeImage, HasNoExportsWithoutADirectory) {
   auto nt = headers();
   nt.OptionalHeader.DataDirectory[0] = {};
-  const PeReading reading = ReadPe(library(nt));
+  const PeReading reading = readPe(library(nt));
   ASSERT_TRUE(reading.image);
   EXPECT_TRUE(reading.image->exports.empty());
 }

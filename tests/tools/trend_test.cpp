@@ -11,8 +11,8 @@ namespace {
 
 std::string line(std::initializer_list<std::uint64_t> values) {
   Trend trend;
-  for (const std::uint64_t value : values) trend.Add(value);
-  return trend.Line();
+  for (const std::uint64_t value : values) trend.add(value);
+  return trend.line();
 }
 
 TEST(Trend, IsEmptyWhileNothingMoves) {
@@ -28,9 +28,9 @@ TEST(Trend, ReachesFromTheLowestToTheHighestValue) {
 
 TEST(Trend, ForgetsWhatIsOld) {
   Trend trend;
-  trend.Add(1000);
-  for (std::size_t i = 0; i < Trend::kKept; ++i) trend.Add(i % 2);
-  EXPECT_EQ(trend.Line().find("▁█"), 0u);
+  trend.add(1000);
+  for (std::size_t i = 0; i < Trend::kKept; ++i) trend.add(i % 2);
+  EXPECT_EQ(trend.line().find("▁█"), 0u);
 }
 
 TEST(LiveFigures, DrawsATrendOnlyForWhatMoved) {
@@ -38,10 +38,10 @@ TEST(LiveFigures, DrawsATrendOnlyForWhatMoved) {
   orva_accel_data data{};
   data.value1 = 1;
   data.text3 = {"上海节点", 12};
-  figures.Add(ToJson(data));
+  figures.add(toJson(data));
   data.value1 = 2;
-  figures.Add(ToJson(data));
-  const std::string text = figures.Text();
+  figures.add(toJson(data));
+  const std::string text = figures.text();
   EXPECT_NE(text.find("value1   2             ▁█\n"), std::string::npos) << text;
   EXPECT_NE(text.find("value2   0\n"), std::string::npos) << text;
   EXPECT_NE(text.find("text3    上海节点\n"), std::string::npos) << text;

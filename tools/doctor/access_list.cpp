@@ -28,33 +28,33 @@ constexpr KnownAccount kKnownAccounts[] = {
     {L"S-1-5-32-544", "Administrators", false},
 };
 
-const KnownAccount* Known(const std::wstring& who) {
+const KnownAccount* knownAccount(const std::wstring& who) {
   const auto* found = std::ranges::find_if(
       kKnownAccounts, [&who](const KnownAccount& account) { return who == account.who; });
   return found == std::end(kKnownAccounts) ? nullptr : found;
 }
 
-std::wstring TextOf(PSID account) {
+std::wstring textOf(PSID account) {
   wchar_t* text = nullptr;
   if (!ConvertSidToStringSidW(account, &text)) return {};
   const win32::UniqueLocalMemory owner(text);
   return text;
 }
 
-AccessClause ClauseOf(const ACE_HEADER* header) {
+AccessClause clauseOf(const ACE_HEADER* header) {
   AccessClause clause{header->AceType, header->AceFlags, 0, {}};
   if (header->AceType == ACCESS_ALLOWED_ACE_TYPE || header->AceType == ACCESS_DENIED_ACE_TYPE) {
     // Both kinds have the same layout.
     const auto* ace = reinterpret_cast<const ACCESS_ALLOWED_ACE*>(header);
     clause.rights = ace->Mask;
-    clause.who = TextOf(const_cast<DWORD*>(&ace->SidStart));
+    clause.who = textOf(const_cast<DWORD*>(&ace->SidStart));
   }
   return clause;
 }
 
 }  // namespace
 
-std::optional<std::vector<AccessClause>> ReadAccessList(PSECURITY_DESCRIPTOR descriptor) {
+std::optional<std::vector<AccessClause>> readAccessList(PSECURITY_DESCRIPTOR descriptor) {
   BOOL present = FALSE;
   BOOL defaulted = FALSE;
   PACL list = nullptr;
@@ -64,35 +64,36 @@ std::optional<std::vector<AccessClause>> ReadAccessList(PSECURITY_DESCRIPTOR des
   for (DWORD i = 0; i < list->AceCount; ++i) {
     void* ace = nullptr;
     if (!GetAce(list, i, &ace)) return std::nullopt;
-    clauses.push_back(ClauseOf(static_cast<const ACE_HEADER*>(ace)));
+    clauses.push_back(clauseOf(static_cast<const ACE_HEADER*>(ace)));
   }
   return clauses;
 }
 
-std::string Describe(const AccessClause& clause) {
+std::string describe(const AccessClause& clause) {
   std::string text = clause.type == ACCESS_ALLOWED_ACE_TYPE  ? "allow "
                      : clause.type == ACCESS_DENIED_ACE_TYPE ? "deny "
                                                              : "a clause of another kind ";
-  text += Utf8(clause.who);
-  if (const KnownAccount* known = Known(clause.who)) text += std::string(" (") + known->name + ")";
+  text += utf8(clause.who);
+  if (const KnownAccount* known = knownAccount(clause.who))
+    text += std::string(" (") + known->name + ")";
   char rights[16];
   (void)std::snprintf(rights, sizeof(rights), " 0x%x",
                       static_cast<unsigned>(clause.rights));  // Always fits.
   return text + rights;
 }
 
-bool StandsForOrdinaryUsers(const std::wstring& who) {
-  const KnownAccount* known = Known(who);
+bool standsForOrdinaryUsers(const std::wstring& who) {
+  const KnownAccount* known = knownAccount(who);
   return known != nullptr && known->ordinary;
 }
 
-std::uint32_t RightsOfOrdinaryUsers(const std::optional<std::vector<AccessClause>>& list) {
+std::uint32_t rightsOfOrdinaryUsers(const std::optional<std::vector<AccessClause>>& list) {
   if (!list) return 0xFFFFFFFF;
   std::uint32_t allowed = 0;
   std::uint32_t denied = 0;
   // In order: what an earlier clause has decided, a later one does not change.
   for (const AccessClause& clause : *list) {
-    if ((clause.flags & INHERIT_ONLY_ACE) != 0 || !StandsForOrdinaryUsers(clause.who)) continue;
+    if ((clause.flags & INHERIT_ONLY_ACE) != 0 || !standsForOrdinaryUsers(clause.who)) continue;
     if (clause.type == ACCESS_ALLOWED_ACE_TYPE) allowed |= clause.rights & ~denied;
     if (clause.type == ACCESS_DENIED_ACE_TYPE) denied |= clause.rights & ~allowed;
   }

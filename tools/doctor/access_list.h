@@ -21,15 +21,15 @@ struct AccessClause {
 
 // Nothing when the descriptor holds no list (which permits everything to everybody) or cannot be
 // read. Clauses of kinds that name no single account and mask are kept with an empty `who`.
-std::optional<std::vector<AccessClause>> ReadAccessList(PSECURITY_DESCRIPTOR descriptor);
+std::optional<std::vector<AccessClause>> readAccessList(PSECURITY_DESCRIPTOR descriptor);
 
 // "allow S-1-5-11 (Authenticated Users) 0x20035".
-std::string Describe(const AccessClause& clause);
+std::string describe(const AccessClause& clause);
 
 // Accounts that every signed-in user belongs to.
-bool StandsForOrdinaryUsers(const std::wstring& who);
+bool standsForOrdinaryUsers(const std::wstring& who);
 
 // What the list permits to an ordinary user: everything when there is no list.
-std::uint32_t RightsOfOrdinaryUsers(const std::optional<std::vector<AccessClause>>& list);
+std::uint32_t rightsOfOrdinaryUsers(const std::optional<std::vector<AccessClause>>& list);
 
 }  // namespace orva_accelerator::tools

@@ -27,7 +27,7 @@ constexpr const char* kRequiredExports[] = {
 };
 
 // 0 or the error of the call that failed.
-DWORD ReadWhole(const std::wstring& path, std::vector<std::uint8_t>& bytes) {
+DWORD readWhole(const std::wstring& path, std::vector<std::uint8_t>& bytes) {
   const win32::UniqueFileHandle file(CreateFileW(
       path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -44,21 +44,21 @@ DWORD ReadWhole(const std::wstring& path, std::vector<std::uint8_t>& bytes) {
   return 0;
 }
 
-bool HoldsThePipeName(std::span<const std::uint8_t> file) {
+bool holdsThePipeName(std::span<const std::uint8_t> file) {
   const auto name = std::as_bytes(std::span(ipc::kRequestPipeName));
   return !std::ranges::search(std::as_bytes(file), name).empty();
 }
 
-bool IsMissing(DWORD code) {
+bool isMissing(DWORD code) {
   return code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND;
 }
 
-std::string CannotBeRead(const std::string& path, DWORD code) {
-  return IsMissing(code) ? path + " is not there"
+std::string cannotBeRead(const std::string& path, DWORD code) {
+  return isMissing(code) ? path + " is not there"
                          : path + " cannot be read (Win32 error " + std::to_string(code) + ")";
 }
 
-std::vector<std::string> MissingExports(const PeImage& image) {
+std::vector<std::string> missingExports(const PeImage& image) {
   std::vector<std::string> missing;
   for (const char* name : kRequiredExports) {
     const bool there = std::ranges::find(image.exports, name) != image.exports.end();
@@ -68,8 +68,8 @@ std::vector<std::string> MissingExports(const PeImage& image) {
 }
 
 // Empty when everything is there.
-std::string ExportTrouble(const PeImage& image) {
-  const auto missing = MissingExports(image);
+std::string exportTrouble(const PeImage& image) {
+  const auto missing = missingExports(image);
   if (missing.empty()) return {};
   const std::string all = std::to_string(std::size(kRequiredExports));
   if (missing.size() == std::size(kRequiredExports)) return "none of the " + all + " functions";
@@ -82,34 +82,34 @@ constexpr DWORD kWriteRights = FILE_WRITE_DATA | FILE_APPEND_DATA | FILE_DELETE_
                                WRITE_DAC | WRITE_OWNER | GENERIC_WRITE | GENERIC_ALL;
 
 // 0 or the error of the call.
-DWORD RightsOnPath(const std::wstring& path, std::uint32_t& rights) {
+DWORD rightsOnPath(const std::wstring& path, std::uint32_t& rights) {
   PACL list = nullptr;
   PSECURITY_DESCRIPTOR descriptor = nullptr;
   const DWORD code = GetNamedSecurityInfoW(path.c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION,
                                            nullptr, nullptr, &list, nullptr, &descriptor);
   const win32::UniqueLocalMemory owner(descriptor);
-  if (code == ERROR_SUCCESS) rights = RightsOfOrdinaryUsers(ReadAccessList(descriptor));
+  if (code == ERROR_SUCCESS) rights = rightsOfOrdinaryUsers(readAccessList(descriptor));
   return code;
 }
 
 }  // namespace
 
-Finding CheckExecutable(const std::wstring& file) {
-  const std::string path = Utf8(file);
+Finding checkExecutable(const std::wstring& file) {
+  const std::string path = utf8(file);
   Finding finding{"executable", Verdict::Problem, {}, "install the service again"};
   std::vector<std::uint8_t> bytes;
-  if (const DWORD code = ReadWhole(file, bytes); code != 0) {
-    finding.text = CannotBeRead(path, code);
+  if (const DWORD code = readWhole(file, bytes); code != 0) {
+    finding.text = cannotBeRead(path, code);
     // A file that only this account cannot read may be in order.
-    if (!IsMissing(code)) finding.verdict = Verdict::Warning;
+    if (!isMissing(code)) finding.verdict = Verdict::Warning;
     return finding;
   }
-  const PeReading reading = ReadPe(bytes);
+  const PeReading reading = readPe(bytes);
   if (!reading.image) {
     finding.text = "it cannot be executed: " + reading.trouble;
   } else if (!reading.image->is64Bit || reading.image->isLibrary) {
     finding.text = "it is no 64-bit program";
-  } else if (!HoldsThePipeName(bytes)) {
+  } else if (!holdsThePipeName(bytes)) {
     finding.text = "another program is registered under the service's name";
   } else {
     return {"executable", Verdict::Ok, "it is there, and it is the service", {}};
@@ -117,26 +117,26 @@ Finding CheckExecutable(const std::wstring& file) {
   return finding;
 }
 
-std::wstring LibraryBelow(const std::wstring& folder) {
+std::wstring libraryBelow(const std::wstring& folder) {
   return folder + L"\\accel_sdk\\sdk_x64\\OpenKernel.dll";
 }
 
-Finding CheckLibrary(const std::wstring& file) {
+Finding checkLibrary(const std::wstring& file) {
   Finding finding{"library", Verdict::Problem, {}, "install the service and its library again"};
   std::vector<std::uint8_t> bytes;
-  if (const DWORD code = ReadWhole(file, bytes); code != 0) {
-    finding.text = CannotBeRead(Utf8(file), code);
-    if (!IsMissing(code)) finding.verdict = Verdict::Warning;
+  if (const DWORD code = readWhole(file, bytes); code != 0) {
+    finding.text = cannotBeRead(utf8(file), code);
+    if (!isMissing(code)) finding.verdict = Verdict::Warning;
     return finding;
   }
-  const PeReading reading = ReadPe(bytes);
+  const PeReading reading = readPe(bytes);
   if (!reading.image) {
     finding.text = "OpenKernel.dll cannot be loaded: " + reading.trouble;
   } else if (!reading.image->is64Bit) {
     finding.text = "OpenKernel.dll is not made for 64-bit programs, and the service is one";
   } else if (!reading.image->isLibrary) {
     finding.text = "OpenKernel.dll is a program, not a library";
-  } else if (const std::string trouble = ExportTrouble(*reading.image); !trouble.empty()) {
+  } else if (const std::string trouble = exportTrouble(*reading.image); !trouble.empty()) {
     finding.text = "OpenKernel.dll lacks " + trouble;
     finding.advice = "install the library of this version; the service ends when it loads this one";
   } else {
@@ -148,7 +148,7 @@ Finding CheckLibrary(const std::wstring& file) {
   return finding;
 }
 
-Finding CheckWriteAccess(const std::vector<std::wstring>& paths, bool underWine) {
+Finding checkWriteAccess(const std::vector<std::wstring>& paths, bool underWine) {
   if (underWine) {
     return {"write access",
             Verdict::NotChecked,
@@ -157,18 +157,18 @@ Finding CheckWriteAccess(const std::vector<std::wstring>& paths, bool underWine)
   }
   for (const std::wstring& path : paths) {
     std::uint32_t rights = 0;
-    const DWORD code = RightsOnPath(path, rights);
-    if (IsMissing(code)) continue;
+    const DWORD code = rightsOnPath(path, rights);
+    if (isMissing(code)) continue;
     if (code != 0) {
       return {"write access",
               Verdict::NotChecked,
-              "the rights on " + Utf8(path) + " cannot be read (Win32 error " +
+              "the rights on " + utf8(path) + " cannot be read (Win32 error " +
                   std::to_string(code) + ")",
               {}};
     }
     if ((rights & kWriteRights) != 0) {
       return {"write access", Verdict::Problem,
-              "ordinary users can change " + Utf8(path) + ", and so run anything as LocalSystem",
+              "ordinary users can change " + utf8(path) + ", and so run anything as LocalSystem",
               "install into Program Files, or take the users' write access away"};
     }
   }

@@ -9,16 +9,16 @@
 namespace orva_accelerator::tools {
 
 // There, a 64-bit program, and the service rather than any other one.
-Finding CheckExecutable(const std::wstring& file);
+Finding checkExecutable(const std::wstring& file);
 
 // Where the service that lies in `folder` takes its library from.
-std::wstring LibraryBelow(const std::wstring& folder);
+std::wstring libraryBelow(const std::wstring& folder);
 
 // There, a 64-bit library, and with every function that the service resolves.
-Finding CheckLibrary(const std::wstring& file);
+Finding checkLibrary(const std::wstring& file);
 
 // Whether ordinary users can change what the service executes. Files and folders that are not there
 // are passed over.
-Finding CheckWriteAccess(const std::vector<std::wstring>& paths, bool underWine);
+Finding checkWriteAccess(const std::vector<std::wstring>& paths, bool underWine);
 
 }  // namespace orva_accelerator::tools

@@ -6,11 +6,11 @@
 
 namespace orva_accelerator::tools {
 
-std::string Utf8(std::wstring_view wide) {
+std::string utf8(std::wstring_view wide) {
   return win32::utf8FromWide(wide).value_or(std::string());
 }
 
-const char* VerdictName(Verdict verdict) {
+const char* verdictName(Verdict verdict) {
   switch (verdict) {
     case Verdict::Ok:
       return "ok";
@@ -24,7 +24,7 @@ const char* VerdictName(Verdict verdict) {
   return "problem";
 }
 
-Verdict WorstOf(const Findings& findings) {
+Verdict worstOf(const Findings& findings) {
   Verdict worst = Verdict::Ok;
   for (const Finding& finding : findings) worst = std::max(worst, finding.verdict);
   return worst;

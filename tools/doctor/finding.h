@@ -25,11 +25,11 @@ struct Finding {
 using Findings = std::vector<Finding>;
 
 // For the texts of findings; empty when it cannot be had.
-std::string Utf8(std::wstring_view wide);
+std::string utf8(std::wstring_view wide);
 
 // "ok", "not checked", "warning", "problem": for programs too; never changes.
-const char* VerdictName(Verdict verdict);
+const char* verdictName(Verdict verdict);
 
-Verdict WorstOf(const Findings& findings);
+Verdict worstOf(const Findings& findings);
 
 }  // namespace orva_accelerator::tools

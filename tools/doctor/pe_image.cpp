@@ -25,7 +25,7 @@ class PeFile {
   explicit PeFile(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
 
   template <typename T>
-  T At(std::uint64_t offset) const {
+  T at(std::uint64_t offset) const {
     static_assert(std::is_trivially_copyable_v<T>);
     if (offset > bytes_.size() || bytes_.size() - offset < sizeof(T)) throw kCutOff;
     T value;
@@ -33,7 +33,7 @@ class PeFile {
     return value;
   }
 
-  std::string TextAt(std::uint64_t offset) const {
+  std::string textAt(std::uint64_t offset) const {
     if (offset >= bytes_.size()) throw kCutOff;
     const auto rest = bytes_.subspan(static_cast<std::size_t>(offset));
     const auto scanned = rest.first(std::min(rest.size(), kLongestName));
@@ -52,11 +52,11 @@ class Sections {
   Sections(const PeFile& file, std::uint64_t table, unsigned count) {
     for (unsigned i = 0; i < count; ++i) {
       sections_.push_back(
-          file.At<IMAGE_SECTION_HEADER>(table + std::uint64_t{i} * sizeof(IMAGE_SECTION_HEADER)));
+          file.at<IMAGE_SECTION_HEADER>(table + std::uint64_t{i} * sizeof(IMAGE_SECTION_HEADER)));
     }
   }
 
-  std::uint64_t FileOffset(std::uint64_t address) const {
+  std::uint64_t fileOffset(std::uint64_t address) const {
     for (const IMAGE_SECTION_HEADER& section : sections_) {
       const std::uint64_t from = section.VirtualAddress;
       if (address >= from && address - from < section.SizeOfRawData) {
@@ -70,57 +70,57 @@ class Sections {
   std::vector<IMAGE_SECTION_HEADER> sections_;
 };
 
-std::vector<std::string> ReadExports(const PeFile& file, const Sections& sections,
+std::vector<std::string> readExports(const PeFile& file, const Sections& sections,
                                      std::uint32_t directory) {
-  const auto header = file.At<IMAGE_EXPORT_DIRECTORY>(sections.FileOffset(directory));
+  const auto header = file.at<IMAGE_EXPORT_DIRECTORY>(sections.fileOffset(directory));
   if (header.NumberOfNames > kMostExports) throw Damage{"it counts too many exports"};
   std::vector<std::string> names;
   for (std::uint64_t i = 0; i < header.NumberOfNames; ++i) {
-    const auto address = file.At<std::uint32_t>(
-        sections.FileOffset(header.AddressOfNames + i * sizeof(std::uint32_t)));
-    const auto ordinal = file.At<std::uint16_t>(
-        sections.FileOffset(header.AddressOfNameOrdinals + i * sizeof(std::uint16_t)));
+    const auto address = file.at<std::uint32_t>(
+        sections.fileOffset(header.AddressOfNames + i * sizeof(std::uint32_t)));
+    const auto ordinal = file.at<std::uint16_t>(
+        sections.fileOffset(header.AddressOfNameOrdinals + i * sizeof(std::uint16_t)));
     if (ordinal >= header.NumberOfFunctions) throw Damage{"an export leads nowhere"};
-    names.push_back(file.TextAt(sections.FileOffset(address)));
+    names.push_back(file.textAt(sections.fileOffset(address)));
   }
   return names;
 }
 
-PeImage Read(const PeFile& file) {
-  const auto dos = file.At<IMAGE_DOS_HEADER>(0);
+PeImage read(const PeFile& file) {
+  const auto dos = file.at<IMAGE_DOS_HEADER>(0);
   if (dos.e_magic != IMAGE_DOS_SIGNATURE || dos.e_lfanew < 0) {
     throw Damage{"it is no Windows program or library"};
   }
   const auto start = static_cast<std::uint64_t>(dos.e_lfanew);
-  if (file.At<std::uint32_t>(start) != IMAGE_NT_SIGNATURE) {
+  if (file.at<std::uint32_t>(start) != IMAGE_NT_SIGNATURE) {
     throw Damage{"it is no Windows program or library"};
   }
-  const auto header = file.At<IMAGE_FILE_HEADER>(start + sizeof(std::uint32_t));
+  const auto header = file.at<IMAGE_FILE_HEADER>(start + sizeof(std::uint32_t));
   const std::uint64_t optional = start + sizeof(std::uint32_t) + sizeof(IMAGE_FILE_HEADER);
   PeImage image;
   image.machine = header.Machine;
   image.isLibrary = (header.Characteristics & IMAGE_FILE_DLL) != 0;
-  const auto format = file.At<std::uint16_t>(optional);
+  const auto format = file.at<std::uint16_t>(optional);
   image.is64Bit =
       header.Machine == IMAGE_FILE_MACHINE_AMD64 && format == IMAGE_NT_OPTIONAL_HDR64_MAGIC;
   if (!image.is64Bit) return image;  // Of no use to the service, whatever it exports.
 
   if (header.SizeOfOptionalHeader < sizeof(IMAGE_OPTIONAL_HEADER64)) throw kCutOff;
-  const auto details = file.At<IMAGE_OPTIONAL_HEADER64>(optional);
+  const auto details = file.at<IMAGE_OPTIONAL_HEADER64>(optional);
   const Sections sections(file, optional + header.SizeOfOptionalHeader, header.NumberOfSections);
   const auto& directory = details.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT];
   if (details.NumberOfRvaAndSizes > IMAGE_DIRECTORY_ENTRY_EXPORT && directory.VirtualAddress != 0) {
-    image.exports = ReadExports(file, sections, directory.VirtualAddress);
+    image.exports = readExports(file, sections, directory.VirtualAddress);
   }
   return image;
 }
 
 }  // namespace
 
-PeReading ReadPe(std::span<const std::uint8_t> file) {
+PeReading readPe(std::span<const std::uint8_t> file) {
   if (file.empty()) return {std::nullopt, "it is empty"};
   try {
-    return {Read(PeFile(file)), {}};
+    return {read(PeFile(file)), {}};
   } catch (const Damage& damage) {
     return {std::nullopt, damage.text};
   }

@@ -25,6 +25,6 @@ struct PeReading {
   std::string trouble;  // Why there is no image.
 };
 
-PeReading ReadPe(std::span<const std::uint8_t> file);
+PeReading readPe(std::span<const std::uint8_t> file);
 
 }  // namespace orva_accelerator::tools

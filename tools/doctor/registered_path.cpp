@@ -13,29 +13,29 @@ constexpr std::wstring_view kExtension = L".exe";
 constexpr std::size_t kPathCapacity = 260;
 constexpr std::size_t kLibraryTail = std::size("\\accel_sdk\\sdk_x64\\OpenKernel.dll") - 1;
 
-std::size_t EndOfUnquotedPath(std::wstring_view text) {
+std::size_t endOfUnquotedPath(std::wstring_view text) {
   for (std::size_t at = 0; at + kExtension.size() <= text.size(); ++at) {
     const std::size_t end = at + kExtension.size();
     const bool ends = end == text.size() || text[end] == L' ' || text[end] == L'\t';
-    if (ends && EqualIgnoringCase(text.substr(at, kExtension.size()), kExtension)) return end;
+    if (ends && equalIgnoringCase(text.substr(at, kExtension.size()), kExtension)) return end;
   }
   return text.size();
 }
 
-bool IsBelow(const std::wstring& file, const std::wstring& folder) {
+bool isBelow(const std::wstring& file, const std::wstring& folder) {
   if (folder.empty() || file.size() <= folder.size() || file[folder.size()] != L'\\') return false;
-  return EqualIgnoringCase(std::wstring_view(file).substr(0, folder.size()), folder);
+  return equalIgnoringCase(std::wstring_view(file).substr(0, folder.size()), folder);
 }
 
 }  // namespace
 
-RegisteredPath ParseRegisteredPath(const std::wstring& registered) {
+RegisteredPath parseRegisteredPath(const std::wstring& registered) {
   RegisteredPath path;
   std::wstring_view text = registered;
   path.quoted = text.starts_with(L'"');
   if (path.quoted) text.remove_prefix(1);
   const std::size_t end =
-      path.quoted ? std::min(text.find(L'"'), text.size()) : EndOfUnquotedPath(text);
+      path.quoted ? std::min(text.find(L'"'), text.size()) : endOfUnquotedPath(text);
   path.file = text.substr(0, end);
   text.remove_prefix(std::min(text.size(), end + (path.quoted ? 1 : 0)));
   const std::size_t first = text.find_first_not_of(L" \t");
@@ -45,21 +45,21 @@ RegisteredPath ParseRegisteredPath(const std::wstring& registered) {
   return path;
 }
 
-std::wstring FolderOf(const std::wstring& file) {
+std::wstring folderOf(const std::wstring& file) {
   const std::size_t separator = file.find_last_of(L"\\/");
   return separator == std::wstring::npos ? std::wstring() : file.substr(0, separator);
 }
 
-Finding CheckSpelling(const RegisteredPath& path, const std::vector<std::wstring>& programFiles) {
-  Finding finding{"path", Verdict::Ok, Utf8(path.file), {}};
-  if (FolderOf(path.file).size() + kLibraryTail >= kPathCapacity) {
+Finding checkSpelling(const RegisteredPath& path, const std::vector<std::wstring>& programFiles) {
+  Finding finding{"path", Verdict::Ok, utf8(path.file), {}};
+  if (folderOf(path.file).size() + kLibraryTail >= kPathCapacity) {
     finding.verdict = Verdict::Problem;
     finding.text += " is too long: the service will not find its library";
     finding.advice = "install it into a folder with a shorter path";
     return finding;
   }
   const bool safe = std::ranges::any_of(
-      programFiles, [&](const auto& folder) { return IsBelow(path.file, folder); });
+      programFiles, [&](const auto& folder) { return isBelow(path.file, folder); });
   if (!path.quoted && !safe && path.file.find(L' ') != std::wstring::npos) {
     finding.verdict = Verdict::Warning;
     finding.text +=
@@ -79,12 +79,12 @@ Finding CheckSpelling(const RegisteredPath& path, const std::vector<std::wstring
   return finding;
 }
 
-bool EqualIgnoringCase(std::wstring_view a, std::wstring_view b) {
+bool equalIgnoringCase(std::wstring_view a, std::wstring_view b) {
   return CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
                               static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
 }
 
-std::vector<std::wstring> ProgramFilesFolders() {
+std::vector<std::wstring> programFilesFolders() {
   std::vector<std::wstring> folders;
   for (const wchar_t* name : {L"ProgramW6432", L"ProgramFiles", L"ProgramFiles(x86)"}) {
     wchar_t folder[kPathCapacity];

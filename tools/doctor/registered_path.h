@@ -17,18 +17,18 @@ struct RegisteredPath {
 
 // Without quotes, the path ends behind the first ".exe" that a blank or the end follows; without
 // any, everything is path.
-RegisteredPath ParseRegisteredPath(const std::wstring& registered);
+RegisteredPath parseRegisteredPath(const std::wstring& registered);
 
-std::wstring FolderOf(const std::wstring& file);
+std::wstring folderOf(const std::wstring& file);
 
 // How it is written: quotes, prefix, blanks, length. `programFiles` are folders in which only
 // administrators create files.
-Finding CheckSpelling(const RegisteredPath& path, const std::vector<std::wstring>& programFiles);
+Finding checkSpelling(const RegisteredPath& path, const std::vector<std::wstring>& programFiles);
 
 // As the system compares paths and program names.
-bool EqualIgnoringCase(std::wstring_view a, std::wstring_view b);
+bool equalIgnoringCase(std::wstring_view a, std::wstring_view b);
 
 // Those of this PC.
-std::vector<std::wstring> ProgramFilesFolders();
+std::vector<std::wstring> programFilesFolders();
 
 }  // namespace orva_accelerator::tools

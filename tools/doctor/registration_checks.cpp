@@ -12,11 +12,11 @@ namespace {
 constexpr char kInstall[] = "run \"OrvaAcceleratorService.exe install\" as administrator";
 constexpr char kReinstall[] = "run \"OrvaAcceleratorService.exe reinstall\" as administrator";
 
-std::string WithCode(std::string text, DWORD code) {
+std::string withCode(std::string text, DWORD code) {
   return text + " (Win32 error " + std::to_string(code) + ")";
 }
 
-std::string Joined(const std::vector<std::string>& parts) {
+std::string joined(const std::vector<std::string>& parts) {
   std::string text;
   for (const std::string& part : parts) text += (text.empty() ? "" : "; ") + part;
   return text;
@@ -24,20 +24,20 @@ std::string Joined(const std::vector<std::string>& parts) {
 
 }  // namespace
 
-Finding CheckRegistered(const ServiceFacts& facts) {
+Finding checkRegistered(const ServiceFacts& facts) {
   if (facts.registered()) return {"registered", Verdict::Ok, "the service is registered", {}};
   if (facts.openError == ERROR_SERVICE_DOES_NOT_EXIST) {
     return {"registered", Verdict::Problem, "the service is not installed", kInstall};
   }
   return {"registered",
           Verdict::Problem,
-          WithCode("the service cannot be looked at: " +
-                       client::ServiceError("open the service", facts.openError).text,
+          withCode("the service cannot be looked at: " +
+                       client::serviceError("open the service", facts.openError).text,
                    facts.openError),
           {}};
 }
 
-Finding CheckDeletion(const ServiceFacts& facts) {
+Finding checkDeletion(const ServiceFacts& facts) {
   if (!facts.deletePending) {
     return {"deletion", Verdict::NotChecked, "the registry does not tell", {}};
   }
@@ -49,7 +49,7 @@ Finding CheckDeletion(const ServiceFacts& facts) {
       "the PC; then install it again"};
 }
 
-Finding CheckStartType(const ServiceConfig& config) {
+Finding checkStartType(const ServiceConfig& config) {
   switch (config.startType) {
     case SERVICE_DEMAND_START:
       return {"start type", Verdict::Ok, "started on demand", {}};
@@ -66,7 +66,7 @@ Finding CheckStartType(const ServiceConfig& config) {
   }
 }
 
-Finding CheckAccount(const ServiceConfig& config) {
+Finding checkAccount(const ServiceConfig& config) {
   if (config.type != SERVICE_WIN32_OWN_PROCESS) {
     return {
         "account", Verdict::Problem,
@@ -77,17 +77,17 @@ Finding CheckAccount(const ServiceConfig& config) {
     return {"account", Verdict::Ok, "runs as LocalSystem, in a process of its own", {}};
   }
   return {"account", Verdict::Problem,
-          "runs as " + Utf8(config.account) + ", and the library needs LocalSystem", kReinstall};
+          "runs as " + utf8(config.account) + ", and the library needs LocalSystem", kReinstall};
 }
 
-Finding CheckSecurity(const ServiceFacts& facts, bool underWine) {
+Finding checkSecurity(const ServiceFacts& facts, bool underWine) {
   Finding finding{"security", Verdict::Warning, {}, kInstall};
   if (facts.securityError != 0) {
-    finding.text = WithCode("this account may not read who may do what", facts.securityError);
+    finding.text = withCode("this account may not read who may do what", facts.securityError);
     return finding;
   }
   std::vector<std::uint8_t> descriptor = facts.security;
-  const auto compared = CompareServiceSecurity(descriptor.data(), service::kServiceSecurity);
+  const auto compared = compareServiceSecurity(descriptor.data(), service::kServiceSecurity);
   if (!compared || compared.value().unreadable) {
     finding.text = "who may start and stop it cannot be verified: there is no list to read";
     if (underWine) finding.advice = "nothing; Wine does not keep it";
@@ -98,8 +98,8 @@ Finding CheckSecurity(const ServiceFacts& facts, bool underWine) {
     return {"security", Verdict::Ok, "signed-in users may start and stop it, and no more", {}};
   }
   finding.text = "not as installed";
-  if (!differences.missing.empty()) finding.text += "; missing: " + Joined(differences.missing);
-  if (!differences.added.empty()) finding.text += "; added: " + Joined(differences.added);
+  if (!differences.missing.empty()) finding.text += "; missing: " + joined(differences.missing);
+  if (!differences.added.empty()) finding.text += "; added: " + joined(differences.added);
   if (differences.lettingUsersReconfigure) {
     finding.verdict = Verdict::Problem;
     finding.text += "; any user can run programs as LocalSystem through it";
@@ -107,10 +107,10 @@ Finding CheckSecurity(const ServiceFacts& facts, bool underWine) {
   return finding;
 }
 
-Finding CheckState(const ServiceFacts& facts) {
+Finding checkState(const ServiceFacts& facts) {
   if (!facts.status) {
     return {"state", Verdict::Warning,
-            WithCode("this account may not ask for the state", facts.statusError), kInstall};
+            withCode("this account may not ask for the state", facts.statusError), kInstall};
   }
   const SERVICE_STATUS_PROCESS& status = *facts.status;
   const std::string process = "process " + std::to_string(status.dwProcessId);
@@ -120,7 +120,7 @@ Finding CheckState(const ServiceFacts& facts) {
     if (status.dwWin32ExitCode != 0 && status.dwWin32ExitCode != ERROR_PROCESS_ABORTED &&
         status.dwWin32ExitCode != ERROR_SERVICE_NEVER_STARTED) {
       finding.verdict = Verdict::Warning;
-      finding.text = WithCode("stopped after a failure", status.dwWin32ExitCode);
+      finding.text = withCode("stopped after a failure", status.dwWin32ExitCode);
       finding.advice = "start it with \"orvactl service start\" and look at what that says";
     }
     return finding;

@@ -7,11 +7,11 @@
 namespace orva_accelerator::tools {
 
 // Pure functions: facts in, findings out.
-Finding CheckRegistered(const ServiceFacts& facts);
-Finding CheckDeletion(const ServiceFacts& facts);
-Finding CheckStartType(const ServiceConfig& config);
-Finding CheckAccount(const ServiceConfig& config);
-Finding CheckSecurity(const ServiceFacts& facts, bool underWine);
-Finding CheckState(const ServiceFacts& facts);
+Finding checkRegistered(const ServiceFacts& facts);
+Finding checkDeletion(const ServiceFacts& facts);
+Finding checkStartType(const ServiceConfig& config);
+Finding checkAccount(const ServiceConfig& config);
+Finding checkSecurity(const ServiceFacts& facts, bool underWine);
+Finding checkState(const ServiceFacts& facts);
 
 }  // namespace orva_accelerator::tools

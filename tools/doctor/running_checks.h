@@ -10,17 +10,17 @@
 namespace orva_accelerator::tools {
 
 // The image of the running process against the registered executable.
-Finding CheckProcessImage(const ServiceFacts& facts, const RegisteredPath& registered);
+Finding checkProcessImage(const ServiceFacts& facts, const RegisteredPath& registered);
 
 // Whether the pipe can be opened, and is the service's. Nothing is sent. `check` names the finding.
-Finding CheckPipe(const char* check, client::Endpoint endpoint, const ServiceFacts& facts,
+Finding checkPipe(const char* check, client::Endpoint endpoint, const ServiceFacts& facts,
                   std::chrono::milliseconds timeout);
 
 // The program that keeps the service running.
-Finding CheckHostApplication(const ServiceFacts& facts);
+Finding checkHostApplication(const ServiceFacts& facts);
 
 // A heartbeat, which changes nothing, and how long its answer took.
-Finding CheckHeartbeat(const client::Endpoint& endpoint, std::uint32_t clientId,
+Finding checkHeartbeat(const client::Endpoint& endpoint, std::uint32_t clientId,
                        std::chrono::milliseconds timeout);
 
 }  // namespace orva_accelerator::tools

@@ -13,13 +13,13 @@ namespace {
 constexpr std::uint32_t kRightsThatGiveThePc =
     SERVICE_CHANGE_CONFIG | WRITE_DAC | WRITE_OWNER | GENERIC_WRITE | GENERIC_ALL;
 
-bool Contains(const std::vector<AccessClause>& list, const AccessClause& clause) {
+bool contains(const std::vector<AccessClause>& list, const AccessClause& clause) {
   return std::ranges::find(list, clause) != list.end();
 }
 
 }  // namespace
 
-client::Result<SecurityDifferences> CompareServiceSecurity(PSECURITY_DESCRIPTOR actual,
+client::Result<SecurityDifferences> compareServiceSecurity(PSECURITY_DESCRIPTOR actual,
                                                            const wchar_t* expected) {
   PSECURITY_DESCRIPTOR converted = nullptr;
   if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(expected, SDDL_REVISION_1, &converted,
@@ -29,8 +29,8 @@ client::Result<SecurityDifferences> CompareServiceSecurity(PSECURITY_DESCRIPTOR 
                          "the system does not understand it"};
   }
   const win32::UniqueLocalMemory owner(converted);
-  const auto ours = ReadAccessList(converted);
-  const auto found = ReadAccessList(actual);
+  const auto ours = readAccessList(converted);
+  const auto found = readAccessList(actual);
   SecurityDifferences differences;
   // An empty list would let nobody even read it: whoever says so does not keep lists.
   if (!ours || !found || found->empty()) {
@@ -38,15 +38,15 @@ client::Result<SecurityDifferences> CompareServiceSecurity(PSECURITY_DESCRIPTOR 
     return differences;
   }
   for (const AccessClause& clause : *ours) {
-    if (!Contains(*found, clause)) differences.missing.push_back(Describe(clause));
+    if (!contains(*found, clause)) differences.missing.push_back(describe(clause));
   }
   std::vector<AccessClause> added;
   for (const AccessClause& clause : *found) {
-    if (Contains(*ours, clause)) continue;
+    if (contains(*ours, clause)) continue;
     added.push_back(clause);
-    differences.added.push_back(Describe(clause));
+    differences.added.push_back(describe(clause));
   }
-  differences.lettingUsersReconfigure = (RightsOfOrdinaryUsers(added) & kRightsThatGiveThePc) != 0;
+  differences.lettingUsersReconfigure = (rightsOfOrdinaryUsers(added) & kRightsThatGiveThePc) != 0;
   return differences;
 }
 

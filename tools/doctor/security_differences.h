@@ -19,7 +19,7 @@ struct SecurityDifferences {
 
 // Compares lists clause by clause, whatever their order and spelling: the system writes the same
 // rights with other letters than we do. `actual` is a self-relative descriptor from the system.
-client::Result<SecurityDifferences> CompareServiceSecurity(PSECURITY_DESCRIPTOR actual,
+client::Result<SecurityDifferences> compareServiceSecurity(PSECURITY_DESCRIPTOR actual,
                                                            const wchar_t* expected);
 
 }  // namespace orva_accelerator::tools

@@ -8,14 +8,14 @@ namespace {
 
 using win32::UniqueServiceHandle;
 
-std::wstring TextOrEmpty(const wchar_t* text) {
+std::wstring textOrEmpty(const wchar_t* text) {
   return text == nullptr ? std::wstring() : std::wstring(text);
 }
 
 // 0 or why the record cannot be had. `query` takes a buffer, its size and where to put the needed
 // size.
 template <typename Query>
-DWORD QueryRecord(Query query, std::vector<std::uint8_t>& record) {
+DWORD queryRecord(Query query, std::vector<std::uint8_t>& record) {
   DWORD needed = 0;
   if (!query(nullptr, 0, &needed)) {
     const DWORD code = GetLastError();
@@ -34,34 +34,34 @@ class Gatherer {
  public:
   Gatherer(const std::wstring& name, ServiceFacts& facts) : name_(name), facts_(facts) {}
 
-  void Gather() {
+  void gather() {
     manager_.reset(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
     if (!manager_) {
       facts_.openError = GetLastError();
       return;
     }
     UniqueServiceHandle service;
-    facts_.openError = Open(SERVICE_QUERY_STATUS, service);
+    facts_.openError = open(SERVICE_QUERY_STATUS, service);
     if (facts_.openError == ERROR_ACCESS_DENIED) {
       // It is there; this account may not ask about its state.
       facts_.statusError = facts_.openError;
       facts_.openError = 0;
     } else if (facts_.openError == 0) {
-      ReadStatus(service.get());
+      readStatus(service.get());
     }
     if (!facts_.registered()) return;
-    ReadConfig();
-    ReadSecurity();
-    ReadDeleteFlag();
+    readConfig();
+    readSecurity();
+    readDeleteFlag();
   }
 
  private:
-  DWORD Open(DWORD access, UniqueServiceHandle& service) const {
+  DWORD open(DWORD access, UniqueServiceHandle& service) const {
     service.reset(OpenServiceW(manager_.get(), name_.c_str(), access));
     return service ? 0 : GetLastError();
   }
 
-  void ReadStatus(SC_HANDLE service) {
+  void readStatus(SC_HANDLE service) {
     SERVICE_STATUS_PROCESS status{};
     DWORD needed = 0;
     if (!QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status),
@@ -73,12 +73,12 @@ class Gatherer {
     facts_.processLives = !client::ProcessWatch(status.dwProcessId).hasEnded();
   }
 
-  void ReadConfig() {
+  void readConfig() {
     UniqueServiceHandle service;
-    facts_.configError = Open(SERVICE_QUERY_CONFIG, service);
+    facts_.configError = open(SERVICE_QUERY_CONFIG, service);
     if (facts_.configError != 0) return;
     std::vector<std::uint8_t> record;
-    facts_.configError = QueryRecord(
+    facts_.configError = queryRecord(
         [&](BYTE* room, DWORD size, DWORD* needed) {
           return QueryServiceConfigW(service.get(), reinterpret_cast<QUERY_SERVICE_CONFIGW*>(room),
                                      size, needed);
@@ -87,15 +87,15 @@ class Gatherer {
     if (facts_.configError != 0) return;
     const auto& config = *reinterpret_cast<const QUERY_SERVICE_CONFIGW*>(record.data());
     facts_.config =
-        ServiceConfig{TextOrEmpty(config.lpBinaryPathName), TextOrEmpty(config.lpServiceStartName),
+        ServiceConfig{textOrEmpty(config.lpBinaryPathName), textOrEmpty(config.lpServiceStartName),
                       config.dwServiceType, config.dwStartType};
   }
 
-  void ReadSecurity() {
+  void readSecurity() {
     UniqueServiceHandle service;
-    facts_.securityError = Open(READ_CONTROL, service);
+    facts_.securityError = open(READ_CONTROL, service);
     if (facts_.securityError != 0) return;
-    facts_.securityError = QueryRecord(
+    facts_.securityError = queryRecord(
         [&](BYTE* room, DWORD size, DWORD* needed) {
           // Some systems want a place even when they only tell the size.
           BYTE nowhere = 0;
@@ -105,7 +105,7 @@ class Gatherer {
         facts_.security);
   }
 
-  void ReadDeleteFlag() {
+  void readDeleteFlag() {
     const std::wstring key = L"SYSTEM\\CurrentControlSet\\Services\\" + name_;
     DWORD flag = 0;
     DWORD size = sizeof(flag);
@@ -127,13 +127,13 @@ class Gatherer {
 
 }  // namespace
 
-ServiceFacts GatherServiceFacts(const std::wstring& serviceName) {
+ServiceFacts gatherServiceFacts(const std::wstring& serviceName) {
   ServiceFacts facts;
-  Gatherer(serviceName, facts).Gather();
+  Gatherer(serviceName, facts).gather();
   return facts;
 }
 
-bool RunsUnderWine() {
+bool runsUnderWine() {
   const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
   return ntdll != nullptr && GetProcAddress(ntdll, "wine_get_version") != nullptr;
 }

@@ -37,9 +37,9 @@ struct ServiceFacts {
   }
 };
 
-ServiceFacts GatherServiceFacts(const std::wstring& serviceName);
+ServiceFacts gatherServiceFacts(const std::wstring& serviceName);
 
 // Wine keeps no access lists for services and makes up those of files.
-bool RunsUnderWine();
+bool runsUnderWine();
 
 }  // namespace orva_accelerator::tools

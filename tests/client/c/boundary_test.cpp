@@ -22,7 +22,7 @@ orva_error Dirty() {
 // What a C function makes of it when its body fails with `text`.
 orva_error Failing(ErrorKind kind, std::uint32_t win32Code, const std::string& text) {
   orva_error error = Dirty();
-  const orva_code code = Guarded("function", &error, {}, [&]() -> Result<Done> {
+  const orva_code code = guarded("function", &error, {}, [&]() -> Result<Done> {
     return Error{kind, "do it", win32Code, text};
   });
   EXPECT_EQ(code, error.code);
@@ -31,7 +31,7 @@ orva_error Failing(ErrorKind kind, std::uint32_t win32Code, const std::string& t
 
 TEST(CBoundary, FillsInTheErrorOfASuccessToo) {
   orva_error error = Dirty();
-  EXPECT_EQ(Guarded("function", &error, {}, [] { return Result<Done>(Done{}); }), ORVA_OK);
+  EXPECT_EQ(guarded("function", &error, {}, [] { return Result<Done>(Done{}); }), ORVA_OK);
   EXPECT_EQ(error.code, ORVA_OK);
   EXPECT_EQ(error.win32_code, 0u);
   EXPECT_EQ(error.text_length, 0u);
@@ -59,26 +59,26 @@ TEST(CBoundary, HasACodeOfItsOwnForEveryKindOfError) {
 
 TEST(CBoundary, TurnsExceptionsIntoCodes) {
   orva_error error = Dirty();
-  EXPECT_EQ(Guarded("function", &error, {}, []() -> Result<Done> { throw std::bad_alloc(); }),
+  EXPECT_EQ(guarded("function", &error, {}, []() -> Result<Done> { throw std::bad_alloc(); }),
             ORVA_ERROR_MEMORY);
   EXPECT_EQ(error.code, ORVA_ERROR_MEMORY);
   EXPECT_EQ(error.win32_code, 0u);
   EXPECT_STREQ(error.text, orva_code_text(ORVA_ERROR_MEMORY));
   EXPECT_EQ(
-      Guarded("function", &error, {}, []() -> Result<Done> { throw std::runtime_error("any"); }),
+      guarded("function", &error, {}, []() -> Result<Done> { throw std::runtime_error("any"); }),
       ORVA_ERROR_INTERNAL);
   EXPECT_EQ(error.code, ORVA_ERROR_INTERNAL);
-  EXPECT_EQ(Guarded("function", &error, {}, []() -> Result<Done> { throw 7; }),
+  EXPECT_EQ(guarded("function", &error, {}, []() -> Result<Done> { throw 7; }),
             ORVA_ERROR_INTERNAL);
 }
 
 TEST(CBoundary, NeedsNoErrorToReportTo) {
-  EXPECT_EQ(Guarded("function", nullptr, {},
+  EXPECT_EQ(guarded("function", nullptr, {},
                     []() -> Result<Done> { return Error{ErrorKind::Timeout, "", 0, ""}; }),
             ORVA_ERROR_TIMEOUT);
-  EXPECT_EQ(Guarded("function", nullptr, {}, []() -> Result<Done> { throw std::bad_alloc(); }),
+  EXPECT_EQ(guarded("function", nullptr, {}, []() -> Result<Done> { throw std::bad_alloc(); }),
             ORVA_ERROR_MEMORY);
-  EXPECT_EQ(Guarded("function", nullptr, {}, [] { return Result<Done>(Done{}); }), ORVA_OK);
+  EXPECT_EQ(guarded("function", nullptr, {}, [] { return Result<Done>(Done{}); }), ORVA_OK);
 }
 
 TEST(CBoundary, CutsATextThatIsTooLong) {
@@ -115,13 +115,13 @@ TEST(CBoundary, DoesNotRunTheBodyWithoutANeededArgument) {
     return Result<Done>(Done{});
   };
   orva_error error = Dirty();
-  EXPECT_EQ(Guarded("function", &error, {{&ran, "first"}, {nullptr, "second"}}, body),
+  EXPECT_EQ(guarded("function", &error, {{&ran, "first"}, {nullptr, "second"}}, body),
             ORVA_ERROR_USAGE);
   EXPECT_FALSE(ran);
   EXPECT_STREQ(error.text, "Could not call function: second is NULL");
-  EXPECT_EQ(Guarded("function", &error, {TextArgument(nullptr, 1, "text")}, body),
+  EXPECT_EQ(guarded("function", &error, {textArgument(nullptr, 1, "text")}, body),
             ORVA_ERROR_USAGE);
-  EXPECT_EQ(Guarded("function", &error, {TextArgument(nullptr, 0, "text")}, body), ORVA_OK);
+  EXPECT_EQ(guarded("function", &error, {textArgument(nullptr, 0, "text")}, body), ORVA_OK);
   EXPECT_TRUE(ran);
 }
 
