@@ -34,25 +34,34 @@ bool writeToFile(HANDLE file, std::string_view bytes) {
   return true;
 }
 
-bool write(HANDLE target, std::string_view utf8) {
-  DWORD mode = 0;
-  return GetConsoleMode(target, &mode) ? writeToConsole(target, utf8) : writeToFile(target, utf8);
+bool write(HANDLE target, bool isConsole, std::string_view utf8) {
+  return isConsole ? writeToConsole(target, utf8) : writeToFile(target, utf8);
 }
 
 }  // namespace
 
 Console::Console() : out_(GetStdHandle(STD_OUTPUT_HANDLE)), err_(GetStdHandle(STD_ERROR_HANDLE)) {
   DWORD mode = 0;
-  outIsTerminal_ = GetConsoleMode(out_, &mode) &&
-                   SetConsoleMode(out_, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+  errIsConsole_ = GetConsoleMode(err_, &mode) != FALSE;
+  outIsConsole_ = GetConsoleMode(out_, &outMode_) != FALSE;
+}
+
+Console::~Console() {
+  // A console that keeps silent cannot be helped.
+  if (outIsConsole_) (void)SetConsoleMode(out_, outMode_);
+}
+
+bool Console::outTakesEscapes() {
+  return outIsConsole_ && SetConsoleMode(out_, outMode_ | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
 }
 
 void Console::out(std::string_view utf8) {
-  if (!write(out_, utf8)) outFailed_ = true;
+  if (!write(out_, outIsConsole_, utf8)) outFailed_ = true;
 }
 
 void Console::err(std::string_view utf8) {
-  (void)write(err_, utf8);  // There is nowhere left to complain.
+  // There is nowhere left to complain.
+  (void)write(err_, errIsConsole_, utf8);
 }
 
 }  // namespace orva_accelerator::tools

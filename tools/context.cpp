@@ -12,6 +12,12 @@ namespace {
 // people from reading that it does not run.
 constexpr std::chrono::milliseconds kLongestOpening{2000};
 
+std::string jsonLine(const Json& record, bool toConsole) {
+  Json line{{"schema", kJsonSchema}};
+  line.update(record);
+  return oneLine(line, toConsole ? Characters::All : Characters::Ascii) + "\n";
+}
+
 }  // namespace
 
 client::Deadline Context::openingDeadline() const {
@@ -35,7 +41,11 @@ void Context::print(const char* command, const Json& record) {
   }
   Json line{{"command", command}};
   line.update(record);
-  console.out(oneLine(line) + "\n");
+  printJson(line);
+}
+
+void Context::printJson(const Json& record) {
+  console.out(jsonLine(record, console.outIsConsole()));
 }
 
 void Context::say(const std::string& sentence) {
@@ -49,7 +59,7 @@ int Context::fail(const client::Error& error) {
                       {"step", error.step},
                       {"win32Code", error.win32Code},
                       {"text", error.text}}}};
-    console.err(oneLine(line) + "\n");
+    console.err(jsonLine(line, console.errIsConsole()));
   } else {
     console.err("orvactl: " + client::describe(error) + "\n");
   }

@@ -37,6 +37,8 @@ class Context {
 
   // Prints an answer: as rows, or as one line of JSON with the command's name in front.
   void print(const char* command, const Json& record);
+  // Prints a line of JSON, with the schema's version in front.
+  void printJson(const Json& record);
   // Prints a sentence for people; with --json nothing.
   void say(const std::string& sentence);
   // Prints an error to standard error and gives the exit code for it.

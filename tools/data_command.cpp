@@ -18,7 +18,7 @@ struct DataOptions {
 
 // On a terminal the view stays in its place; elsewhere the views follow each other.
 void show(Context& context, const LiveFigures& figures, std::uint32_t shown) {
-  if (context.console.outIsTerminal()) {
+  if (context.console.outTakesEscapes()) {
     const char* home = shown == 0 ? "\x1b[2J\x1b[H" : "\x1b[H\x1b[J";
     context.console.out(home + figures.text() + "\nCtrl+C ends this view.\n");
   } else {
@@ -38,6 +38,7 @@ bool pauseOrInterrupt(milliseconds pause) {
 int runLive(Context& context, const DataOptions& options) {
   auto service = context.connect();
   if (!service) return context.fail(service.error());
+  (void)interruptEvent();  // From here on Ctrl+C leads to the end of this function.
   LiveFigures figures;
   for (std::uint32_t shown = 0;; ++shown) {
     auto data = service.value().GetAccelData();
@@ -45,7 +46,7 @@ int runLive(Context& context, const DataOptions& options) {
     if (context.options.json) {
       context.print("data", toJson(*data.value()));
     } else {
-      figures.add(toJson(*data.value()));
+      figures.add(toJson(*data.value(), LongNumbers::AsNumbers));
       show(context, figures, shown);
     }
     if (context.console.outFailed()) return ExitOther;

@@ -43,9 +43,11 @@ client::Error neverCame(const client::Error& timeout) {
 
 void printNotification(Context& context, const orva_notification& notification) {
   const std::uint32_t own = context.options.clientId;
-  context.console.out((context.options.json ? oneLine(notificationJson(notification, own))
-                                            : notificationText(notification, own)) +
-                      "\n");
+  if (context.options.json) {
+    context.printJson(notificationJson(notification, own));
+  } else {
+    context.console.out(notificationText(notification, own) + "\n");
+  }
 }
 
 client::Result<client::Done> awaitOutcome(Context& context, client::PushChannel& push,

@@ -37,7 +37,9 @@ TEST_F(OrvactlFailure, IsTwoForWrongUsage) {
 TEST_F(OrvactlFailure, IsToldInJsonWhenTheCommandLineIsWrong) {
   const auto result = run({"heartbeat", "--timeout", "soon", "--json"});
   EXPECT_EQ(result.exitCode, 2u);
-  const auto error = nlohmann::json::parse(result.err).at("error");
+  const auto line = nlohmann::json::parse(result.err);
+  EXPECT_EQ(line.at("schema"), 1);
+  const auto& error = line.at("error");
   EXPECT_EQ(error.at("kind"), "usage");
   EXPECT_NE(error.at("text").get<std::string>().find("soon"), std::string::npos);
 }

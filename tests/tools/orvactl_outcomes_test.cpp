@@ -51,6 +51,8 @@ TEST_F(OrvactlOutcome, WatchPrintsOneJsonObjectALine) {
   const auto lines = watch.finish().jsonLines();
   ASSERT_EQ(lines.size(), 2u);
   EXPECT_EQ(lines[0].at("clientId"), 7);
+  EXPECT_EQ(lines[0].at("schema"), 1);
+  EXPECT_EQ(lines[1].at("schema"), 1);
   EXPECT_EQ(lines[1].at("notification"), "stop");
   EXPECT_EQ(lines[1].at("code"), -7);
   EXPECT_EQ(lines[1].at("success"), false);

@@ -38,6 +38,11 @@ TEST(oneLine, EscapesWhatJsonItselfLetsThrough) {
             "{\"text\":\"a\\u202eb\\u009bc\\u007f\\u001b\"}");
 }
 
+TEST(oneLine, IsAsciiForFilesAndPipes) {
+  EXPECT_EQ(oneLine(Json{{"text", "\u4E0A\U0001F600\x7F\xFF"}}, Characters::Ascii),
+            "{\"text\":\"\\u4e0a\\ud83d\\ude00\\u007f\\ufffd\"}");
+}
+
 TEST(oneLine, ReplacesBytesThatAreNotUtf8) {
   EXPECT_EQ(oneLine(Json{{"text", "a\xFFz"}}), "{\"text\":\"a\xEF\xBF\xBDz\"}");
 }
