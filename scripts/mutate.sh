@@ -12,6 +12,7 @@
 #   --report          only prints the table of what is known from earlier runs
 #   --fresh           forgets earlier runs. Otherwise a run goes on where the last one ended, and what
 #                     was noticed is not tried again until its file changes
+#   --everywhere      asks all test programs of the build, and not only those near the file's folder
 #   --programs REGEX  builds and runs only these test programs
 #   --folded-only     leaves out what needs a compilation of its own, mostly in headers
 #   --preset NAME     the build that is planted in (default checked)

@@ -12,7 +12,7 @@ from pathlib import Path
 
 from records import Results, read_accepted
 from trials import Prefix, Trial, in_parallel, list_tests, survey
-from workspace import FOLDERS, Workspace, trouble
+from workspace import FOLDERS, NEAR, Workspace, trouble
 
 ROOT = Path(__file__).resolve().parents[2]
 ACCEPTED = ROOT / "scripts" / "mutate" / "accepted.txt"
@@ -69,7 +69,8 @@ def parse(arguments):
     parser.add_argument("--report", action="store_true")
     parser.add_argument("--fresh", action="store_true")
     parser.add_argument("--folded-only", action="store_true")
-    parser.add_argument("--programs", default=".")
+    parser.add_argument("--programs")
+    parser.add_argument("--everywhere", action="store_true")
     parser.add_argument("--preset", default="checked")
     parser.add_argument("-j", type=int, default=os.cpu_count(), dest="jobs")
     return parser.parse_args(arguments)
@@ -108,7 +109,8 @@ class Run:
         say(f"{len(self._all)} mistakes, {len(self._open(self._all))} to be tried. Building ...")
         self._workspace.refresh()
         self._workspace.configure()
-        programs = [p for p in self._workspace.programs() if re.search(self._options.programs, p)]
+        wanted = self._programs_wanted()
+        programs = [p for p in self._workspace.programs() if re.search(wanted, Path(p).name)]
         self._workspace.build_planted(self._planted, programs)
         say(f"Built {len(programs)} test programs in {time.monotonic() - started:.0f} s. "
             "Looking at what each test reaches ...")
@@ -124,6 +126,12 @@ class Run:
         finally:
             for prefix in prefixes:
                 prefix.stop()
+
+    def _programs_wanted(self):
+        if self._options.programs or self._options.everywhere:
+            return self._options.programs or "."
+        folders = {m.file.split("/")[0] for m in self._open(self._all)}
+        return "^(" + "|".join(NEAR[folder] for folder in sorted(folders)) + ")"
 
     def _try_folded(self, prefixes, trial):
         waiting = self._open([m for m in self._all if m.fold])

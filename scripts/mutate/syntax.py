@@ -3,6 +3,8 @@
 import json
 import subprocess
 
+NAMESPACE = "orva_accelerator"
+
 
 class Tree:
     """The declarations of our namespace as clang reads `file`, and the text of that file.
@@ -14,13 +16,16 @@ class Tree:
         self.file = file
         self.path = root / file
         self.text = self.path.read_bytes()
+        self.roots = []
+        self.fields = {}
+        if NAMESPACE.encode() not in self.text:
+            return  # What stands in for the compiler's own functions is none of ours to plant in.
         command = [*flags, "-w", "-fsyntax-only", "-Xclang", "-ast-dump=json",
-                   "-Xclang", "-ast-dump-filter=orva_accelerator", "-x", "c++", str(self.path)]
+                   "-Xclang", f"-ast-dump-filter={NAMESPACE}", "-x", "c++", str(self.path)]
         printed = subprocess.run(command, capture_output=True, text=True, cwd=root, check=False)
         if printed.returncode != 0:
             raise RuntimeError(f"clang cannot read {file}:\n{printed.stderr}")
         self.roots = list(_documents(printed.stdout))
-        self.fields = {}
         places = _Places(root)
         for node in self.roots:
             places.fill(node)

@@ -11,6 +11,8 @@ import threading
 import time
 from dataclasses import dataclass, field
 
+from workspace import trouble
+
 # Long, or of chance, or of other programs than the service.
 NOT_RUN = {"soak", "storm", "fuzz", "package", "display", "guarded"}
 # Tests of one process at most, so that its command line stays short.
@@ -44,9 +46,14 @@ class Test:
 
 
 def list_tests(workspace):
-    done = subprocess.run(["ctest", "--test-dir", str(workspace.build), "--show-only=json-v1"],
-                          capture_output=True, text=True, check=True, env=_prefix_environment(
-                              workspace, 0))
+    command = ["ctest", "--test-dir", str(workspace.build), "--show-only=json-v1"]
+    for _ in range(3):  # On a busy machine a program may take too long to list its tests.
+        done = subprocess.run(command, capture_output=True, text=True, check=False,
+                              env=_prefix_environment(workspace, 0))
+        if done.returncode == 0:
+            break
+    else:
+        trouble(f"the tests cannot be listed:\n{done.stdout[-2000:]}{done.stderr[-2000:]}")
     tests = []
     for entry in json.loads(done.stdout)["tests"]:
         command = entry.get("command")

@@ -17,6 +17,12 @@ FOLDERS = ("win32", "sdk", "ipc", "handlers", "service")
 COMPILED = ("orva_win32", "orva_sdk", "orva_ipc", "orva_handlers", "orva_service", "OrvaAcceleratorService",
             "orva_racing", "orva_fuzzed")
 
+# The test programs in which what is wrong in a folder shows first.
+NEAR = {"win32": r"win32_|ipc_tests|service_management_|sdk_binding_",
+        "sdk": r"sdk_|handlers_(dispatcher|queries|query_allocation)_",
+        "ipc": r"ipc_|race_|handlers_(dispatcher|acceleration)_test",
+        "handlers": r"handlers_",
+        "service": r"service_"}
 # Programs that are long, of chance, or of other programs than the service.
 NOT_BUILT = re.compile(r"^(soak|fuzz|display|installer|handlers_acceleration_storm|doctor|docs|orvactl|"
                        r"client_channel|samples|resources|simulator|support|.*_guarded)_")
@@ -158,7 +164,7 @@ class Workspace:
         return changed
 
     def programs(self):
-        """The test programs."""
+        """The test programs, by their paths in the build."""
         listed = subprocess.run(["ninja", "-C", str(self.build), "-t", "targets", "all"],
                                 capture_output=True, text=True, check=True).stdout
         names = re.findall(r"^bin/tests/(\w+_tests?\.exe):", listed, re.M)

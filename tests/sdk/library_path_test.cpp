@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "sdk/accel_sdk_impl.h"
@@ -97,6 +98,56 @@ TEST(SdkLibraryPath, AsksForTheProcessItselfWithAZeroedBufferOf260Characters) {
   EXPECT_EQ(std::get<0>(path.calls().calls()[0]), nullptr);
   EXPECT_EQ(std::get<2>(path.calls().calls()[0]), 260U);
   EXPECT_TRUE(path.bufferWasZeroed());
+}
+
+// Where the system looks for what the library imports itself.
+class SdkLibrarySearch : public testing::Test {
+ protected:
+  SdkLibrarySearch() {
+    adds_.replace([this](PCWSTR folder) -> DLL_DIRECTORY_COOKIE {
+      added.emplace_back(folder);
+      return cookie;
+    });
+    removes.replace([](DLL_DIRECTORY_COOKIE) -> BOOL { return TRUE; });
+  }
+
+  FakeKernel kernel;
+  const ExecutablePath path{L"C:\\Orva\\service.exe"};
+  AccelSdkImpl binding;
+  DLL_DIRECTORY_COOKIE cookie = &kernel;
+  std::vector<std::wstring> added;
+  ImportHook<decltype(SetDefaultDllDirectories)> restricts{"kernel32.dll",
+                                                           "SetDefaultDllDirectories"};
+  ImportHook<decltype(RemoveDllDirectory)> removes{"kernel32.dll", "RemoveDllDirectory"};
+
+ private:
+  ImportHook<decltype(AddDllDirectory)> adds_{"kernel32.dll", "AddDllDirectory"};
+};
+
+TEST_F(SdkLibrarySearch, IsRestrictedAndHasTheLibrarysFolderFromTheLoadOn) {
+  EXPECT_EQ(binding.Init({}), 1);
+  EXPECT_THAT(restricts.calls(), ElementsAre(std::tuple<DWORD>(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS)));
+  EXPECT_THAT(added, ElementsAre(L"C:\\Orva\\accel_sdk\\sdk_x64"));
+  EXPECT_EQ(removes.callCount(), 0U);
+}
+
+TEST_F(SdkLibrarySearch, LosesTheFolderOfALibraryThatIsNotLoaded) {
+  kernel.failLoading(ERROR_MOD_NOT_FOUND);
+  EXPECT_EQ(binding.Init({}), -1);
+  EXPECT_THAT(removes.calls(), ElementsAre(std::tuple(cookie)));
+}
+
+TEST_F(SdkLibrarySearch, LosesNothingThatItDidNotGet) {
+  kernel.failLoading(ERROR_MOD_NOT_FOUND);
+  cookie = nullptr;
+  EXPECT_EQ(binding.Init({}), -1);
+  EXPECT_EQ(removes.callCount(), 0U);
+}
+
+TEST_F(SdkLibrarySearch, LoadsNothingWhereItCannotBeRestricted) {
+  restricts.failAllCalls(ERROR_INVALID_PARAMETER, FALSE);
+  EXPECT_EQ(binding.Init({}), -1);
+  EXPECT_THAT(kernel.loadedPaths(), testing::IsEmpty());
 }
 
 }  // namespace
