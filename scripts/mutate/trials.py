@@ -7,6 +7,7 @@ import queue
 import re
 import shutil
 import subprocess
+import tempfile
 import threading
 import time
 from dataclasses import dataclass, field
@@ -105,22 +106,21 @@ class Prefix:
     def run(self, command, environment, most_seconds):
         """("ok" or "failed" or "hung", seconds, output)."""
         started = time.monotonic()
-        process = subprocess.Popen(command, env={**self._environment, **environment},
-                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                   stderr=subprocess.STDOUT, start_new_session=True)
-        try:
-            output, _ = process.communicate(timeout=most_seconds)
-            result = "ok" if process.returncode == 0 else "failed"
-        except subprocess.TimeoutExpired:
-            output, result = b"", "hung"
-            os.killpg(process.pid, 9)
-            self.stop()
+        with tempfile.TemporaryFile() as log:
+            process = subprocess.Popen(command, env={**self._environment, **environment},
+                                       stdin=subprocess.DEVNULL, stdout=log,
+                                       stderr=subprocess.STDOUT, start_new_session=True)
             try:
-                process.communicate(timeout=10)
+                result = "ok" if process.wait(timeout=most_seconds) == 0 else "failed"
             except subprocess.TimeoutExpired:
-                pass
-            self.renew()
-        return result, time.monotonic() - started, output.decode(errors="replace")
+                result = "hung"
+                os.killpg(process.pid, 9)
+                process.wait()
+                self.stop()
+                self.renew()
+            log.seek(0)
+            output = log.read().decode(errors="replace")
+        return result, time.monotonic() - started, output
 
 
 def together(tests):
@@ -242,26 +242,45 @@ class Trial:
                 test = how[2]
                 if test in known:
                     known.remove(test)
-                if test is not None and test.seconds < 2 * SLOW_SECONDS:
+                if test.seconds < 2 * SLOW_SECONDS:
                     known.insert(0, test)
             return f"{how[0]} ({how[1]})", time.monotonic() - started
         return None, time.monotonic() - started
 
     def _try(self, prefix, batch, number):
-        most = 15 + 6 * sum(t.seconds for t in batch)
-        for _ in range(2):  # Twice, so that no chance counts as noticed.
+        """(name, how it ended, test) of the first test of the batch that notices the mistake, or None."""
+        while len(batch) > 1:
             prefix.choose(number)
-            result, _, output = prefix.run(together(batch), batch[0].environment, most)
+            result, _, output = prefix.run(together(batch), batch[0].environment, _patience(batch))
             if result == "ok":
                 return None
-            if result == "hung":
-                break
-        failed = re.findall(r"^\[  FAILED  \] ([\w/.]+)", output, re.M) or re.findall(
-            r"^\[ RUN      \] ([\w/.]+)", output, re.M)[-1:]
-        test = next((t for t in batch if failed and t.has(failed[0])),
-                    batch[0] if len(batch) == 1 else None)
-        name = test.name if test is not None else os.path.basename(batch[0].program)
-        return name, result, test
+            suspects = _suspects(batch, output)
+            for test in suspects:
+                how = self._try_alone(prefix, test, number)
+                if how is not None:
+                    return how
+            # They have only disturbed each other. Those behind them have had no turn yet.
+            batch = [test for test in batch if test not in suspects]
+        return self._try_alone(prefix, batch[0], number) if batch else None
+
+    def _try_alone(self, prefix, test, number):
+        for attempt in (1, 2):  # Twice, so that neither chance nor a busy machine counts as noticed.
+            prefix.choose(number)
+            result, _, _ = prefix.run(test.command, test.environment, attempt * _patience([test]))
+            if result == "ok":
+                return None
+        return test.name, result, test
+
+
+def _patience(batch):
+    return 20 + 6 * sum(t.seconds for t in batch)
+
+
+def _suspects(batch, output):
+    """The tests of a batch that may have failed: the one that says so, or in which the output ends."""
+    names = re.findall(r"^\[  FAILED  \] ([\w/.]+)", output, re.M) or re.findall(
+        r"^\[ RUN      \] ([\w/.]+)", output, re.M)[-1:]
+    return [t for t in batch if names and t.has(names[0])] or batch
 
 
 def clean(workspace):

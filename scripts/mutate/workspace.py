@@ -15,7 +15,7 @@ from syntax import Tree
 FOLDERS = ("win32", "sdk", "ipc", "handlers", "service")
 # Programs that take whole copies of the shipped sources, by the targets of these.
 COMPILED = ("orva_win32", "orva_sdk", "orva_ipc", "orva_handlers", "orva_service", "OrvaAcceleratorService",
-            "orva_racing", "orva_fuzzed")
+            "orva_racing", "orva_fuzzed", "handlers_answer_test")
 
 # The test programs in which what is wrong in a folder shows first.
 NEAR = {"win32": r"win32_|ipc_tests|service_management_|sdk_binding_",
