@@ -35,6 +35,10 @@ struct AnswerField {
 template <typename Record>
 struct AnswerFields;
 
+// The other way: `Type` is the record for the one that travels.
+template <typename WireRecord>
+struct FlatOf;
+
 #define ORVA_NUMBER(member, name)                                                     \
   AnswerField {                                                                       \
     #name, FieldKind::Number, &Flat::member, offsetof(Wire, name), sizeof(Wire::name) \
@@ -54,6 +58,10 @@ struct AnswerFields;
     using Flat = Record;                                  \
     using Wire = ipc::WireRecord;                         \
     static constexpr auto kAll = std::tuple{__VA_ARGS__}; \
+  };                                                      \
+  template <>                                             \
+  struct FlatOf<ipc::WireRecord> {                        \
+    using Type = Record;                                  \
   };
 
 ORVA_ANSWER(orva_owner, AccelOwnerResponse, ORVA_FLAG(any_acceleration, anyAcceleration),

@@ -3,7 +3,6 @@
 #include <string>
 
 #include "client/responses.h"
-#include "ipc/wire/message_types.h"
 #include "ipc/wire/notifications.h"
 
 namespace orva_accelerator::client {

@@ -2,7 +2,7 @@
 
 #include "client/responses.h"
 #include "client/wipe.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 
 namespace orva_accelerator::client {
 namespace {
@@ -20,12 +20,6 @@ auto decode(const Result<Bytes>& answer, Take take)
 template <ipc::MessageType Type>
 Result<Done> acknowledged(const Result<Bytes>& answer) {
   return decode<Type>(answer, [](const auto&) { return Done{}; });
-}
-
-template <typename Record>
-Result<Answer<Record>> decode(const Result<Bytes>& answer) {
-  if (!answer) return answer.error();
-  return decodeAnswer<Record>(answer.value());
 }
 
 }  // namespace
@@ -73,36 +67,14 @@ Result<Done> ServiceClient::stop() {
   return acknowledged<ipc::MsgStopAccel>(ask(ipc::MsgStopAccel, {}));
 }
 
-Result<Answer<orva_owner>> ServiceClient::queryOwner() {
-  return decode<orva_owner>(ask(ipc::MsgQueryAccelOwner, {}));
-}
-
-Result<Answer<orva_accel_data>> ServiceClient::GetAccelData() {
-  return decode<orva_accel_data>(ask(ipc::MsgGetAccelData, {}));
-}
-
-Result<Answer<orva_console_data>> ServiceClient::GetConsoleData() {
-  return decode<orva_console_data>(ask(ipc::MsgGetConsoleData, {}));
-}
-
-Result<Answer<orva_last_accel_info>> ServiceClient::getLastAccelInfo(std::uint32_t gameId) {
-  return decode<orva_last_accel_info>(ask(ipc::MsgGetGameLastAccelInfo, bytesOf(gameId)));
-}
-
 Result<Answer<orva_speed_summary>> ServiceClient::getSpeedSummary(const SpeedRequest& request) {
-  return decode<orva_speed_summary>(askEncoded(ipc::MsgGetTestSpeedData, encodeSpeed(request)));
-}
-
-Result<Answer<orva_game_info>> ServiceClient::getGameInfo(std::uint32_t gameId) {
-  return decode<orva_game_info>(ask(ipc::MsgGetGameAccelInfo, bytesOf(gameId)));
-}
-
-Result<Answer<orva_used_nodes>> ServiceClient::getUsedNodes(std::uint32_t gameId) {
-  return decode<orva_used_nodes>(ask(ipc::MsgGetGameUsedNodeList, bytesOf(gameId)));
+  const auto answer = askEncoded(ipc::MsgGetTestSpeedData, encodeSpeed(request));
+  if (!answer) return answer.error();
+  return decodeAnswer<orva_speed_summary>(answer.value());
 }
 
 Result<Answer<orva_leave_outcome>> ServiceClient::leave() {
-  return decode<orva_leave_outcome>(ask(ipc::MsgClientLeaving, {}));
+  return query<ipc::MsgClientLeaving>();
 }
 
 Result<std::uint32_t> ServiceClient::heartbeat() {

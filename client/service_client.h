@@ -8,9 +8,15 @@
 #include "client/answer.h"
 #include "client/request_channel.h"
 #include "client/requests.h"
+#include "client/responses.h"
 #include "client/result.h"
+#include "ipc/wire/messages.h"
 
 namespace orva_accelerator::client {
+
+// The record of an answer that AnswerFields describes.
+template <ipc::MessageType Type>
+using AnswerTo = typename FlatOf<typename ipc::MessageOf<Type>::Response>::Type;
 
 // Speaks for one client id over a channel of its own. Each call has the whole of `timeout`. See
 // RequestChannel for what an error means for the channel; an answer that does not decode and a
@@ -40,13 +46,17 @@ class ServiceClient {
   Result<bool> startEx(const StartExRequest& request);
   // Taken, no more: the outcome is announced. Any client may stop what any other started.
   Result<Done> stop();
-  Result<Answer<orva_owner>> queryOwner();
-  Result<Answer<orva_accel_data>> GetAccelData();
-  Result<Answer<orva_console_data>> GetConsoleData();
-  Result<Answer<orva_last_accel_info>> getLastAccelInfo(std::uint32_t gameId);
+  // A question without texts: query<ipc::MsgGetAccelData>(),
+  // query<ipc::MsgGetGameAccelInfo>({1001}).
+  template <ipc::MessageType Type>
+  Result<Answer<AnswerTo<Type>>> query(const typename ipc::MessageOf<Type>::Request& fixed = {}) {
+    static_assert(ipc::kTextLengths<typename ipc::MessageOf<Type>::Request>.empty());
+    const auto size = ipc::kRecordSize<typename ipc::MessageOf<Type>::Request>;
+    const auto answer = ask(Type, bytesOf(fixed).first(size));
+    if (!answer) return answer.error();
+    return decodeAnswer<AnswerTo<Type>>(answer.value());
+  }
   Result<Answer<orva_speed_summary>> getSpeedSummary(const SpeedRequest& request);
-  Result<Answer<orva_game_info>> getGameInfo(std::uint32_t gameId);
-  Result<Answer<orva_used_nodes>> getUsedNodes(std::uint32_t gameId);
   // Ends this client's acceleration and its push connection; the last client to leave ends the
   // service.
   Result<Answer<orva_leave_outcome>> leave();

@@ -23,24 +23,9 @@ constexpr Binding bind() {
           }};
 }
 
-constexpr Binding kBindings[] = {
-    bind<MsgSdkInit, HandleSdkInit>(),
-    bind<MsgUserLogin, HandleUserLogin>(),
-    bind<MsgSdkRelease, HandleSdkRelease>(),
-    bind<MsgSdkIsInitialised, HandleSdkIsInitialised>(),
-    bind<MsgStartAccel, HandleStartAccel>(),
-    bind<MsgStartAccelEx, HandleStartAccelEx>(),
-    bind<MsgStopAccel, HandleStopAccel>(),
-    bind<MsgQueryAccelOwner, HandleQueryAccelOwner>(),
-    bind<MsgGetAccelData, HandleGetAccelData>(),
-    bind<MsgGetGameLastAccelInfo, HandleGetGameLastAccelInfo>(),
-    bind<MsgGetGameAccelInfo, HandleGetGameAccelInfo>(),
-    bind<MsgGetTestSpeedData, HandleGetTestSpeedData>(),
-    bind<MsgGetConsoleData, HandleGetConsoleData>(),
-    bind<MsgGetGameUsedNodeList, HandleGetGameUsedNodeList>(),
-    bind<MsgClientLeaving, HandleClientLeaving>(),
-    bind<MsgHeartbeat, HandleHeartbeat>(),
-};
+#define ORVA_BINDING(Name) bind<Msg##Name, Handle##Name>(),
+constexpr Binding kBindings[] = {ORVA_REQUEST_HANDLERS(ORVA_BINDING)};
+#undef ORVA_BINDING
 static_assert(std::ranges::equal(kBindings, kMessages, {}, &Binding::type, &MessageRow::type),
               "every message has its handler, in the table's order");
 

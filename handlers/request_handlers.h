@@ -8,24 +8,27 @@
 
 namespace orva_accelerator::ipc {
 
-Answer HandleSdkInit(const Request<MsgSdkInit>& request);
-Answer HandleUserLogin(const Request<MsgUserLogin>& request);
-Answer HandleSdkRelease(const Request<MsgSdkRelease>& request);
-Answer HandleSdkIsInitialised(const Request<MsgSdkIsInitialised>& request);
+// A line a message, in the order of the table of messages.
+#define ORVA_REQUEST_HANDLERS(X) \
+  X(SdkInit)                     \
+  X(UserLogin)                   \
+  X(SdkRelease)                  \
+  X(SdkIsInitialised)            \
+  X(StartAccel)                  \
+  X(StartAccelEx)                \
+  X(StopAccel)                   \
+  X(QueryAccelOwner)             \
+  X(GetAccelData)                \
+  X(GetGameLastAccelInfo)        \
+  X(GetGameAccelInfo)            \
+  X(GetTestSpeedData)            \
+  X(GetConsoleData)              \
+  X(GetGameUsedNodeList)         \
+  X(ClientLeaving)               \
+  X(Heartbeat)
 
-Answer HandleStartAccel(const Request<MsgStartAccel>& request);
-Answer HandleStartAccelEx(const Request<MsgStartAccelEx>& request);
-Answer HandleStopAccel(const Request<MsgStopAccel>& request);
-Answer HandleQueryAccelOwner(const Request<MsgQueryAccelOwner>& request);
-
-Answer HandleGetAccelData(const Request<MsgGetAccelData>& request);
-Answer HandleGetGameLastAccelInfo(const Request<MsgGetGameLastAccelInfo>& request);
-Answer HandleGetGameAccelInfo(const Request<MsgGetGameAccelInfo>& request);
-Answer HandleGetTestSpeedData(const Request<MsgGetTestSpeedData>& request);
-Answer HandleGetConsoleData(const Request<MsgGetConsoleData>& request);
-Answer HandleGetGameUsedNodeList(const Request<MsgGetGameUsedNodeList>& request);
-
-Answer HandleClientLeaving(const Request<MsgClientLeaving>& request);
-Answer HandleHeartbeat(const Request<MsgHeartbeat>& request);
+#define ORVA_HANDLER(Name) Answer Handle##Name(const Request<Msg##Name>& request);
+ORVA_REQUEST_HANDLERS(ORVA_HANDLER)
+#undef ORVA_HANDLER
 
 }  // namespace orva_accelerator::ipc

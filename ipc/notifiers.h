@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/notifications.h"
 #include "sdk/accel_result.h"
 
 namespace orva_accelerator::ipc {

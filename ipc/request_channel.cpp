@@ -6,7 +6,6 @@
 #include "ipc/payload_buffer.h"
 #include "ipc/pipe_listener.h"
 #include "ipc/pipe_server.h"
-#include "ipc/wire/message_types.h"
 #include "ipc/wire/messages.h"
 
 namespace orva_accelerator::ipc {

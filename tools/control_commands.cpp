@@ -1,7 +1,7 @@
 // start, start-ex, stop, leave: the acceleration itself.
 #include <memory>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/notifications.h"
 #include "tools/commands.h"
 #include "tools/options_parsing.h"
 #include "tools/outcome.h"

@@ -41,7 +41,7 @@ int runLive(Context& context, const DataOptions& options) {
   (void)interruptEvent();  // From here on Ctrl+C leads to the end of this function.
   LiveFigures figures;
   for (std::uint32_t shown = 0;; ++shown) {
-    auto data = service.value().GetAccelData();
+    auto data = service.value().query<ipc::MsgGetAccelData>();
     if (!data) return context.fail(data.error());
     if (context.options.json) {
       context.print("data", toJson(*data.value()));
@@ -56,8 +56,9 @@ int runLive(Context& context, const DataOptions& options) {
 }
 
 int runOnce(Context& context) {
-  return askAndPrint(context, "data",
-                     [](client::ServiceClient& service) { return service.GetAccelData(); });
+  return askAndPrint(context, "data", [](client::ServiceClient& service) {
+    return service.query<ipc::MsgGetAccelData>();
+  });
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "tools/commands.h"
 #include "tools/interrupt.h"
 #include "tools/load_run.h"

@@ -1,6 +1,6 @@
 #include "tools/notification_view.h"
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/notifications.h"
 #include "tools/display_width.h"
 #include "tools/hex.h"
 #include "tools/record_text.h"

@@ -33,19 +33,19 @@ void addGameCommand(CLI::App& app, Context& context, const char* name, const cha
 
 int runLast(Context& context, std::uint32_t gameId) {
   return askWithStatus(context, "last", [gameId](client::ServiceClient& service) {
-    return service.getLastAccelInfo(gameId);
+    return service.query<ipc::MsgGetGameLastAccelInfo>({gameId});
   });
 }
 
 int runGame(Context& context, std::uint32_t gameId) {
   return askWithStatus(context, "game", [gameId](client::ServiceClient& service) {
-    return service.getGameInfo(gameId);
+    return service.query<ipc::MsgGetGameAccelInfo>({gameId});
   });
 }
 
 int runNodes(Context& context, std::uint32_t gameId) {
   return askWithStatus(context, "nodes", [gameId](client::ServiceClient& service) {
-    return service.getUsedNodes(gameId);
+    return service.query<ipc::MsgGetGameUsedNodeList>({gameId});
   });
 }
 
@@ -70,8 +70,9 @@ void addSpeed(CLI::App& app, Context& context) {
 void addQueryCommands(CLI::App& app, Context& context) {
   app.add_subcommand("console", "The library's console figures")->callback([&context] {
     context.action = [&context] {
-      return askAndPrint(context, "console",
-                         [](client::ServiceClient& service) { return service.GetConsoleData(); });
+      return askAndPrint(context, "console", [](client::ServiceClient& service) {
+        return service.query<ipc::MsgGetConsoleData>();
+      });
     };
   });
   addGameCommand(app, context, "last", "The last acceleration of a game", runLast);

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/notifications.h"
 #include "tools/commands.h"
 #include "tools/credential.h"
 #include "tools/options_parsing.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/notifications.h"
 #include "tools/commands.h"
 #include "tools/interrupt.h"
 #include "tools/options_parsing.h"
@@ -81,10 +81,10 @@ class Session {
 
   Result<Done> status() {
     context_.say("\nWhile it runs");
-    auto owner = listening_.service.queryOwner();
+    auto owner = listening_.service.query<ipc::MsgQueryAccelOwner>();
     if (!owner) return owner.error();
     context_.print("owner", toJson(*owner.value()));
-    auto data = listening_.service.GetAccelData();
+    auto data = listening_.service.query<ipc::MsgGetAccelData>();
     if (!data) return data.error();
     context_.print("data", toJson(*data.value()));
     return Done{};

@@ -9,7 +9,7 @@ int runStatus(Context& context) {
   if (!service) return context.fail(service.error());
   auto initialised = service.value().IsInitialised();
   if (!initialised) return context.fail(initialised.error());
-  auto owner = service.value().queryOwner();
+  auto owner = service.value().query<ipc::MsgQueryAccelOwner>();
   if (!owner) return context.fail(owner.error());
   Json record{{"initialised", initialised.value()}};
   record.update(toJson(*owner.value()));
@@ -27,8 +27,9 @@ int runHeartbeat(Context& context) {
 }
 
 int runOwner(Context& context) {
-  return askAndPrint(context, "owner",
-                     [](client::ServiceClient& service) { return service.queryOwner(); });
+  return askAndPrint(context, "owner", [](client::ServiceClient& service) {
+    return service.query<ipc::MsgQueryAccelOwner>();
+  });
 }
 
 }  // namespace

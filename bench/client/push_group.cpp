@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 
 namespace orva_accelerator::bench {
 

@@ -4,7 +4,7 @@
 
 #include "bench/client/pipe_client.h"
 #include "bench/client/rows.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "ipc/wire/requests.h"
 
 namespace orva_accelerator::bench {

@@ -5,7 +5,7 @@
 #include "bench/client/pipe_client.h"
 #include "bench/client/process_figures.h"
 #include "bench/client/rows.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 
 namespace orva_accelerator::bench {
 

@@ -11,7 +11,7 @@
 #include "bench/client/pipe_client.h"
 #include "bench/client/rounds.h"
 #include "bench/client/statistics.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "ipc/wire/pipe_names.h"
 #include "tests/support/handle_count.h"
 #include "win32/service_access.h"

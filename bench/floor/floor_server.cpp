@@ -18,7 +18,8 @@
 #include <vector>
 
 #include "ipc/wire/headers.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
+#include "ipc/wire/notifications.h"
 #include "win32/detached_thread.h"
 
 namespace orva_accelerator::bench {

@@ -8,7 +8,7 @@
 #include "bench/micro/import_patch.h"
 #include "bench/micro/pipe_server_inspector.h"
 #include "bench/micro/timing.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/notifications.h"
 
 namespace orva_accelerator::bench {
 

@@ -10,7 +10,7 @@
 #include "bench/micro/pipe_server_inspector.h"
 #include "bench/micro/timing.h"
 #include "ipc/payload_buffer.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "ipc/wire/requests.h"
 #include "sdk/accel_sdk.h"
 

@@ -5,6 +5,7 @@
 #include "client/c/connection.h"
 #include "client/node_selection.h"
 
+namespace ipc = orva_accelerator::ipc;
 using namespace orva_accelerator::client;
 
 namespace {
@@ -120,8 +121,9 @@ orva_code orva_client_stop(orva_client* client, orva_error* error) {
 }
 
 orva_code orva_client_query_owner(orva_client* client, orva_owner** owner, orva_error* error) {
-  return askForRecord(__func__, client, owner, error, {{client, "client"}},
-                      [](ServiceClient& service) { return service.queryOwner(); });
+  return askForRecord(
+      __func__, client, owner, error, {{client, "client"}},
+      [](ServiceClient& service) { return service.query<ipc::MsgQueryAccelOwner>(); });
 }
 
 orva_code orva_client_heartbeat(orva_client* client, uint32_t* clock_ms, orva_error* error) {
@@ -137,19 +139,22 @@ orva_code orva_client_leave(orva_client* client, orva_leave_outcome** outcome, o
 orva_code orva_client_get_accel_data(orva_client* client, orva_accel_data** data,
                                      orva_error* error) {
   return askForRecord(__func__, client, data, error, {{client, "client"}},
-                      [](ServiceClient& service) { return service.GetAccelData(); });
+                      [](ServiceClient& service) { return service.query<ipc::MsgGetAccelData>(); });
 }
 
 orva_code orva_client_get_console_data(orva_client* client, orva_console_data** data,
                                        orva_error* error) {
-  return askForRecord(__func__, client, data, error, {{client, "client"}},
-                      [](ServiceClient& service) { return service.GetConsoleData(); });
+  return askForRecord(
+      __func__, client, data, error, {{client, "client"}},
+      [](ServiceClient& service) { return service.query<ipc::MsgGetConsoleData>(); });
 }
 
 orva_code orva_client_get_last_accel_info(orva_client* client, uint32_t game_id,
                                           orva_last_accel_info** info, orva_error* error) {
   return askForRecord(__func__, client, info, error, {{client, "client"}},
-                      [&](ServiceClient& service) { return service.getLastAccelInfo(game_id); });
+                      [&](ServiceClient& service) {
+                        return service.query<ipc::MsgGetGameLastAccelInfo>({game_id});
+                      });
 }
 
 orva_code orva_client_get_speed_summary(orva_client* client, uint32_t game_id, uint32_t area_id,
@@ -167,14 +172,17 @@ orva_code orva_client_get_speed_summary(orva_client* client, uint32_t game_id, u
 
 orva_code orva_client_get_game_info(orva_client* client, uint32_t game_id, orva_game_info** info,
                                     orva_error* error) {
-  return askForRecord(__func__, client, info, error, {{client, "client"}},
-                      [&](ServiceClient& service) { return service.getGameInfo(game_id); });
+  return askForRecord(
+      __func__, client, info, error, {{client, "client"}},
+      [&](ServiceClient& service) { return service.query<ipc::MsgGetGameAccelInfo>({game_id}); });
 }
 
 orva_code orva_client_get_used_nodes(orva_client* client, uint32_t game_id, orva_used_nodes** nodes,
                                      orva_error* error) {
   return askForRecord(__func__, client, nodes, error, {{client, "client"}},
-                      [&](ServiceClient& service) { return service.getUsedNodes(game_id); });
+                      [&](ServiceClient& service) {
+                        return service.query<ipc::MsgGetGameUsedNodeList>({game_id});
+                      });
 }
 
 orva_code orva_client_request(orva_client* client, uint32_t type, const void* payload,

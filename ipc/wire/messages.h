@@ -1,4 +1,5 @@
-// The table of all requests: for each, the records of its two payloads and where its texts are.
+// The table of all requests: for each, its number, the records of its two payloads and where its
+// texts are. The numbers are fixed: clients in the field depend on every one of them.
 //
 // The dispatcher, the read margin, the client's requests and the tests take from here what they
 // know of a message. docs/protocol.md describes each.
@@ -9,11 +10,31 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "ipc/wire/message_types.h"
 #include "ipc/wire/requests.h"
 #include "ipc/wire/responses.h"
 
 namespace orva_accelerator::ipc {
+
+// MessageHeader::type. Matched as a whole 32-bit value; every other number is an unknown request,
+// answered with an empty response.
+enum MessageType : std::uint32_t {
+  MsgSdkInit = 0x100,
+  MsgUserLogin = 0x101,
+  MsgSdkRelease = 0x102,
+  MsgSdkIsInitialised = 0x200,
+  MsgStartAccel = 0x500,
+  MsgStartAccelEx = 0x501,
+  MsgStopAccel = 0x502,
+  MsgQueryAccelOwner = 0x503,
+  MsgGetAccelData = 0x600,
+  MsgGetGameLastAccelInfo = 0x601,
+  MsgGetGameAccelInfo = 0x602,
+  MsgGetTestSpeedData = 0x603,
+  MsgGetConsoleData = 0x604,
+  MsgGetGameUsedNodeList = 0x605,
+  MsgClientLeaving = 0x700,
+  MsgHeartbeat = 0xFFFF,
+};
 
 // Where in a record the lengths of its texts stand, as 16-bit fields. The texts follow the record
 // in this order.

@@ -1,5 +1,6 @@
-// The fixed parts of notification payloads. Texts follow them back to back, in the order of their
-// length fields, in UTF-8 without terminator; lengths are in bytes, modulo 65536.
+// The notifications: their numbers, which are fixed, and the fixed parts of their payloads. Texts
+// follow them back to back, in the order of their length fields, in UTF-8 without terminator;
+// lengths are in bytes, modulo 65536.
 //
 // Padding goes out as zeros; clients ignore it.
 #pragma once
@@ -8,6 +9,14 @@
 #include <cstdint>
 
 namespace orva_accelerator::ipc {
+
+// PushFrameHeader::type: the outcome of an operation that was answered before it had one.
+enum NotificationType : std::uint32_t {
+  NotifyStartAccel = 0x1000,
+  NotifyStartAccelEx = 0x1001,
+  NotifyStopAccel = 0x1002,
+  NotifyUserLogin = 0x1003,
+};
 
 #pragma pack(push, 1)
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/notifications.h"
 #include "tests/client/described_fields.h"
 #include "tests/support/golden_vectors.h"
 

@@ -57,7 +57,7 @@ TEST_F(ServiceClientTest, ControlsTheAcceleration) {
   EXPECT_TRUE(client.stop().ok());
   expectAsked("stop_accel");
   service_.answerWith("query_accel_owner_other");
-  EXPECT_TRUE(client.queryOwner().value()->any_acceleration);
+  EXPECT_TRUE(client.query<ipc::MsgQueryAccelOwner>().value()->any_acceleration);
   expectAsked("query_accel_owner");
   service_.answerWith("client_leaving_others_remain");
   EXPECT_EQ(client.leave().value()->remaining_clients, 3u);
@@ -70,28 +70,29 @@ TEST_F(ServiceClientTest, ControlsTheAcceleration) {
 TEST_F(ServiceClientTest, AsksEveryQuery) {
   auto client = connect();
   service_.answerWith("get_accel_data_chinese_text");
-  EXPECT_STREQ(client.GetAccelData().value()->text3.bytes, "上海节点");
+  EXPECT_STREQ(client.query<ipc::MsgGetAccelData>().value()->text3.bytes, "上海节点");
   expectAsked("get_accel_data");
   service_.answerWith("get_console_data");
-  EXPECT_EQ(client.GetConsoleData().value()->console3, 303u);
+  EXPECT_EQ(client.query<ipc::MsgGetConsoleData>().value()->console3, 303u);
   expectAsked("get_console_data");
   service_.answerWith("get_game_last_accel_info");
-  EXPECT_STREQ(client.getLastAccelInfo(1001).value()->server_key.bytes, "asia-1");
+  EXPECT_STREQ(client.query<ipc::MsgGetGameLastAccelInfo>({1001}).value()->server_key.bytes,
+               "asia-1");
   expectAsked("get_game_last_accel_info");
   service_.answerWith("get_test_speed_data");
   EXPECT_EQ(client.getSpeedSummary({1001, 2, "asia-1", 1}).value()->summary[1], 202u);
   expectAsked("get_test_speed_data");
   service_.answerWith("get_game_accel_info");
-  EXPECT_STREQ(client.getGameInfo(1001).value()->node_text.bytes, "Node 11");
+  EXPECT_STREQ(client.query<ipc::MsgGetGameAccelInfo>({1001}).value()->node_text.bytes, "Node 11");
   expectAsked("get_game_accel_info");
   service_.answerWith("get_game_used_node_list_two");
-  EXPECT_EQ(client.getUsedNodes(1001).value()->count, 2u);
+  EXPECT_EQ(client.query<ipc::MsgGetGameUsedNodeList>({1001}).value()->count, 2u);
   expectAsked("get_game_used_node_list");
 }
 
 TEST_F(ServiceClientTest, CallsAnEmptyAnswerRefusedAndGoesOn) {
   auto client = connect();
-  EXPECT_EQ(client.GetAccelData().error().kind, ErrorKind::Refused);
+  EXPECT_EQ(client.query<ipc::MsgGetAccelData>().error().kind, ErrorKind::Refused);
   service_.answerWith("heartbeat");
   EXPECT_TRUE(client.heartbeat().ok());
 }
@@ -99,7 +100,7 @@ TEST_F(ServiceClientTest, CallsAnEmptyAnswerRefusedAndGoesOn) {
 TEST_F(ServiceClientTest, StaysUsableAfterAnAnswerThatDoesNotDecode) {
   auto client = connect();
   service_.answer(0x600, {Bytes{0, 0, 0, 0, 2, 0, 0, 0}, Bytes{1, 2}});
-  EXPECT_EQ(client.GetAccelData().error().kind, ErrorKind::Protocol);
+  EXPECT_EQ(client.query<ipc::MsgGetAccelData>().error().kind, ErrorKind::Protocol);
   EXPECT_TRUE(client.usable());
   service_.answerWith("heartbeat");
   EXPECT_TRUE(client.heartbeat().ok());

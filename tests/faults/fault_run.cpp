@@ -13,7 +13,7 @@
 #include <string_view>
 #include <thread>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "ipc/wire/requests.h"
 #include "service/service_host.h"
 #include "tests/faults/fault_stage.h"

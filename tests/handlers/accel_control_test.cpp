@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "ipc/wire/requests.h"
 #include "sdk/kernel_function_table.h"
 #include "tests/handlers/acceleration_bench.h"

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <thread>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "ipc/wire/notifications.h"
 #include "ipc/wire/requests.h"
 #include "sdk/kernel_function_table.h"

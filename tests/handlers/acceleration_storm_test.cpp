@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "sdk/kernel_function_table.h"
 #include "tests/handlers/acceleration_bench.h"
 #include "tests/handlers/storm_client.h"

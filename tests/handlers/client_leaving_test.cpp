@@ -5,7 +5,7 @@
 #include <tuple>
 #include <vector>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "sdk/kernel_function_table.h"
 #include "tests/handlers/acceleration_bench.h"
 #include "tests/support/import_patch.h"

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "tests/handlers/dispatched_request.h"
 #include "tests/support/initialised_kernel.h"
 

@@ -12,7 +12,7 @@
 #include "ipc/message_handler.h"
 #include "ipc/monotonic_clock.h"
 #include "ipc/pipe_server.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "tests/handlers/dispatched_request.h"
 #include "tests/handlers/payload_with_margin.h"
 #include "tests/support/golden_vectors.h"

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <string_view>
 
-#include "ipc/wire/message_types.h"
 #include "ipc/wire/notifications.h"
 
 namespace orva_accelerator::test {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "tests/handlers/query_fixture.h"
 
 namespace orva_accelerator::ipc {

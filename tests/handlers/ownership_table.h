@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "ipc/wire/message_types.h"
 #include "tests/handlers/acceleration_bench.h"
 
 namespace orva_accelerator::test {

@@ -20,7 +20,7 @@
 #include "ipc/message_handler.h"
 #include "ipc/payload_buffer.h"
 #include "ipc/pipe_server.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "sdk/accel_sdk_impl.h"
 #include "sdk/kernel_function_table.h"
 #include "tests/support/bounded_wait.h"

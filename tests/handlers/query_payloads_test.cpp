@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "tests/handlers/dispatched_request.h"
 #include "tests/support/initialised_kernel.h"
 #include "tests/support/scripted_game.h"

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "tests/handlers/query_fixture.h"
 
 namespace orva_accelerator::ipc {

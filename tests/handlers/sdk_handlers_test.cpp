@@ -6,7 +6,7 @@
 #include <string>
 
 #include "ipc/pipe_server.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "sdk/accel_sdk.h"
 #include "sdk/completions.h"
 #include "sdk/kernel_function_table.h"

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "ipc/wire/message_types.h"
 #include "tests/handlers/query_fixture.h"
 #include "tests/support/kernel_data.h"
 

@@ -1,6 +1,6 @@
 #include "tests/handlers/storm_client.h"
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "ipc/wire/requests.h"
 
 namespace orva_accelerator::test {

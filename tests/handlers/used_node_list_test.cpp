@@ -3,7 +3,6 @@
 
 #include <new>
 
-#include "ipc/wire/message_types.h"
 #include "tests/handlers/query_fixture.h"
 
 namespace orva_accelerator::ipc {

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "ipc/payload_buffer.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "tests/ipc/channel_test.h"
 #include "tests/ipc/scripted_dispatcher.h"
 

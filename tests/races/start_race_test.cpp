@@ -7,7 +7,7 @@
 
 #include "ipc/payload_buffer.h"
 #include "ipc/pipe_server.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "ipc/wire/requests.h"
 #include "sdk/kernel_function_table.h"
 #include "tests/races/race_points.h"

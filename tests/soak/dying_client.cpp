@@ -15,7 +15,7 @@
 #include "client/pipe_opener.h"
 #include "client/requests.h"
 #include "ipc/wire/headers.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "ipc/wire/pipe_names.h"
 
 namespace client = orva_accelerator::client;

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "ipc/wire/headers.h"
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
 #include "tests/soak/soak_session.h"
 
 namespace orva_accelerator::test {

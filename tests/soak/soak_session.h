@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "client/bytes.h"
-#include "ipc/wire/message_types.h"
 #include "tests/soak/soak_report.h"
 #include "tests/support/handle_count.h"
 #include "tests/support/raw_pipe_client.h"

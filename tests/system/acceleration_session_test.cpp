@@ -3,7 +3,8 @@
 
 #include <string>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/messages.h"
+#include "ipc/wire/notifications.h"
 #include "ipc/wire/pipe_names.h"
 #include "ipc/wire/requests.h"
 #include "tests/support/running_server.h"

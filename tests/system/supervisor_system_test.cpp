@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "ipc/wire/message_types.h"
+#include "ipc/wire/notifications.h"
 #include "ipc/wire/pipe_names.h"
 #include "tests/support/running_server.h"
 #include "tests/system/service_fixture.h"
