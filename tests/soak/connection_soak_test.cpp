@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "ipc/wire/messages.h"
 #include "tests/soak/soak_scale.h"
 #include "tests/soak/soak_session.h"
 

@@ -9,6 +9,7 @@
 
 #include "client/requests.h"
 #include "ipc/wire/headers.h"
+#include "ipc/wire/notifications.h"
 
 namespace orva_accelerator::test {
 namespace {
