@@ -1,6 +1,7 @@
 // doctor: why the service does not work, without changing anything.
 #include <algorithm>
 
+#include "service/service_identity.h"
 #include "tools/commands.h"
 #include "tools/display_width.h"
 #include "tools/doctor/file_checks.h"
@@ -9,14 +10,17 @@
 #include "tools/doctor/registration_checks.h"
 #include "tools/doctor/running_checks.h"
 #include "tools/doctor/service_facts.h"
+#include "tools/doctor/write_access.h"
 
 namespace orva_accelerator::tools {
 namespace {
 
+constexpr wchar_t kServiceFile[] = L"OrvaAcceleratorService.exe";
+
 void examineFiles(const ServiceFacts& facts, bool underWine, Findings& findings) {
   if (!facts.config) {
     findings.push_back({"path", Verdict::Warning, "this account may not read the registration",
-                        "run \"OrvaAcceleratorService.exe install\" as administrator"});
+                        runAdvice(facts.serviceFile, "install as administrator")});
     return;
   }
   const RegisteredPath path = parseRegisteredPath(facts.config->path);
@@ -24,11 +28,12 @@ void examineFiles(const ServiceFacts& facts, bool underWine, Findings& findings)
   const std::wstring library = libraryBelow(folder);
   findings.push_back(checkSpelling(path, programFilesFolders()));
   findings.push_back(checkExecutable(path.file));
-  findings.push_back(checkLibrary(library));
+  findings.push_back(checkLibrary(folder));
+  findings.push_back(checkVersions(path.file, library));
   findings.push_back(checkWriteAccess(
       {folder, path.file, folder + L"\\accel_sdk", folderOf(library), library}, underWine));
-  findings.push_back(checkStartType(*facts.config));
-  findings.push_back(checkAccount(*facts.config));
+  findings.push_back(checkStartType(facts));
+  findings.push_back(checkAccount(facts));
   findings.push_back(checkProcessImage(facts, path));
 }
 
@@ -36,11 +41,12 @@ void examineRunning(const Options& options, const ServiceFacts& facts, Findings&
   findings.push_back(checkPipe("request pipe", options.request, facts, options.timeout));
   const bool answers = findings.back().verdict == Verdict::Ok;
   findings.push_back(checkPipe("push pipe", options.push, facts, options.timeout));
-  findings.push_back(answers ? checkHeartbeat(options.request, options.clientId, options.timeout)
-                             : Finding{"heartbeat",
-                                       Verdict::NotChecked,
-                                       "nothing is sent to a pipe that is not the service's",
-                                       {}});
+  findings.push_back(answers
+                         ? checkHeartbeat(options.request, options.clientId, facts, options.timeout)
+                         : Finding{"heartbeat",
+                                   Verdict::NotChecked,
+                                   "nothing is sent to a pipe that is not the service's",
+                                   {}});
   findings.push_back(checkHostApplication(facts));
 }
 
@@ -52,7 +58,8 @@ Findings examine(const Options& options) {
     findings.push_back(checkDeletion(facts));
     examineFiles(facts, underWine, findings);
     findings.push_back(checkSecurity(facts, underWine));
-    findings.push_back(checkState(facts));
+    findings.push_back(checkState(
+        facts, findLoggedEnding(readEventLog, service::kServiceDisplayName, kServiceFile)));
   }
   examineRunning(options, facts, findings);
   return findings;
@@ -71,7 +78,8 @@ void print(Context& context, const Finding& finding) {
   std::string line = padded(verdictName(finding.verdict), kVerdictWidth) +
                      padded(finding.check, kCheckWidth) + withoutControls(finding.text);
   if (!finding.advice.empty()) {
-    line += "\n" + std::string(kVerdictWidth + kCheckWidth, ' ') + "-> " + finding.advice;
+    line += "\n" + std::string(kVerdictWidth + kCheckWidth, ' ') + "-> " +
+            withoutControls(finding.advice);
   }
   context.say(line);
 }

@@ -1,6 +1,8 @@
 // Broken set-ups, and what the doctor says about them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -100,6 +102,9 @@ TEST_F(Doctor, DoesNotStartAStoppedService) {
 
 TEST_F(Doctor, SaysThatNothingIsInstalled) {
   expectProblem("registered", "not installed");
+  EXPECT_EQ(diagnose().findings.at("registered").at("advice"),
+            "run \"" + fs::path(shippedFile(L"OrvaAcceleratorService.exe")).string() +
+                "\" install as administrator");
 }
 
 TEST_F(Doctor, SaysThatTheRegisteredFileIsMissing) {
@@ -110,6 +115,34 @@ TEST_F(Doctor, SaysThatTheRegisteredFileIsMissing) {
 TEST_F(Doctor, SaysThatAnotherProgramIsRegistered) {
   ASSERT_EQ(registerPath(testFolder() + L"\\idle_program.exe", SERVICE_DEMAND_START), 0u);
   expectProblem("executable", "another program");
+}
+
+// The name of a pipe of the service is in orvactl too.
+TEST_F(Doctor, SaysThatTheToolIsRegisteredAsTheService) {
+  ASSERT_EQ(registerPath(shippedFile(L"orvactl.exe"), SERVICE_DEMAND_START), 0u);
+  expectProblem("executable", "another program");
+}
+
+TEST_F(Doctor, NamesTheVersions) {
+  ASSERT_TRUE(install());
+  const Diagnosis diagnosis = diagnose();
+  const std::string versions = diagnosis.text("versions");
+  EXPECT_EQ(versions.find("service " ORVA_VERSION ".0, library " ORVA_VERSION
+                          ".0 (simulated), orvactl " ORVA_VERSION ", Windows "),
+            0u)
+      << versions;
+  EXPECT_TRUE(std::isdigit(static_cast<unsigned char>(versions.back()))) << versions;
+}
+
+TEST_F(Doctor, NamesALibraryThatTheLibraryNeeds) {
+  ASSERT_TRUE(install());
+  std::string bytes = readLibrary();
+  // Everything imports from it, under whatever spelling.
+  const auto found = std::ranges::search(bytes, std::string_view("KERNEL32.dll"));
+  ASSERT_FALSE(found.empty());
+  std::ranges::copy(std::string_view("ABSENT32.dll"), found.begin());
+  writeLibrary(bytes);
+  expectProblem("library", "it needs absent32.dll, which is neither");
 }
 
 TEST_F(Doctor, SaysThatTheLibraryIsMissing) {
@@ -222,8 +255,9 @@ TEST_F(Doctor, SpeaksToPeople) {
             std::string::npos)
       << result.output;
   EXPECT_NE(result.output.find("problem      library "), std::string::npos) << result.output;
-  EXPECT_NE(result.output.find("-> install the service and its library again\n"),
-            std::string::npos);
+  EXPECT_NE(result.output.find("-> install this version's library as " + library().string() + "\n"),
+            std::string::npos)
+      << result.output;
   EXPECT_NE(result.output.find("\nProblems: 1, warnings: "), std::string::npos) << result.output;
 }
 

@@ -1,39 +1,15 @@
 // The doctor's judgements on made-up facts.
 #include <gtest/gtest.h>
-#include <windows.h>
-
-#include <sddl.h>
 
 #include "service/shared_names.h"
-#include "tools/doctor/access_list.h"
+#include "tests/tools/descriptor.h"
 #include "tools/doctor/registered_path.h"
 #include "tools/doctor/registration_checks.h"
-#include "tools/doctor/security_differences.h"
-#include "win32/unique_handle.h"
 
 namespace orva_accelerator::test {
 namespace {
 
 using namespace tools;
-
-class Descriptor {
- public:
-  explicit Descriptor(const wchar_t* text) {
-    PSECURITY_DESCRIPTOR converted = nullptr;
-    EXPECT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(text, SDDL_REVISION_1,
-                                                                     &converted, nullptr))
-        << GetLastError();
-    memory_.reset(converted);
-  }
-  PSECURITY_DESCRIPTOR get() const { return memory_.get(); }
-  std::vector<std::uint8_t> bytes() const {
-    const auto* first = static_cast<const std::uint8_t*>(memory_.get());
-    return {first, first + GetSecurityDescriptorLength(memory_.get())};
-  }
-
- private:
-  win32::UniqueLocalMemory memory_;
-};
 
 ServiceFacts withSecurity(const wchar_t* text) {
   ServiceFacts facts;
@@ -81,7 +57,9 @@ TEST(RegisteredPath, IsAProblemWhenItsLibraryCannotBeNamed) {
 
 TEST(StartType, IsJudged) {
   const auto verdict = [](DWORD type) {
-    return checkStartType(ServiceConfig{L"", L"", SERVICE_WIN32_OWN_PROCESS, type}).verdict;
+    ServiceFacts facts;
+    facts.config = ServiceConfig{L"", L"", SERVICE_WIN32_OWN_PROCESS, type};
+    return checkStartType(facts).verdict;
   };
   EXPECT_EQ(verdict(SERVICE_DEMAND_START), Verdict::Ok);
   EXPECT_EQ(verdict(SERVICE_AUTO_START), Verdict::Warning);
@@ -91,7 +69,9 @@ TEST(StartType, IsJudged) {
 
 TEST(Account, IsJudged) {
   const auto verdict = [](const wchar_t* account, DWORD type) {
-    return checkAccount(ServiceConfig{L"", account, type, SERVICE_DEMAND_START}).verdict;
+    ServiceFacts facts;
+    facts.config = ServiceConfig{L"", account, type, SERVICE_DEMAND_START};
+    return checkAccount(facts).verdict;
   };
   EXPECT_EQ(verdict(L"LocalSystem", SERVICE_WIN32_OWN_PROCESS), Verdict::Ok);
   EXPECT_EQ(verdict(L"", SERVICE_WIN32_OWN_PROCESS), Verdict::Ok);
@@ -123,8 +103,11 @@ TEST(Security, NamesTheClausesThatDiffer) {
       << finding.text;
 }
 
-TEST(Security, IsAProblemWhenUsersMayReconfigure) {
+TEST(Security, IsAProblemWhenOthersMayReconfigure) {
   const std::wstring ours = service::kServiceSecurity;
+  EXPECT_EQ(
+      checkSecurity(withSecurity((ours + L"(A;;DC;;;S-1-5-21-1-2-3-1001)").c_str()), false).verdict,
+      Verdict::Problem);
   EXPECT_EQ(checkSecurity(withSecurity((ours + L"(A;;DC;;;BU)").c_str()), false).verdict,
             Verdict::Problem);
   EXPECT_EQ(checkSecurity(withSecurity((ours + L"(A;;WD;;;WD)").c_str()), false).verdict,
@@ -138,36 +121,6 @@ TEST(Security, CannotBeVerifiedWithoutAList) {
   ServiceFacts withheld;
   withheld.securityError = ERROR_ACCESS_DENIED;
   EXPECT_EQ(checkSecurity(withheld, false).verdict, Verdict::Warning);
-}
-
-TEST(State, IsFineWhenStoppedWhateverTheManagerCallsIt) {
-  ServiceFacts facts;
-  facts.status = SERVICE_STATUS_PROCESS{};
-  facts.status->dwCurrentState = SERVICE_STOPPED;
-  facts.status->dwWin32ExitCode = ERROR_PROCESS_ABORTED;
-  EXPECT_EQ(checkState(facts).verdict, Verdict::Ok);
-  facts.status->dwWin32ExitCode = ERROR_ACCESS_DENIED;
-  EXPECT_EQ(checkState(facts).verdict, Verdict::Warning);
-  facts.status->dwCurrentState = SERVICE_RUNNING;
-  EXPECT_EQ(checkState(facts).text.find("stopped"), 0u);
-  facts.processLives = true;
-  EXPECT_EQ(checkState(facts).text.find("running"), 0u);
-  facts.status->dwCurrentState = SERVICE_STOP_PENDING;
-  EXPECT_EQ(checkState(facts).verdict, Verdict::Warning);
-}
-
-std::uint32_t ordinaryRights(const wchar_t* text) {
-  return rightsOfOrdinaryUsers(readAccessList(Descriptor(text).get()));
-}
-
-TEST(AccessList, GivesOrdinaryUsersWhatTheirGroupsGet) {
-  EXPECT_EQ(ordinaryRights(L"D:(A;;0x1200a9;;;BU)(A;;FA;;;BA)(A;;FA;;;SY)"), 0x1200a9u);
-  EXPECT_EQ(ordinaryRights(L"D:(A;;0x2;;;AU)(A;;0x4;;;WD)(A;;0x8;;;IU)"), 0xeu);
-  EXPECT_EQ(ordinaryRights(L"D:(D;;0x2;;;BU)(A;;0x6;;;AU)"), 0x4u);
-  EXPECT_EQ(ordinaryRights(L"D:(A;;0x6;;;AU)(D;;0x2;;;BU)"), 0x6u);
-  EXPECT_EQ(ordinaryRights(L"D:(A;OICIIO;FA;;;BU)"), 0u) << "for what is created later";
-  EXPECT_EQ(ordinaryRights(L"D:"), 0u);
-  EXPECT_EQ(ordinaryRights(L"O:BA"), 0xFFFFFFFFu) << "no list: everything";
 }
 
 }  // namespace

@@ -5,6 +5,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "tools/doctor/library_imports.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -32,10 +36,11 @@ IMAGE_NT_HEADERS64 headers() {
   nt.OptionalHeader.Magic = IMAGE_NT_OPTIONAL_HDR64_MAGIC;
   nt.OptionalHeader.NumberOfRvaAndSizes = IMAGE_NUMBEROF_DIRECTORY_ENTRIES;
   nt.OptionalHeader.DataDirectory[0] = {kAddress, 0x100};
+  nt.OptionalHeader.DataDirectory[1] = {kAddress + 0x100, 0x28};
   return nt;
 }
 
-// A library with the exports "One" and "Two".
+// A library with the exports "One" and "Two" that imports from Needed.dll.
 Bytes library(const IMAGE_NT_HEADERS64& nt = headers(), DWORD names = 2, DWORD functions = 2) {
   Bytes bytes(0x600, 0);
   IMAGE_DOS_HEADER dos{};
@@ -59,6 +64,11 @@ Bytes library(const IMAGE_NT_HEADERS64& nt = headers(), DWORD names = 2, DWORD f
   put(bytes, kSection + 0x52, WORD{1});
   std::memcpy(bytes.data() + kSection + 0x60, "One", 4);
   std::memcpy(bytes.data() + kSection + 0x70, "Two", 4);
+  IMAGE_IMPORT_DESCRIPTOR import{};
+  import.Name = kAddress + 0x140;
+  import.FirstThunk = kAddress;
+  put(bytes, kSection + 0x100, import);
+  std::memcpy(bytes.data() + kSection + 0x140, "Needed.dll", 11);
   return bytes;
 }
 
@@ -68,6 +78,7 @@ TEST(PeImage, TellsMachineKindAndExports) {
   EXPECT_TRUE(reading.image->is64Bit);
   EXPECT_TRUE(reading.image->isLibrary);
   EXPECT_EQ(reading.image->exports, (std::vector<std::string>{"One", "Two"}));
+  EXPECT_EQ(reading.image->imports, std::vector<std::string>{"Needed.dll"});
 }
 
 TEST(PeImage, Tells32BitFromTheMachineAndFromTheFormat) {
@@ -81,7 +92,7 @@ TEST(PeImage, Tells32BitFromTheMachineAndFromTheFormat) {
 
 TEST(PeImage, SurvivesEveryTruncation) {
   const Bytes whole = library();
-  const std::size_t needed = kSection + 0x74;  // Behind it is padding.
+  const std::size_t needed = kSection + 0x14B;  // Behind it is padding.
   for (std::size_t size = 0; size < needed; ++size) {
     // A buffer of exactly that size, so that a guarded heap notices the first byte too many.
     const Bytes part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
@@ -108,6 +119,67 @@ TEST(PeImage, RefusesCountsThatCannotBe) {
   EXPECT_FALSE(readPe(library(headers(), 2, 1)).image) << "the second leads nowhere";
 }
 
+// Nothing of it may take longer than a moment, whatever it counts: without bounds, this one would
+// be looked through four billion times.
+TEST(PeImage, RefusesMoreSectionsThanAreLoaded) {
+  auto nt = headers();
+  nt.FileHeader.NumberOfSections = 96;
+  EXPECT_EQ(readPe(library(nt)).trouble.find("too many"), std::string::npos);
+  nt.FileHeader.NumberOfSections = 97;
+  EXPECT_EQ(readPe(library(nt)).trouble, "it counts too many sections");
+  nt.FileHeader.NumberOfSections = 65'535;
+  Bytes bytes = library(nt, 65'535, 65'535);
+  bytes.resize(4'000'000);
+  EXPECT_EQ(readPe(bytes).trouble, "it counts too many sections");
+}
+
+TEST(PeImage, RefusesANameThatDoesNotEnd) {
+  Bytes bytes = library();
+  std::fill(bytes.begin() + kSection + 0x140, bytes.end(), 'x');
+  EXPECT_EQ(readPe(bytes).trouble, "a name does not end");
+}
+
+// Tables that lie over each other: every name is the same long one.
+TEST(PeImage, RefusesNamesThatAreTooLongTogether) {
+  constexpr DWORD kNames = 65'535;
+  Bytes bytes = library(headers(), kNames, kNames + 1);
+  bytes.resize(kSection + 0x200000);
+  IMAGE_SECTION_HEADER section{};
+  section.VirtualAddress = kAddress;
+  section.SizeOfRawData = 0x200000;
+  section.PointerToRawData = kSection;
+  put(bytes, kNtHeaders + sizeof(IMAGE_NT_HEADERS64), section);
+  IMAGE_EXPORT_DIRECTORY directory{};
+  directory.NumberOfFunctions = kNames + 1;
+  directory.NumberOfNames = kNames;
+  directory.AddressOfNames = kAddress + 0x1000;
+  directory.AddressOfNameOrdinals = kAddress + 0x80000;
+  put(bytes, kSection, directory);
+  for (DWORD i = 0; i < kNames; ++i) {
+    put(bytes, kSection + 0x1000 + i * sizeof(DWORD), DWORD{kAddress + 0x100000});
+  }
+  std::fill_n(bytes.begin() + kSection + 0x100000, 4'000, 'x');
+  EXPECT_EQ(readPe(bytes).trouble, "its names are too long");
+}
+
+TEST(PeImage, RefusesImportsWithoutEnd) {
+  Bytes bytes = library();
+  bytes.resize(kSection + 0x10000);
+  IMAGE_SECTION_HEADER section{};
+  section.VirtualAddress = kAddress;
+  section.SizeOfRawData = 0x10000;
+  section.PointerToRawData = kSection;
+  put(bytes, kNtHeaders + sizeof(IMAGE_NT_HEADERS64), section);
+  IMAGE_IMPORT_DESCRIPTOR import{};
+  import.Name = kAddress + 0x60;
+  import.FirstThunk = kAddress;
+  for (std::size_t at = kSection + 0x100; at + sizeof(import) < bytes.size();
+       at += sizeof(import)) {
+    put(bytes, at, import);
+  }
+  EXPECT_EQ(readPe(bytes).trouble, "it counts too many imports");
+}
+
 TEST(PeImage, RefusesWhatIsNone) {
   EXPECT_FALSE(readPe({}).image);
   const Bytes text(100, 'x');
@@ -120,6 +192,60 @@ TEST(PeImage, HasNoExportsWithoutADirectory) {
   const PeReading reading = readPe(library(nt));
   ASSERT_TRUE(reading.image);
   EXPECT_TRUE(reading.image->exports.empty());
+}
+
+class LibraryImports : public testing::Test {
+ protected:
+  LibraryImports() { std::filesystem::create_directory(folder_); }
+  ~LibraryImports() override { std::filesystem::remove_all(folder_); }
+
+  void write(const wchar_t* name, const Bytes& bytes) const {
+    std::ofstream(folder_ / name, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+  }
+  std::string troubleOf(const std::vector<std::string>& imports) const {
+    tools::PeImage image;
+    image.imports = imports;
+    return tools::importTrouble(image, {folder_.wstring()});
+  }
+
+ private:
+  std::filesystem::path folder_ = std::filesystem::temp_directory_path() /
+                                  ("OrvaImports" + std::to_string(GetCurrentProcessId()));
+};
+
+TEST_F(LibraryImports, AreFoundBesideItAndInTheSystem) {
+  auto nt = headers();
+  nt.OptionalHeader.DataDirectory[1] = {};
+  write(L"own.dll", library(nt));
+  EXPECT_EQ(troubleOf({"KERNEL32.dll", "api-ms-win-crt-heap-l1-1-0.dll", "OWN.dll"}), "");
+}
+
+TEST_F(LibraryImports, AreNamedWhenTheyAreMissing) {
+  EXPECT_EQ(troubleOf({"kernel32.dll", "Absent.dll"}),
+            "absent.dll, which is neither beside it nor part of Windows");
+}
+
+TEST_F(LibraryImports, AreFollowedThroughLibrariesBesideIt) {
+  write(L"own.dll", library());  // Imports from Needed.dll.
+  EXPECT_NE(troubleOf({"own.dll"}).find("needed.dll, which is neither"), std::string::npos);
+  write(L"needed.dll", library());  // From itself.
+  EXPECT_EQ(troubleOf({"own.dll"}), "");
+}
+
+TEST_F(LibraryImports, AreTroubleWhenTheyAreDamagedOrFor32Bits) {
+  auto nt = headers();
+  nt.FileHeader.Machine = IMAGE_FILE_MACHINE_I386;
+  write(L"own.dll", library(nt));
+  EXPECT_NE(troubleOf({"own.dll"}).find("no undamaged 64-bit library"), std::string::npos);
+  write(L"own.dll", Bytes(100, 'x'));
+  EXPECT_NE(troubleOf({"own.dll"}).find("no undamaged 64-bit library"), std::string::npos);
+}
+
+TEST_F(LibraryImports, AreNotLookedForOutsideTheFolders) {
+  EXPECT_NE(troubleOf({"\\\\host\\share\\x.dll"}).find("no library's name"), std::string::npos);
+  EXPECT_NE(troubleOf({"..\\..\\x.dll"}).find("no library's name"), std::string::npos);
 }
 
 }  // namespace

@@ -1,10 +1,11 @@
-// The clauses of a discretionary access list.
+// Who owns something and who may do what with it, read from the bytes of a security descriptor.
+//
+// No count or length in them is believed before it has been checked.
 #pragma once
-
-#include <windows.h>
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -14,22 +15,32 @@ struct AccessClause {
   std::uint8_t type = 0;  // ACCESS_ALLOWED_ACE_TYPE and so on.
   std::uint8_t flags = 0;
   std::uint32_t rights = 0;
-  std::wstring who;  // A security identifier, "S-1-5-11".
+  std::wstring who;  // A security identifier, "S-1-5-11"; empty for kinds that name no single one.
 
   bool operator==(const AccessClause&) const = default;
 };
 
-// Nothing when the descriptor holds no list (which permits everything to everybody) or cannot be
-// read. Clauses of kinds that name no single account and mask are kept with an empty `who`.
-std::optional<std::vector<AccessClause>> readAccessList(PSECURITY_DESCRIPTOR descriptor);
+struct Security {
+  std::wstring owner;  // Empty: none is given.
+  // Nothing when there is no list, which permits everything to everybody.
+  std::optional<std::vector<AccessClause>> list;
+};
+
+// From a self-relative descriptor; nothing when it is damaged.
+std::optional<Security> readSecurity(std::span<const std::uint8_t> descriptor);
 
 // "allow S-1-5-11 (Authenticated Users) 0x20035".
 std::string describe(const AccessClause& clause);
+// "S-1-5-11 (Authenticated Users)".
+std::string describeAccount(const std::wstring& who);
 
-// Accounts that every signed-in user belongs to.
-bool standsForOrdinaryUsers(const std::wstring& who);
+// SYSTEM, Administrators, TrustedInstaller. Anybody else who can change what runs as SYSTEM has the
+// PC, be it a group of many or one named user.
+bool mayHaveThePc(const std::wstring& who);
 
-// What the list permits to an ordinary user: everything when there is no list.
-std::uint32_t rightsOfOrdinaryUsers(const std::optional<std::vector<AccessClause>>& list);
+// Those who may not have the PC and whom the list permits any of `rights`. An entry may be empty: a
+// clause that permits it names nobody in particular.
+std::vector<std::wstring> othersWith(std::uint32_t rights,
+                                     const std::optional<std::vector<AccessClause>>& list);
 
 }  // namespace orva_accelerator::tools

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "tools/doctor/finding.h"
 
@@ -14,11 +13,11 @@ Finding checkExecutable(const std::wstring& file);
 // Where the service that lies in `folder` takes its library from.
 std::wstring libraryBelow(const std::wstring& folder);
 
-// There, a 64-bit library, and with every function that the service resolves.
-Finding checkLibrary(const std::wstring& file);
+// The library of the service that lies in `folder`: there, for 64 bits, with every library that it
+// needs and every function that the service resolves.
+Finding checkLibrary(const std::wstring& folder);
 
-// Whether ordinary users can change what the service executes. Files and folders that are not there
-// are passed over.
-Finding checkWriteAccess(const std::vector<std::wstring>& paths, bool underWine);
+// Of the service, the library, this program and Windows.
+Finding checkVersions(const std::wstring& executable, const std::wstring& library);
 
 }  // namespace orva_accelerator::tools

@@ -1,5 +1,7 @@
 #include "tools/doctor/finding.h"
 
+#include <windows.h>
+
 #include <algorithm>
 
 #include "win32/utf8.h"
@@ -8,6 +10,14 @@ namespace orva_accelerator::tools {
 
 std::string utf8(std::wstring_view wide) {
   return win32::utf8FromWide(wide).value_or(std::string());
+}
+
+std::string runAdvice(std::wstring_view program, std::string_view words) {
+  return "run \"" + utf8(program) + "\" " + std::string(words);
+}
+
+bool isMissing(std::uint32_t code) {
+  return code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND;
 }
 
 const char* verdictName(Verdict verdict) {

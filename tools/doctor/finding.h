@@ -1,6 +1,7 @@
 // What one check of the doctor found.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +27,12 @@ using Findings = std::vector<Finding>;
 
 // For the texts of findings; empty when it cannot be had.
 std::string utf8(std::wstring_view wide);
+
+// Whether this Win32 error says that there is no such file.
+bool isMissing(std::uint32_t code);
+
+// An advice: run "C:\\folder\\program.exe" WORDS.
+std::string runAdvice(std::wstring_view program, std::string_view words);
 
 // "ok", "not checked", "warning", "problem": for programs too; never changes.
 const char* verdictName(Verdict verdict);

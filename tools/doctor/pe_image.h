@@ -18,6 +18,7 @@ struct PeImage {
   bool is64Bit = false;  // x86-64 code in the 64-bit format.
   bool isLibrary = false;
   std::vector<std::string> exports;  // Names; those by number alone are left out.
+  std::vector<std::string> imports;  // The libraries without which it is not loaded.
 };
 
 struct PeReading {
@@ -26,5 +27,8 @@ struct PeReading {
 };
 
 PeReading readPe(std::span<const std::uint8_t> file);
+
+// 0 or the Win32 error for which the file cannot be read.
+std::uint32_t readPeFile(const std::wstring& path, PeReading& reading);
 
 }  // namespace orva_accelerator::tools

@@ -71,7 +71,7 @@ Finding checkSpelling(const RegisteredPath& path, const std::vector<std::wstring
   if (!path.arguments.empty()) {
     finding.verdict = Verdict::Warning;
     finding.text += " is registered with arguments, which the service may take for a command";
-    finding.advice = "run \"OrvaAcceleratorService.exe update\" as administrator";
+    finding.advice = runAdvice(path.file, "update as administrator");
     return finding;
   }
   if (path.quoted) finding.text += " (in quotes)";

@@ -9,8 +9,16 @@
 namespace orva_accelerator::tools {
 namespace {
 
-constexpr char kInstall[] = "run \"OrvaAcceleratorService.exe install\" as administrator";
-constexpr char kReinstall[] = "run \"OrvaAcceleratorService.exe reinstall\" as administrator";
+constexpr char kSetOnDemand[] =
+    "run \"sc.exe config OrvaAcceleratorService start= demand\" as administrator";
+
+std::string install(const ServiceFacts& facts) {
+  return runAdvice(facts.serviceFile, "install as administrator");
+}
+
+std::string reinstall(const ServiceFacts& facts) {
+  return runAdvice(facts.serviceFile, "reinstall as administrator");
+}
 
 std::string withCode(std::string text, DWORD code) {
   return text + " (Win32 error " + std::to_string(code) + ")";
@@ -22,12 +30,49 @@ std::string joined(const std::vector<std::string>& parts) {
   return text;
 }
 
+bool endedUnreported(const ServiceFacts& facts) {
+  const bool stopped = facts.status->dwCurrentState == SERVICE_STOPPED;
+  // A stop ends this service's process without a report, which the manager calls an abortion.
+  return stopped ? facts.status->dwWin32ExitCode == ERROR_PROCESS_ABORTED : !facts.processLives;
+}
+
+Finding checkUnreportedEnd(const ServiceFacts& facts, const LoggedEnding& ending) {
+  if (ending.error != 0) {
+    return {
+        "state",
+        Verdict::Ok,
+        withCode("stopped; by a stop or by a fault: the event log cannot be read", ending.error),
+        {}};
+  }
+  if (!ending.wasAFault()) {
+    std::string text = "stopped; no fault is in the event log";
+    if (ending.ended) {
+      text += ", and its event " + std::to_string(ending.ended->id) + " of " +
+              timeText(ending.ended->time) + " is what a stop looks like";
+    }
+    return {"state", Verdict::Ok, text, {}};
+  }
+  const LoggedEvent& fault = *ending.fault;
+  const auto text = [&fault](std::size_t number) {
+    return number < fault.texts.size() ? utf8(fault.texts[number]) : std::string("unknown");
+  };
+  // As the event's sentence has them: program, its version and time, module, its version and time,
+  // code.
+  constexpr std::size_t kModule = 3;
+  constexpr std::size_t kCode = 6;
+  return {"state", Verdict::Warning,
+          "ended by a fault: application error 1000 of " + timeText(fault.time) + ", module " +
+              text(kModule) + ", exception " + text(kCode),
+          "send what eventvwr.exe shows below Windows Logs, Application; " +
+              runAdvice(facts.toolFile, "service start")};
+}
+
 }  // namespace
 
 Finding checkRegistered(const ServiceFacts& facts) {
   if (facts.registered()) return {"registered", Verdict::Ok, "the service is registered", {}};
   if (facts.openError == ERROR_SERVICE_DOES_NOT_EXIST) {
-    return {"registered", Verdict::Problem, "the service is not installed", kInstall};
+    return {"registered", Verdict::Problem, "the service is not installed", install(facts)};
   }
   return {"registered",
           Verdict::Problem,
@@ -49,45 +94,46 @@ Finding checkDeletion(const ServiceFacts& facts) {
       "the PC; then install it again"};
 }
 
-Finding checkStartType(const ServiceConfig& config) {
-  switch (config.startType) {
+Finding checkStartType(const ServiceFacts& facts) {
+  switch (facts.config->startType) {
     case SERVICE_DEMAND_START:
       return {"start type", Verdict::Ok, "started on demand", {}};
     case SERVICE_AUTO_START:
       return {"start type", Verdict::Warning,
               "started with Windows, although it ends by itself soon after when nobody uses it",
-              "sc config OrvaAcceleratorService start= demand, as administrator"};
+              kSetOnDemand};
     case SERVICE_DISABLED:
-      return {"start type", Verdict::Problem, "it is disabled and cannot be started",
-              "sc config OrvaAcceleratorService start= demand, as administrator"};
+      return {"start type", Verdict::Problem, "it is disabled and cannot be started", kSetOnDemand};
     default:
       return {"start type", Verdict::Problem,
-              "a start type for drivers: " + std::to_string(config.startType), kReinstall};
+              "a start type for drivers: " + std::to_string(facts.config->startType),
+              reinstall(facts)};
   }
 }
 
-Finding checkAccount(const ServiceConfig& config) {
+Finding checkAccount(const ServiceFacts& facts) {
+  const ServiceConfig& config = *facts.config;
   if (config.type != SERVICE_WIN32_OWN_PROCESS) {
     return {
         "account", Verdict::Problem,
         "it is not registered as a program of its own, but as type " + std::to_string(config.type),
-        kReinstall};
+        reinstall(facts)};
   }
   if (config.account.empty() || config.account == L"LocalSystem") {
     return {"account", Verdict::Ok, "runs as LocalSystem, in a process of its own", {}};
   }
   return {"account", Verdict::Problem,
-          "runs as " + utf8(config.account) + ", and the library needs LocalSystem", kReinstall};
+          "runs as " + utf8(config.account) + ", and the library needs LocalSystem",
+          reinstall(facts)};
 }
 
 Finding checkSecurity(const ServiceFacts& facts, bool underWine) {
-  Finding finding{"security", Verdict::Warning, {}, kInstall};
+  Finding finding{"security", Verdict::Warning, {}, install(facts)};
   if (facts.securityError != 0) {
     finding.text = withCode("this account may not read who may do what", facts.securityError);
     return finding;
   }
-  std::vector<std::uint8_t> descriptor = facts.security;
-  const auto compared = compareServiceSecurity(descriptor.data(), service::kServiceSecurity);
+  const auto compared = compareServiceSecurity(facts.security, service::kServiceSecurity);
   if (!compared || compared.value().unreadable) {
     finding.text = "who may start and stop it cannot be verified: there is no list to read";
     if (underWine) finding.advice = "nothing; Wine does not keep it";
@@ -100,43 +146,36 @@ Finding checkSecurity(const ServiceFacts& facts, bool underWine) {
   finding.text = "not as installed";
   if (!differences.missing.empty()) finding.text += "; missing: " + joined(differences.missing);
   if (!differences.added.empty()) finding.text += "; added: " + joined(differences.added);
-  if (differences.lettingUsersReconfigure) {
+  if (differences.givingThePc) {
     finding.verdict = Verdict::Problem;
-    finding.text += "; any user can run programs as LocalSystem through it";
+    finding.text += "; others than administrators can run programs as LocalSystem through it";
   }
   return finding;
 }
 
-Finding checkState(const ServiceFacts& facts) {
+Finding checkState(const ServiceFacts& facts, const LoggedEnding& ending) {
   if (!facts.status) {
     return {"state", Verdict::Warning,
-            withCode("this account may not ask for the state", facts.statusError), kInstall};
+            withCode("this account may not ask for the state", facts.statusError), install(facts)};
   }
+  if (endedUnreported(facts)) return checkUnreportedEnd(facts, ending);
   const SERVICE_STATUS_PROCESS& status = *facts.status;
   const std::string process = "process " + std::to_string(status.dwProcessId);
-  if (status.dwCurrentState == SERVICE_STOPPED) {
-    Finding finding{"state", Verdict::Ok, "stopped", {}};
-    // A stop ends this service's process without a report, which the manager calls an abortion.
-    if (status.dwWin32ExitCode != 0 && status.dwWin32ExitCode != ERROR_PROCESS_ABORTED &&
-        status.dwWin32ExitCode != ERROR_SERVICE_NEVER_STARTED) {
-      finding.verdict = Verdict::Warning;
-      finding.text = withCode("stopped after a failure", status.dwWin32ExitCode);
-      finding.advice = "start it with \"orvactl service start\" and look at what that says";
-    }
-    return finding;
+  switch (status.dwCurrentState) {
+    case SERVICE_STOPPED:
+      if (status.dwWin32ExitCode == 0 || status.dwWin32ExitCode == ERROR_SERVICE_NEVER_STARTED) {
+        return {"state", Verdict::Ok, "stopped", {}};
+      }
+      return {"state", Verdict::Warning,
+              withCode("stopped after a failure", status.dwWin32ExitCode),
+              runAdvice(facts.toolFile, "service start") + " and look at what that says"};
+    case SERVICE_RUNNING:
+      return {"state", Verdict::Ok, "running, " + process, {}};
+    default:
+      return {"state", Verdict::Warning,
+              "between states (" + std::to_string(status.dwCurrentState) + "), " + process,
+              "ask again in some seconds; if it stays, end the process as administrator"};
   }
-  if (!facts.processLives) {
-    return {"state",
-            Verdict::Ok,
-            "stopped: the manager has not noticed that " + process + " has ended",
-            {}};
-  }
-  if (status.dwCurrentState == SERVICE_RUNNING) {
-    return {"state", Verdict::Ok, "running, " + process, {}};
-  }
-  return {"state", Verdict::Warning,
-          "between states (" + std::to_string(status.dwCurrentState) + "), " + process,
-          "ask again in some seconds; if it stays, end the process as administrator"};
 }
 
 }  // namespace orva_accelerator::tools

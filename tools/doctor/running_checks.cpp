@@ -34,7 +34,7 @@ Finding checkProcessImage(const ServiceFacts& facts, const RegisteredPath& regis
     return {"process", Verdict::Ok, "executes the registered file", {}};
   }
   return {"process", Verdict::Warning, "executes " + utf8(image) + " instead",
-          "stop and start the service"};
+          runAdvice(facts.toolFile, "service restart")};
 }
 
 Finding checkPipe(const char* check, client::Endpoint endpoint, const ServiceFacts& facts,
@@ -48,7 +48,7 @@ Finding checkPipe(const char* check, client::Endpoint endpoint, const ServiceFac
   }
   if (!pipe) {
     return {check, Verdict::Problem, client::describe(pipe.error()),
-            "stop and start the service: \"orvactl service stop\", \"orvactl service start\""};
+            runAdvice(facts.toolFile, "service restart")};
   }
   const std::uint32_t service = facts.processLives ? facts.status->dwProcessId : 0;
   const auto checked = client::checkServer(pipe.value().handle(), service);
@@ -71,8 +71,8 @@ Finding checkHostApplication(const ServiceFacts& facts) {
 }
 
 Finding checkHeartbeat(const client::Endpoint& endpoint, std::uint32_t clientId,
-                       std::chrono::milliseconds timeout) {
-  Finding finding{"heartbeat", Verdict::Problem, {}, "stop and start the service"};
+                       const ServiceFacts& facts, std::chrono::milliseconds timeout) {
+  Finding finding{"heartbeat", Verdict::Problem, {}, runAdvice(facts.toolFile, "service restart")};
   auto channel = client::RequestChannel::open(endpoint, client::Deadline::after(timeout));
   if (!channel) {
     finding.text = client::describe(channel.error());

@@ -21,6 +21,6 @@ Finding checkHostApplication(const ServiceFacts& facts);
 
 // A heartbeat, which changes nothing, and how long its answer took.
 Finding checkHeartbeat(const client::Endpoint& endpoint, std::uint32_t clientId,
-                       std::chrono::milliseconds timeout);
+                       const ServiceFacts& facts, std::chrono::milliseconds timeout);
 
 }  // namespace orva_accelerator::tools

@@ -1,5 +1,7 @@
 #include "tools/doctor/security_differences.h"
 
+#include <windows.h>
+
 #include <sddl.h>
 
 #include <algorithm>
@@ -19,24 +21,29 @@ bool contains(const std::vector<AccessClause>& list, const AccessClause& clause)
 
 }  // namespace
 
-client::Result<SecurityDifferences> compareServiceSecurity(PSECURITY_DESCRIPTOR actual,
+client::Result<SecurityDifferences> compareServiceSecurity(std::span<const std::uint8_t> actual,
                                                            const wchar_t* expected) {
   PSECURITY_DESCRIPTOR converted = nullptr;
+  ULONG size = 0;
   if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(expected, SDDL_REVISION_1, &converted,
-                                                            nullptr)) {
+                                                            &size)) {
     const DWORD code = GetLastError();
     return client::Error{client::ErrorKind::System, "read the expected security", code,
                          "the system does not understand it"};
   }
   const win32::UniqueLocalMemory owner(converted);
-  const auto ours = readAccessList(converted);
-  const auto found = readAccessList(actual);
+  const auto expectedSecurity =
+      readSecurity({static_cast<const std::uint8_t*>(converted), std::size_t{size}});
+  const auto actualSecurity = readSecurity(actual);
   SecurityDifferences differences;
   // An empty list would let nobody even read it: whoever says so does not keep lists.
-  if (!ours || !found || found->empty()) {
+  if (!expectedSecurity || !expectedSecurity->list || !actualSecurity || !actualSecurity->list ||
+      actualSecurity->list->empty()) {
     differences.unreadable = true;
     return differences;
   }
+  const auto& ours = expectedSecurity->list;
+  const auto& found = actualSecurity->list;
   for (const AccessClause& clause : *ours) {
     if (!contains(*found, clause)) differences.missing.push_back(describe(clause));
   }
@@ -46,7 +53,7 @@ client::Result<SecurityDifferences> compareServiceSecurity(PSECURITY_DESCRIPTOR 
     added.push_back(clause);
     differences.added.push_back(describe(clause));
   }
-  differences.lettingUsersReconfigure = (rightsOfOrdinaryUsers(added) & kRightsThatGiveThePc) != 0;
+  differences.givingThePc = !othersWith(kRightsThatGiveThePc, added).empty();
   return differences;
 }
 

@@ -1,8 +1,8 @@
 // The service's security as it is, against what the installation writes.
 #pragma once
 
-#include <windows.h>
-
+#include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -11,15 +11,15 @@
 namespace orva_accelerator::tools {
 
 struct SecurityDifferences {
-  bool unreadable = false;               // There is no list that could be compared.
-  std::vector<std::string> missing;      // Clauses of ours that are not there.
-  std::vector<std::string> added;        // Clauses that are not ours.
-  bool lettingUsersReconfigure = false;  // An added clause gives somebody the PC.
+  bool unreadable = false;           // There is no list that could be compared.
+  std::vector<std::string> missing;  // Clauses of ours that are not there.
+  std::vector<std::string> added;    // Clauses that are not ours.
+  bool givingThePc = false;          // An added clause gives it to somebody else.
 };
 
 // Compares lists clause by clause, whatever their order and spelling: the system writes the same
-// rights with other letters than we do. `actual` is a self-relative descriptor from the system.
-client::Result<SecurityDifferences> compareServiceSecurity(PSECURITY_DESCRIPTOR actual,
+// rights with other letters than we do. `actual` is a self-relative descriptor.
+client::Result<SecurityDifferences> compareServiceSecurity(std::span<const std::uint8_t> actual,
                                                            const wchar_t* expected);
 
 }  // namespace orva_accelerator::tools

@@ -1,6 +1,8 @@
 #include "tools/doctor/service_facts.h"
 
 #include "client/process_watch.h"
+#include "tools/doctor/registered_path.h"
+#include "win32/executable_path.h"
 #include "win32/unique_handle.h"
 
 namespace orva_accelerator::tools {
@@ -130,6 +132,14 @@ class Gatherer {
 ServiceFacts gatherServiceFacts(const std::wstring& serviceName) {
   ServiceFacts facts;
   Gatherer(serviceName, facts).gather();
+  facts.toolFile = win32::ownExecutablePath().value_or(L"orvactl.exe");
+  facts.serviceFile = folderOf(facts.toolFile) + L"\\OrvaAcceleratorService.exe";
+  if (facts.config) {
+    const std::wstring registered = parseRegisteredPath(facts.config->path).file;
+    if (GetFileAttributesW(registered.c_str()) != INVALID_FILE_ATTRIBUTES) {
+      facts.serviceFile = registered;
+    }
+  }
   return facts;
 }
 

@@ -31,6 +31,10 @@ struct ServiceFacts {
   // tells.
   std::optional<bool> deletePending;
 
+  std::wstring
+      serviceFile;        // The registered one if it is there, or else where it would be expected.
+  std::wstring toolFile;  // This program.
+
   bool registered() const { return openError == 0; }
   bool running() const {
     return processLives && status && status->dwCurrentState == SERVICE_RUNNING;
