@@ -64,8 +64,8 @@ build_copy() {
   (
     cd "$work/$1"
     cmake --preset release --log-level=WARNING -DORVA_BUILD_TESTS=OFF >/dev/null
-    cmake --build --preset release --target OrvaAcceleratorService OpenKernel orvactl OrvaSetupActions \
-      OrvaClient
+    cmake --build --preset release --target OrvaAcceleratorService OpenKernel orvactl orvactl-dev \
+      OrvaSetupActions OrvaClient
     scripts/package.sh --from build/release --to packages
     scripts/package.sh --with-simulator --from build/release --to packages
   ) >"$work/$1.log" 2>&1 || {

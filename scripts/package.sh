@@ -35,7 +35,8 @@ if [[ -z $from ]]; then
   from=$root/build/packaged
   cmake --preset release -B "$from" --log-level=WARNING -DCMAKE_CXX_COMPILER_LAUNCHER=ccache \
     -DORVA_BUILD_TESTS=OFF -DORVA_REVISION="$revision" >/dev/null
-  cmake --build "$from" --target OrvaAcceleratorService OpenKernel orvactl OrvaSetupActions OrvaClient
+  cmake --build "$from" --target OrvaAcceleratorService OpenKernel orvactl orvactl-dev OrvaSetupActions \
+    OrvaClient
 fi
 
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$from/CMakeCache.txt")

@@ -26,7 +26,7 @@ void addHidden(CLI::App& app, const std::string& name, const std::string& help,
 void addGlobalOptions(CLI::App& app, Context& context) {
   Options& options = context.options;
   options.clientId = GetCurrentProcessId();
-  app.set_version_flag("--version", "orvactl " ORVA_VERSION);
+  app.set_version_flag("--version", app.get_name() + " " ORVA_VERSION);
   app.add_option("--client-id", options.clientId,
                  "Client id, decimal or 0x... (default: the process id)");
   addDuration(app, "--timeout", options.timeout, std::chrono::milliseconds(1),
@@ -52,7 +52,8 @@ void addGlobalOptions(CLI::App& app, Context& context) {
 }  // namespace
 
 std::unique_ptr<CLI::App> makeParser(Context& context) {
-  auto app = std::make_unique<CLI::App>(kSummary, "orvactl");
+  auto app =
+      std::make_unique<CLI::App>(kSummary, context.forDevelopers ? "orvactl-dev" : "orvactl");
   app->require_subcommand(1);
   app->fallthrough();  // Global options may stand behind the command too.
   addGlobalOptions(*app, context);
@@ -64,9 +65,11 @@ std::unique_ptr<CLI::App> makeParser(Context& context) {
   addQueryCommands(*app, context);
   addDataCommand(*app, context);
   addWatchCommand(*app, context);
-  addRawCommand(*app, context);
   addSessionCommand(*app, context);
-  addLoadCommand(*app, context);
+  if (context.forDevelopers) {
+    addRawCommand(*app, context);
+    addLoadCommand(*app, context);
+  }
   addCompletionCommand(*app, context);
   addHelpTexts(*app);
   return app;

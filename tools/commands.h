@@ -8,7 +8,7 @@
 
 namespace orva_accelerator::tools {
 
-// service start, stop, wait. Wants --timeout to be there.
+// service start, stop, restart, status, wait. Wants --timeout to be there.
 void addServiceCommands(CLI::App& app, Context& context);
 void addDoctorCommand(CLI::App& app, Context& context);
 void addSdkCommands(CLI::App& app, Context& context);      // init, login, release
@@ -17,8 +17,9 @@ void addControlCommands(CLI::App& app, Context& context);  // start, start-ex, s
 void addQueryCommands(CLI::App& app, Context& context);    // console, last, speed, game, nodes
 void addDataCommand(CLI::App& app, Context& context);
 void addWatchCommand(CLI::App& app, Context& context);
-void addRawCommand(CLI::App& app, Context& context);
 void addSessionCommand(CLI::App& app, Context& context);
+// Of orvactl-dev alone.
+void addRawCommand(CLI::App& app, Context& context);
 void addLoadCommand(CLI::App& app, Context& context);
 // Keeps a reference to `app`, whose commands and options it prints.
 void addCompletionCommand(CLI::App& app, Context& context);

@@ -68,8 +68,9 @@ std::string bashCompletion(const CLI::App& app) {
     cases += "    '" + path + "') words='" + joined(words, "", " ") + "' ;;\n";
     if (!path.empty()) paths += (paths.empty() ? "'" : "|'") + path + "'";
   }
-  return R"(# Completes orvactl in bash: source <(orvactl completion bash)
-_orvactl() {
+  const std::string& program = app.get_name();
+  return "# Completes " + program + " in bash: source <(" + program + " completion bash)\n_" +
+         program + R"(() {
   local current=${COMP_WORDS[COMP_CWORD]} path= next words i
   for ((i = 1; i < COMP_CWORD; ++i)); do
     next="${path:+$path }${COMP_WORDS[i]}"
@@ -83,8 +84,8 @@ _orvactl() {
          R"(  esac
   COMPREPLY=($(compgen -W "$words" -- "$current"))
 }
-complete -F _orvactl orvactl orvactl.exe
-)";
+complete -F _)" +
+         program + " " + program + " " + program + ".exe\n";
 }
 
 std::string powerShellCompletion(const CLI::App& app) {
@@ -92,8 +93,11 @@ std::string powerShellCompletion(const CLI::App& app) {
   for (const auto& [path, words] : completionWords(app)) {
     entries += "    '" + path + "' = @(" + joined(words, "'", ", ") + ")\n";
   }
-  return R"(# Completes orvactl in PowerShell: orvactl completion powershell | Out-String | Invoke-Expression
-Register-ArgumentCompleter -Native -CommandName orvactl, orvactl.exe -ScriptBlock {
+  const std::string& program = app.get_name();
+  return "# Completes " + program + " in PowerShell: " + program +
+         " completion powershell | Out-String | Invoke-Expression\n"
+         "Register-ArgumentCompleter -Native -CommandName " +
+         program + ", " + program + R"(.exe -ScriptBlock {
   param($wordToComplete, $commandAst, $cursorPosition)
   $words = @{
 )" + entries +

@@ -29,6 +29,8 @@ class Context {
  public:
   Options options;
   Console console;
+  // orvactl-dev: with the commands that can do to a service whatever bytes can do.
+  bool forDevelopers = false;
   // Set by the parsed command; gives the exit code.
   std::function<int()> action;
 

@@ -14,23 +14,26 @@ constexpr char kOthers[] = "For developers";
 struct HelpText {
   const char* command;
   const char* group;
-  const char* examples;  // One a line, without the "orvactl" in front.
+  const char* examples;  // One a line, without the program in front.
 };
 
 constexpr HelpText kHelpTexts[] = {
-    {"service", kService, "service start\nservice stop --timeout 10s\nservice wait ended"},
+    {"service", kService,
+     "service start\nservice status\nservice restart\nservice stop --timeout 10s\nservice wait "
+     "ended"},
     {"doctor", kService, "doctor\ndoctor --json"},
     {"status", kService, "status\nstatus --json"},
     {"heartbeat", kService, "heartbeat\nheartbeat --timeout 500ms"},
     {"leave", kService, "--client-id 7 leave"},
     {"init", kLibrary, "init\ninit --channel-id 1 --channel-name 官方"},
-    {"login", kLibrary, "login player secret\n--client-id 7 login player secret --wait"},
+    {"login", kLibrary, "login player\n--client-id 7 login player --wait"},
     {"release", kLibrary, "release"},
     {"start", kAcceleration, "start --arg1 1001 --nodes auto\nstart --nodes \"1;2\" --wait"},
     {"start-ex", kAcceleration, "start-ex --arg1 1001 --arg4 2 --wait"},
     {"stop", kAcceleration, "stop\nstop --wait --wait-timeout 60s"},
     {"owner", kAcceleration, "--client-id 7 owner"},
-    {"watch", kAcceleration, "watch\nwatch --count 3\n--json watch --seconds 60"},
+    {"watch", kAcceleration,
+     "watch\nwatch --reconnect\nwatch --count 3\n--json watch --seconds 60"},
     {"data", kFigures, "data\ndata --every 1\n--json data --every 500ms --count 10"},
     {"console", kFigures, "console"},
     {"last", kFigures, "last 1001"},
@@ -38,7 +41,8 @@ constexpr HelpText kHelpTexts[] = {
     {"game", kFigures, "game 1001\n--json game 1001"},
     {"nodes", kFigures, "nodes 1001"},
     {"raw", kOthers, "raw 0xffff\nraw 0x601 e9030000"},
-    {"session", kOthers, "session\n--json session"},
+    {"session", kOthers,
+     "session\nsession --yes\n--json session --account player --credential secret"},
     {"load", kOthers, "load\nload --connections 16 --seconds 10\n--json load --type 0x604"},
     {"completion", kOthers, "completion bash\ncompletion powershell"},
 };
@@ -50,7 +54,7 @@ First steps:
   orvactl status                    ask it something
   orvactl watch                     listen to what it announces, in a second window
   orvactl init                      load the acceleration library
-  orvactl login player secret --wait
+  orvactl login player --wait
   orvactl start --arg1 1001 --nodes "1;2" --wait
   orvactl data --every 1            figures as they change, until Ctrl+C
   orvactl stop --wait
@@ -63,11 +67,11 @@ Exit codes: 0 done, 1 other failure, 2 usage, 3 not installed or not running, 4 
 6 protocol error, 9 somebody else serves the pipe, 10 the service hung up or has ended, 130 Ctrl+C;
 of the doctor: 0 all is well, 7 warnings, 8 problems.)";
 
-std::string examples(const std::string& lines) {
-  std::string text = "\nExamples:\n  orvactl ";
+std::string examples(const std::string& program, const std::string& lines) {
+  std::string text = "\nExamples:\n  " + program + " ";
   for (const char c : lines) {
     text += c;
-    if (c == '\n') text += "  orvactl ";
+    if (c == '\n') text += "  " + program + " ";
   }
   return text;
 }
@@ -79,10 +83,12 @@ const char kSummary[] =
 
 void addHelpTexts(CLI::App& app) {
   app.footer(kFirstSteps);
-  for (const HelpText& help : kHelpTexts) {
-    CLI::App* command = app.get_subcommand(help.command);
-    command->group(help.group);
-    command->footer(examples(help.examples));
+  for (CLI::App* command : app.get_subcommands({})) {
+    for (const HelpText& help : kHelpTexts) {
+      if (command->get_name() != help.command) continue;
+      command->group(help.group);
+      command->footer(examples(app.get_name(), help.examples));
+    }
   }
 }
 

@@ -11,5 +11,8 @@ extern "C" int wmain(int argc, wchar_t** argv) {
   for (int i = 1; i < argc; ++i)
     arguments.push_back(orva_accelerator::win32::utf8FromWide(argv[i]).value_or(std::string()));
   Context context;
+#ifdef ORVA_FOR_DEVELOPERS
+  context.forDevelopers = true;
+#endif
   return runCommandLine(context, std::move(arguments));
 }

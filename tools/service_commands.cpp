@@ -1,9 +1,11 @@
-// service start|stop|wait: the service's life through the service control manager.
+// service start|stop|restart|status|wait: the service's life through the service control manager.
 #include <memory>
 #include <string>
 
 #include "client/service_control.h"
+#include "client/service_errors.h"
 #include "tools/commands.h"
+#include "tools/doctor/service_facts.h"
 #include "tools/interrupt.h"
 
 namespace orva_accelerator::tools {
@@ -50,6 +52,55 @@ int tell(Context& context, const char* command,
   return ExitOk;
 }
 
+int restart(Context& context, const ServiceOptions& options) {
+  const HANDLE interrupt = interruptEvent();
+  const std::wstring& name = context.options.request.serviceName;
+  const auto stopped = stopAndWait(name, deadlineOf(context, options), interrupt);
+  if (!stopped) return context.fail(stopped.error());
+  const auto started = startAndWait(name, deadlineOf(context, options), interrupt);
+  if (!started) return context.fail(started.error());
+  const std::uint32_t process = started.value().processId;
+  if (context.options.json) {
+    context.print("service restart", Json{{"running", true},
+                                          {"wasRunning", stopped.value().wasRunning},
+                                          {"processId", process}});
+  }
+  context.say("The service runs, process " + std::to_string(process) + ".");
+  return ExitOk;
+}
+
+// The manager's word, corrected by whether the process is there.
+const char* stateName(const ServiceFacts& facts) {
+  if (!facts.processLives) return "stopped";
+  switch (facts.status->dwCurrentState) {
+    case SERVICE_RUNNING:
+      return "running";
+    case SERVICE_START_PENDING:
+      return "starting";
+    default:
+      return "stopping";  // It is never paused.
+  }
+}
+
+int status(Context& context) {
+  const ServiceFacts facts = gatherServiceFacts(context.options.request.serviceName);
+  if (!facts.registered()) {
+    return context.fail(client::serviceError("ask for the state", facts.openError));
+  }
+  if (!facts.status) {
+    return context.fail(client::serviceError("ask for the state", facts.statusError));
+  }
+  const char* state = stateName(facts);
+  const DWORD process = facts.processLives ? facts.status->dwProcessId : 0;
+  if (context.options.json) {
+    context.print("service status",
+                  Json{{"running", facts.running()}, {"state", state}, {"processId", process}});
+  }
+  context.say("The service is " + std::string(state) +
+              (process == 0 ? "." : ", process " + std::to_string(process) + "."));
+  return facts.running() ? ExitOk : ExitNoService;
+}
+
 void addOne(CLI::App& family, Context& context, const char* name, const char* help,
             std::function<int()> action) {
   family.add_subcommand(name, help)->callback([&context, action = std::move(action)] {
@@ -80,8 +131,8 @@ void addWait(CLI::App& family, Context& context, const std::shared_ptr<ServiceOp
 void addServiceCommands(CLI::App& app, Context& context) {
   auto options = std::make_shared<ServiceOptions>();
   options->timeout = app.get_option("--timeout");
-  CLI::App* family =
-      app.add_subcommand("service", "Start or stop the Windows service, and wait until it is so");
+  CLI::App* family = app.add_subcommand(
+      "service", "Start or stop the Windows service and wait until it is so, or ask for its state");
   family->require_subcommand(1);
   addOne(*family, context, "start", "Start it, and wait until it runs", [&context, options] {
     const HANDLE interrupt = interruptEvent();
@@ -96,6 +147,10 @@ void addServiceCommands(CLI::App& app, Context& context) {
                        stopAndWait(context.options.request.serviceName,
                                    deadlineOf(context, *options), interrupt));
          });
+  addOne(*family, context, "restart", "Stop it if it runs, and start it",
+         [&context, options] { return restart(context, *options); });
+  addOne(*family, context, "status", "Say whether it runs; 3 is the exit code when it does not",
+         [&context] { return status(context); });
   addWait(*family, context, options);
 }
 

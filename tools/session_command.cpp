@@ -5,9 +5,14 @@
 
 #include "ipc/wire/notifications.h"
 #include "tools/commands.h"
+#include "tools/doctor/file_checks.h"
+#include "tools/doctor/registered_path.h"
+#include "tools/doctor/service_facts.h"
 #include "tools/interrupt.h"
 #include "tools/options_parsing.h"
 #include "tools/outcome.h"
+#include "tools/prompt.h"
+#include "tools/version_resource.h"
 
 namespace orva_accelerator::tools {
 namespace {
@@ -22,6 +27,8 @@ struct SessionOptions {
   std::string account = "player";
   std::string credential = "secret";
   client::StartRequest start;
+  const CLI::Option* accountGiven = nullptr;
+  bool yes = false;
 };
 
 class Session {
@@ -117,7 +124,37 @@ class Session {
   ListeningClient listening_;
 };
 
+// By the version resource of what lies beside the registered service. What cannot be told is not
+// taken for it.
+bool usesTheSimulatedLibrary(const std::wstring& serviceName) {
+  const ServiceFacts facts = gatherServiceFacts(serviceName);
+  if (!facts.config) return false;
+  const std::wstring folder = folderOf(parseRegisteredPath(facts.config->path).file);
+  const auto library = readVersionResource(libraryBelow(folder));
+  return library && isTheSimulatedLibrary(*library);
+}
+
+// A real library would be given an account that nobody has, and maybe lock the caller out.
+Result<Done> mayGoOn(Context& context, const SessionOptions& options) {
+  if (options.yes || options.accountGiven->count() != 0) return Done{};
+  if (usesTheSimulatedLibrary(context.options.request.serviceName)) return Done{};
+  const Error refused{ErrorKind::Usage, "begin the session", 0,
+                      "the library is not known to be the simulated one, and the account " +
+                          options.account + " is made up; give --account, or --yes"};
+  if (!canAsk()) return refused;
+  auto answer =
+      ask(context.console,
+          "The library is not known to be the simulated one. Log in the made-up account " +
+              options.account + " all the same? [y/N] ",
+          Echo::On);
+  if (!answer) return answer.error();
+  const bool yes = answer.value() == L"y" || answer.value() == L"Y";
+  return yes ? Result<Done>(Done{}) : refused;
+}
+
 int runSession(Context& context, const SessionOptions& options) {
+  const auto agreed = mayGoOn(context, options);
+  if (!agreed) return context.fail(agreed.error());
   (void)interruptEvent();  // From here on Ctrl+C leads to leaving, not to vanishing.
   auto listening = connectListening(context);
   if (!listening) return context.fail(listening.error());
@@ -137,7 +174,10 @@ void addSessionCommand(CLI::App& app, Context& context) {
   auto options = std::make_shared<SessionOptions>();
   CLI::App* session = app.add_subcommand(
       "session", "A whole life: register, init, login, start, status, stop, leave");
-  session->add_option("--account", options->account, "Account")->capture_default_str();
+  options->accountGiven =
+      session->add_option("--account", options->account, "Account")->capture_default_str();
+  session->add_flag("--yes", options->yes,
+                    "Use the made-up account without asking, whatever the library");
   session->add_option("--credential", options->credential, "Credential")->capture_default_str();
   addChannelOptions(*session, options->init);
   addStartOptions(*session, options->start);

@@ -16,6 +16,7 @@ using std::chrono::milliseconds;
 struct WatchOptions {
   std::uint32_t count = 0;  // 0: no limit.
   milliseconds seconds{0};  // 0: no limit.
+  bool reconnect = false;
 };
 
 // Whether the service has ended itself or only the connection. Its process needs a moment to end
@@ -30,20 +31,50 @@ client::Error withReason(const Context& context, client::Error hungUp) {
   return hungUp;
 }
 
+// Whether the next moment may bring what this one has not. Not when somebody else serves the pipe.
+bool maySucceedLater(client::ErrorKind kind) {
+  return kind == client::ErrorKind::NotInstalled || kind == client::ErrorKind::NotRunning ||
+         kind == client::ErrorKind::HungUp || kind == client::ErrorKind::Timeout;
+}
+
+// With --reconnect, tries until it succeeds; Interrupted when the time of the whole watch is over
+// or Ctrl+C came.
+client::Result<client::PushChannel> beginWatching(Context& context, const WatchOptions& options,
+                                                  const client::Deadline& deadline,
+                                                  HANDLE interrupt) {
+  constexpr DWORD kPauseMs = 250;
+  for (;;) {
+    auto push = context.registerPush();
+    if (push) {
+      if (context.options.json) {
+        context.print("watch", Json{{"clientId", context.options.clientId}});
+      }
+      context.say("Watching as client " + std::to_string(context.options.clientId) + ".");
+      return push;
+    }
+    if (!options.reconnect || !maySucceedLater(push.error().kind)) return push;
+    if (interrupt == nullptr) Sleep(kPauseMs);
+    const bool limited = options.seconds.count() != 0;
+    if ((limited && deadline.passed()) ||
+        (interrupt != nullptr && WaitForSingleObject(interrupt, kPauseMs) == WAIT_OBJECT_0)) {
+      return client::Error{client::ErrorKind::Interrupted, "watch again", 0, "interrupted"};
+    }
+  }
+}
+
 int runWatch(Context& context, const WatchOptions& options) {
   const HANDLE interrupt = interruptEvent();
-  auto push = context.registerPush();
-  if (!push) return context.fail(push.error());
-  if (context.options.json) {
-    context.print("watch", Json{{"clientId", context.options.clientId}});
-  }
-  context.say("Watching as client " + std::to_string(context.options.clientId) + ".");
   // Without a limit of time, in turns of a day.
   const bool limited = options.seconds.count() != 0;
   const milliseconds turn = limited ? options.seconds : std::chrono::hours(24);
   auto deadline = client::Deadline::after(turn);
+  auto push = beginWatching(context, options, deadline, interrupt);
   for (std::uint32_t seen = 0; options.count == 0 || seen < options.count;) {
     if (interrupted(interrupt)) return ExitOk;
+    if (!push) {
+      return push.error().kind == client::ErrorKind::Interrupted ? ExitOk
+                                                                 : context.fail(push.error());
+    }
     auto next = push.value().next(deadline, interrupt);
     if (next) {
       printNotification(context, *next.value());
@@ -53,7 +84,12 @@ int runWatch(Context& context, const WatchOptions& options) {
     }
     const client::ErrorKind kind = next.error().kind;
     if (kind == client::ErrorKind::Interrupted) return ExitOk;
-    if (kind == client::ErrorKind::HungUp) return context.fail(withReason(context, next.error()));
+    if (kind == client::ErrorKind::HungUp) {
+      if (!options.reconnect) return context.fail(withReason(context, next.error()));
+      context.say("The connection has ended; watching again when the service is there.");
+      push = beginWatching(context, options, deadline, interrupt);
+      continue;
+    }
     if (kind != client::ErrorKind::Timeout) return context.fail(next.error());
     if (limited) return ExitOk;
     deadline = client::Deadline::after(turn);
@@ -70,6 +106,8 @@ void addWatchCommand(CLI::App& app, Context& context) {
   watch->add_option("--count", options->count, "End after so many notifications");
   addDuration(*watch, "--seconds", options->seconds, std::chrono::seconds(1),
               "End after this time; a bare number is seconds");
+  watch->add_flag("--reconnect", options->reconnect,
+                  "Wait for the service when it is not there or ends, and watch again");
   watch->callback([&context, options] {
     context.action = [&context, options] { return runWatch(context, *options); };
   });

@@ -53,6 +53,8 @@ for file in THIRD-PARTY-NOTICES CHANGELOG.md README.txt OrvaAcceleratorService.e
   [[ -f $build/package/$name/$file ]] || fail "$file is missing in the archive"
 done
 [[ ! -e $build/package/$name/accel_sdk/sdk_x64/OpenKernel.dll ]] || fail "a library in the ordinary package"
+[[ ! -e $build/package/$name/orvactl-dev.exe ]] || fail "the developers' tool in the ordinary package"
+[[ -f $build/package/$name-developer/orvactl-dev.exe ]] || fail "no orvactl-dev.exe for developers"
 msiinfo export "$build/package/$name.msi" File >"$again/files"
 for file in THIRD-PARTY-NOTICES CHANGELOG.md OrvaAcceleratorService.exe protocol.md; do
   grep -q "|$file" "$again/files" || fail "$file is missing in the package"

@@ -3,7 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "service/service_identity.h"
 #include "tests/system/service_fixture.h"
@@ -120,10 +124,85 @@ TEST_F(ServiceControl, OrvactlStartsAndStops) {
   EXPECT_EQ(late.exitCode, 4u) << late.errors;
   const ChildResult stopped = orvactl({L"service", L"stop", L"--json"});
   EXPECT_EQ(stopped.exitCode, 0u) << stopped.errors;
-  EXPECT_TRUE(
-      stopped.output.starts_with(R"({"command":"service stop","running":false,"wasRunning":true)"))
+  EXPECT_NE(stopped.output.find(R"("command":"service stop","running":false,"wasRunning":true)"),
+            std::string::npos)
       << stopped.output;
   EXPECT_EQ(orvactl({L"service", L"stop"}).output, "The service does not run.\n");
+}
+
+TEST_F(ServiceControl, OrvactlRestartsAndTellsTheState) {
+  ASSERT_TRUE(startHostApplication());
+  ASSERT_TRUE(install());
+  const ChildResult none = orvactl({L"service", L"status", L"--json"});
+  EXPECT_EQ(none.exitCode, 3u);
+  EXPECT_NE(none.output.find(R"("running":false,"state":"stopped","processId":0})"),
+            std::string::npos)
+      << none.output;
+  const ChildResult first = orvactl({L"service", L"restart", L"--json"});
+  EXPECT_EQ(first.exitCode, 0u) << first.errors;
+  EXPECT_NE(first.output.find(R"("running":true,"wasRunning":false)"), std::string::npos)
+      << first.output;
+  const std::string before = orvactl({L"service", L"status"}).output;
+  EXPECT_TRUE(before.starts_with("The service is running, process ")) << before;
+  const ChildResult second = orvactl({L"service", L"restart", L"--json"});
+  EXPECT_NE(second.output.find(R"("running":true,"wasRunning":true)"), std::string::npos)
+      << second.output;
+  const ChildResult running = orvactl({L"service", L"status"});
+  EXPECT_EQ(running.exitCode, 0u);
+  EXPECT_NE(running.output, before) << "the same process";
+  EXPECT_EQ(orvactl({L"service", L"stop"}).exitCode, 0u);
+}
+
+TEST_F(ServiceControl, OrvactlWatchesAgainAfterARestart) {
+  ASSERT_TRUE(startHostApplication());
+  ASSERT_TRUE(install());
+  // Not even there yet.
+  ChildProcess watch(shippedFile(L"orvactl.exe"), {L"watch", L"--reconnect", L"--client-id", L"7"});
+  ASSERT_TRUE(start());
+  ASSERT_TRUE(watch.waitForOutput("Watching as client 7.\n"));
+  EXPECT_EQ(orvactl({L"service", L"restart"}).exitCode, 0u);
+  EXPECT_TRUE(
+      watch.waitForOutput("Watching as client 7.\n"
+                          "The connection has ended; watching again when the service is there.\n"
+                          "Watching as client 7.\n"))
+      << watch.output() << watch.errors();
+  EXPECT_EQ(orvactl({L"service", L"stop"}).exitCode, 0u);
+}
+
+TEST_F(ServiceControl, OrvactlWatchesNotAgainUnlessAskedTo) {
+  ASSERT_TRUE(startHostApplication());
+  ASSERT_TRUE(installAndStart());
+  ChildProcess watch(shippedFile(L"orvactl.exe"), {L"watch"});
+  ASSERT_TRUE(watch.waitForOutput("Watching as client "));
+  EXPECT_EQ(orvactl({L"service", L"stop"}).exitCode, 0u);
+  EXPECT_EQ(watch.wait(), std::optional<DWORD>(10));
+}
+
+TEST_F(ServiceControl, OrvactlBeginsASessionOnlyWithTheSimulatedLibrary) {
+  ASSERT_TRUE(startHostApplication());
+  ASSERT_TRUE(install());
+  // Another description makes it another library.
+  const auto library = folder() / "accel_sdk" / "sdk_x64" / "OpenKernel.dll";
+  std::string bytes;
+  {
+    std::ifstream file(library, std::ios::binary);
+    bytes.assign(std::istreambuf_iterator<char>(file), {});
+  }
+  const std::wstring description = L"Simulated acceleration";
+  const std::string_view words(reinterpret_cast<const char*>(description.data()),
+                               description.size() * sizeof(wchar_t));
+  const std::size_t at = bytes.find(words);
+  ASSERT_NE(at, std::string::npos);
+  bytes.at(at) = 'F';
+  std::ofstream(library, std::ios::binary | std::ios::trunc) << bytes;
+  const ChildResult asked = orvactl({L"session"});
+  EXPECT_EQ(asked.exitCode, 2u) << asked.output << asked.errors;
+  EXPECT_NE(asked.errors.find("--yes"), std::string::npos) << asked.errors;
+  bytes.at(at) = 'S';
+  std::ofstream(library, std::ios::binary | std::ios::trunc) << bytes;
+  ASSERT_TRUE(start());
+  const ChildResult session = orvactl({L"session", L"--arg1", L"1001", L"--nodes", L"101"});
+  EXPECT_EQ(session.exitCode, 0u) << session.output << session.errors;
 }
 
 }  // namespace

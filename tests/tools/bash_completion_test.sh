@@ -24,7 +24,7 @@ expect() {
 
 expect "orvactl hea" "heartbeat"
 expect "orvactl --json sess" "session"
-expect "orvactl service st" "start stop"
+expect "orvactl service st" "start stop status"
 expect "orvactl service wait e" "ended"
 expect "orvactl service wait --time" "--timeout"
 expect "orvactl --client-id 7 data --ev" "--every"

@@ -8,10 +8,12 @@ namespace {
 
 TEST(Help, HasAGroupAndAnExampleForEachCommand) {
   tools::Context context;
+  context.forDevelopers = true;
   const auto app = tools::makeParser(context);
   for (const CLI::App* command : app->get_subcommands({})) {
     EXPECT_NE(command->get_group(), "Subcommands") << command->get_name();
-    EXPECT_NE(command->get_footer().find("  orvactl "), std::string::npos) << command->get_name();
+    EXPECT_NE(command->get_footer().find("  orvactl-dev "), std::string::npos)
+        << command->get_name();
     EXPECT_FALSE(command->get_description().empty()) << command->get_name();
   }
 }
@@ -19,18 +21,31 @@ TEST(Help, HasAGroupAndAnExampleForEachCommand) {
 // Each example of each command, without running it.
 TEST(Help, HasExamplesThatParse) {
   tools::Context listing;
+  listing.forDevelopers = true;
   const auto listed = tools::makeParser(listing);
   for (const CLI::App* command : listed->get_subcommands({})) {
     std::istringstream lines(command->get_footer());
     for (std::string line; std::getline(lines, line);) {
-      constexpr std::string_view kStart = "  orvactl ";
+      constexpr std::string_view kStart = "  orvactl-dev ";
       if (!line.starts_with(kStart)) continue;
       tools::Context context;
+      context.forDevelopers = true;
       const auto app = tools::makeParser(context);
       EXPECT_NO_THROW(app->parse(line.substr(kStart.size()))) << line;
       EXPECT_TRUE(app->got_subcommand(command->get_name())) << line;
     }
   }
+}
+
+TEST(Help, OffersToSendAnythingToDevelopersAlone) {
+  tools::Context context;
+  const auto app = tools::makeParser(context);
+  EXPECT_EQ(app->get_subcommands([](const CLI::App* command) {
+                 return command->get_name() == "raw" || command->get_name() == "load";
+               })
+                .size(),
+            0u);
+  EXPECT_EQ(app->get_name(), "orvactl");
 }
 
 TEST(Help, ListsTheFirstStepsAndTheExitCodes) {

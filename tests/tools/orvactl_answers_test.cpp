@@ -126,15 +126,20 @@ TEST_F(Orvactl, RefreshesTheLiveViewAsOftenAsAsked) {
   EXPECT_EQ(result.out.substr(0, 13), "value1   101\n");
 }
 
-TEST_F(Orvactl, DumpsRawAnswers) {
+TEST_F(Orvactl, DumpsRawAnswersForDevelopers) {
+  const auto dev = [this](std::vector<std::string> arguments) {
+    return runOrvactlDev(asClientOf(service_, std::move(arguments)));
+  };
   service_.answerWith("query_accel_owner_own");
-  EXPECT_EQ(run({"raw", "0x503"}).out,
+  EXPECT_EQ(dev({"raw", "0x503"}).out,
             "00000000  01 01                                             |..|\n2 bytes\n");
-  EXPECT_EQ(run({"raw", "1283", "--json"}).out,
+  EXPECT_EQ(dev({"raw", "1283", "--json"}).out,
             "{\"schema\":1,\"command\":\"raw\",\"type\":1283,\"length\":2,\"hex\":\"0101\"}\n");
-  EXPECT_EQ(run({"raw", "0x10600", "01 02ff"}).out, "(empty answer)\n");
+  EXPECT_EQ(dev({"raw", "0x10600", "01 02ff"}).out, "(empty answer)\n");
   EXPECT_EQ(hexFromBytes(service_.requests().back()),
             "50 4C 58 52 00 00 00 00 00 06 01 00 03 00 00 00 00 00 00 00 07 00 00 00 01 02 FF");
+  EXPECT_EQ(dev({"raw", "1", "0g"}).exitCode, 2u);
+  EXPECT_EQ(runOrvactlDev({"--version"}).out.substr(0, 12), "orvactl-dev ");
 }
 
 TEST_F(Orvactl, HelpsAndTellsItsVersionWithoutAService) {

@@ -23,7 +23,8 @@ TEST_F(OrvactlFailure, IsTwoForWrongUsage) {
                                              {"heartbeat", "--timeout", "soon"},
                                              {"heartbeat", "--client-id", "4294967296"},
                                              {"start", "--nodes", "AUTO"},
-                                             {"raw", "1", "0g"},
+                                             {"raw", "1"},
+                                             {"load", "--seconds", "1"},
                                              {"data", "--count", "2"},
                                              {"login", std::string(20'000, 'x'), "--what"}}) {
     const auto result = run(arguments);

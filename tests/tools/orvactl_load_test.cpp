@@ -10,7 +10,7 @@ class OrvactlLoad : public testing::Test {
  protected:
   OrvactlResult run(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "load");
-    return runOrvactl(asClientOf(service_, std::move(arguments)));
+    return runOrvactlDev(asClientOf(service_, std::move(arguments)));
   }
 
   FakeService service_;

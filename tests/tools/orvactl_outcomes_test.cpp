@@ -132,7 +132,7 @@ TEST_F(OrvactlOutcome, IgnoresTheOutcomesOfOthers) {
 
 TEST_F(OrvactlOutcome, SessionLivesAWholeLife) {
   answerEverything();
-  const auto lines = run({"--json", "session"}).jsonLines();
+  const auto lines = run({"--json", "session", "--yes"}).jsonLines();
   std::vector<std::string> steps;
   for (const auto& line : lines) {
     steps.push_back(line.contains("command") ? line.at("command").get<std::string>()
@@ -144,7 +144,7 @@ TEST_F(OrvactlOutcome, SessionLivesAWholeLife) {
 
 TEST_F(OrvactlOutcome, SessionShowsEachStepForPeople) {
   answerEverything();
-  const auto result = run({"session"});
+  const auto result = run({"session", "--yes"});
   EXPECT_EQ(result.exitCode, 0u) << result.err;
   for (const char* part : {"Registered for notifications as client 7", "Logging in", "progress",
                            "accelerating", "While it runs", "value8", "stopped", "Leaving"}) {
@@ -152,17 +152,27 @@ TEST_F(OrvactlOutcome, SessionShowsEachStepForPeople) {
   }
 }
 
+// Nothing is known of a library behind a service that is not registered.
+TEST_F(OrvactlOutcome, SessionDoesNotGiveAMadeUpAccountToAnUnknownLibrary) {
+  answerEverything();
+  const auto result = run({"session", "--json"});
+  EXPECT_EQ(result.exitCode, 2u) << result.out;
+  EXPECT_NE(result.err.find("--yes"), std::string::npos) << result.err;
+  EXPECT_TRUE(service_.requests().empty());
+  EXPECT_EQ(run({"session", "--account", "mine", "--credential", "own"}).exitCode, 0u);
+}
+
 TEST_F(OrvactlOutcome, SessionLeavesEvenWhenAStepFails) {
   answerEverything();
   service_.announceAfter(0x500, {"start_accel_failed"});
-  EXPECT_EQ(run({"session"}).exitCode, 5u);
+  EXPECT_EQ(run({"session", "--yes"}).exitCode, 5u);
   EXPECT_EQ(service_.countOf(0x700), 1u);
 }
 
 TEST_F(OrvactlOutcome, SessionLeavesOnAnotherConnectionWhenAStepIsNeverAnswered) {
   answerEverything();
   service_.answer(0x500, {});
-  EXPECT_EQ(run({"--timeout", "2s", "session"}).exitCode, 4u);
+  EXPECT_EQ(run({"--timeout", "2s", "session", "--yes"}).exitCode, 4u);
   EXPECT_EQ(service_.countOf(0x500), 1u);
   EXPECT_EQ(service_.countOf(0x700), 1u);
 }

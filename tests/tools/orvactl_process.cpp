@@ -36,8 +36,8 @@ std::vector<nlohmann::json> OrvactlResult::jsonLines() const {
   return lines;
 }
 
-OrvactlProcess::OrvactlProcess(const std::vector<std::string>& arguments)
-    : process_(shippedFile(L"orvactl.exe"), wide(arguments)) {
+OrvactlProcess::OrvactlProcess(const std::vector<std::string>& arguments, const wchar_t* program)
+    : process_(shippedFile(program), wide(arguments)) {
   EXPECT_EQ(process_.startError(), 0U);
 }
 
@@ -49,6 +49,10 @@ OrvactlResult OrvactlProcess::finish() {
 
 OrvactlResult runOrvactl(const std::vector<std::string>& arguments) {
   return OrvactlProcess(arguments).finish();
+}
+
+OrvactlResult runOrvactlDev(const std::vector<std::string>& arguments) {
+  return OrvactlProcess(arguments, L"orvactl-dev.exe").finish();
 }
 
 std::vector<std::string> asClientOf(const FakeService& service,

@@ -24,7 +24,8 @@ struct OrvactlResult {
 // One run. Arguments are UTF-8.
 class OrvactlProcess {
  public:
-  explicit OrvactlProcess(const std::vector<std::string>& arguments);
+  explicit OrvactlProcess(const std::vector<std::string>& arguments,
+                          const wchar_t* program = L"orvactl.exe");
 
   // Waits for the end, at most three times kPatience: a run may have to time out by itself.
   OrvactlResult finish();
@@ -34,6 +35,8 @@ class OrvactlProcess {
 };
 
 OrvactlResult runOrvactl(const std::vector<std::string>& arguments);
+// The edition for developers.
+OrvactlResult runOrvactlDev(const std::vector<std::string>& arguments);
 
 // As client 7 of a fake service, without looking for the real one.
 std::vector<std::string> asClientOf(const FakeService& service, std::vector<std::string> arguments);

@@ -9,8 +9,14 @@ namespace {
 constexpr char kNobody[] = "--service-name=OrvaTestNobody";
 
 TEST(OrvactlService, IsThreeWhenNothingIsInstalled) {
-  for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
-           {"start"}, {"stop"}, {"wait"}, {"wait", "running"}, {"wait", "ended"}}) {
+  for (const std::vector<std::string>& words :
+       std::vector<std::vector<std::string>>{{"start"},
+                                             {"stop"},
+                                             {"restart"},
+                                             {"status"},
+                                             {"wait"},
+                                             {"wait", "running"},
+                                             {"wait", "ended"}}) {
     std::vector<std::string> arguments{kNobody, "service"};
     arguments.insert(arguments.end(), words.begin(), words.end());
     const auto result = runOrvactl(arguments);
