@@ -14,10 +14,11 @@ namespace {
 
 void addHidden(CLI::App& app, const std::string& name, const std::string& help,
                std::function<void(const std::wstring&)> take) {
-  app.add_option_function<std::string>(
+  app.add_option(
          name,
-         [take = std::move(take)](const std::string& text) {
-           take(win32::wideFromUtf8(text).value_or(std::wstring()));
+         [take = std::move(take)](const CLI::results_t& texts) {
+           take(win32::wideFromUtf8(texts.back()).value_or(std::wstring()));
+           return true;
          },
          help)
       ->group("");
