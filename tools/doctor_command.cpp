@@ -1,7 +1,7 @@
 // doctor: why the service does not work, without changing anything.
 #include <algorithm>
 
-#include "service/service_identity.h"
+#include "service/shared_names.h"
 #include "tools/commands.h"
 #include "tools/display_width.h"
 #include "tools/doctor/file_checks.h"

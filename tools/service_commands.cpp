@@ -71,7 +71,7 @@ int restart(Context& context, const ServiceOptions& options) {
 
 // The manager's word, corrected by whether the process is there.
 const char* stateName(const ServiceFacts& facts) {
-  if (!facts.processLives) return "stopped";
+  if (!facts.status || !facts.processLives) return "stopped";
   switch (facts.status->dwCurrentState) {
     case SERVICE_RUNNING:
       return "running";
