@@ -24,6 +24,7 @@ rm -rf "$kit" "$kit.zip"
 mkdir -p "$kit/bin/tests"
 cp scripts/acceptance/*.ps1 "$kit/"
 cp -r tests/vectors "$kit/"
+{ git rev-parse HEAD && { git diff --quiet HEAD || echo "with changes"; }; } | paste -sd ' ' >"$kit/revision.txt"
 cp -r build/release/bin/{OrvaAcceleratorService.exe,orvactl.exe,OrvaClient.dll} "$kit/bin/"
 cp -r build/release/bin/{accel_sdk,samples,variants} "$kit/bin/"
 # With the programs that the tests start themselves.

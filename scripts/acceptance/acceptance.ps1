@@ -23,6 +23,8 @@ Only the checks that only real Windows can show.
 Says what would be done and whether something stands in the way. Changes nothing, writes no report, and
 needs no elevation.
 #>
+#Requires -Version 5.1
+#Requires -PSEdition Desktop
 param([switch]$SkipTests, [switch]$DryRun)
 
 Set-StrictMode -Version 2.0
@@ -34,6 +36,10 @@ $reportText = Join-Path $kit 'acceptance-report.txt'
 $reportJson = Join-Path $kit 'acceptance-report.json'
 $service = 'OrvaAcceleratorService'
 $installed = Join-Path $env:ProgramFiles 'Orva'
+# A test of the package puts a program there for a moment, to see it reported.
+$shadow = Join-Path ([IO.Path]::GetPathRoot($env:ProgramFiles)) 'Program.exe'
+# Where the package notes what is to be restored.
+$setupState = 'HKLM:\SOFTWARE\OrvaAcceleratorService'
 $script:machine = ''
 
 . (Join-Path $kit 'report.ps1')
@@ -57,13 +63,18 @@ function Get-UninstallEntries {
 
 # Everything that this script or its tests make and remove. What was there before is somebody else's.
 function Get-Obstacles {
-    if (Test-Registered) { "the service $service is registered" }
-    foreach ($path in $installed, $folder) {
-        if (Test-Path -LiteralPath $path) { "the folder $path exists" }
+    if (-not [Environment]::Is64BitProcess) {
+        # It sees other folders and lacks commands, so that nothing else can be asked.
+        'this is a 32-bit PowerShell'
+        return
     }
+    if (Test-Registered) { "the service $service is registered" }
+    foreach ($path in $installed, $folder, $shadow) {
+        if (Test-Path -LiteralPath $path) { "$path exists" }
+    }
+    if (Test-Path -LiteralPath $setupState) { "an installation was broken off: $setupState" }
     foreach ($key in (Get-UninstallEntries)) { "the package is installed: $key" }
     if (Test-UserExists) { "the local user $user exists" }
-    if (-not [Environment]::Is64BitProcess) { 'this is a 32-bit PowerShell, which sees other folders' }
 }
 
 function Test-Elevated {
@@ -74,7 +85,7 @@ function Test-Elevated {
 # What is done, in this order, and what each step changes meanwhile.
 $steps = @(
     @{ Name = 'The prebuilt tests'; Run = { Invoke-PrebuiltTests }; Tests = $true
-       Changes = "registers and removes $service, from temporary folders and with the package in $installed" },
+       Changes = "registers and removes $service, from temporary folders and with the package in $installed; makes and removes $shadow" },
     @{ Name = 'What only real Windows shows of the service'; Run = { Invoke-ServiceChecks }; Tests = $false
        Changes = "registers and removes $service from $folder; makes and removes the local user $user" }
 )
@@ -107,9 +118,9 @@ try {
     $system = Get-CimInstance -ClassName Win32_OperatingSystem
     $script:machine = "$($system.Caption) $($system.Version), $($system.OSArchitecture)"
     Write-Line $script:machine
-    $version = (Get-Item (Join-Path $bin "$service.exe")).VersionInfo
-    Write-Line "Service $($version.ProductVersion), $($version.Comments)"
-    Write-Line "Begun $((Get-Date).ToString('u'))"
+    $version = (Get-Item -LiteralPath (Join-Path $bin "$service.exe")).VersionInfo
+    Write-Line "Service $($version.ProductVersion), $(Get-Content -LiteralPath (Join-Path $kit 'revision.txt'))"
+    Write-Line "Begun $(Get-UtcTime)"
     foreach ($step in $steps) {
         if ($step.Tests -and $SkipTests) { continue }
         Write-Line "---- $($step.Name)"
@@ -124,7 +135,7 @@ try {
     $state = 'finished'
 } finally {
     Write-Line ''
-    Write-Line ("Ended {0}, {1}: {2} passed, {3} failed, {4} skipped" -f (Get-Date).ToString('u'), $state,
+    Write-Line ("Ended {0}, {1}: {2} passed, {3} failed, {4} skipped" -f (Get-UtcTime), $state,
         (Get-Count 'passed'), (Get-Count 'failed'), (Get-Count 'skipped'))
     Save-ReportAsJson $state
 }

@@ -38,21 +38,23 @@ function Get-UserCommands {
 }
 
 function Invoke-AsUser($credential, $command) {
-    $process = Start-Process -FilePath "$env:SystemRoot\System32\cmd.exe" `
-        -ArgumentList "/s /c `"$($command.Line)`"" -Credential $credential `
-        -WorkingDirectory $env:SystemRoot -WindowStyle Hidden -PassThru
-    # Read once now, or the exit code is not kept.
-    [void]$process.Handle
-    if (-not $process.WaitForExit(60000)) { throw 'does not end' }
-    Add-Check "An ordinary user $($command.Name)" ($process.ExitCode -eq $command.Code) `
-        "exit code $($command.Code)" "exit code $($process.ExitCode)"
+    # Not with Start-Process, which looks for the process after it was started: some end at once.
+    $result = Invoke-Program "$env:SystemRoot\System32\cmd.exe" "/s /c `"$($command.Line)`"" 60 $credential
+    Add-Check "An ordinary user $($command.Name)" ($result.Code -eq $command.Code) `
+        "exit code $($command.Code)" (Format-Outcome $result)
 }
 
 function Remove-OrdinaryUser {
-    if (Test-UserExists) { Remove-LocalUser -Name $user }
-    Get-CimInstance -ClassName Win32_UserProfile |
-        Where-Object { "$($_.LocalPath)" -match "\\$user(\.[^\\]*)?$" } |
-        Remove-CimInstance -ErrorAction SilentlyContinue
+    # By its identifier: a folder of that name may be somebody else's.
+    $profiles = "SID='$((Get-LocalUser -Name $user).SID.Value)'"
+    Remove-LocalUser -Name $user
+    # It can be in use for a moment after the user's last program.
+    $gone = Wait-Until 30 {
+        Get-CimInstance -ClassName Win32_UserProfile -Filter $profiles |
+            Remove-CimInstance -ErrorAction SilentlyContinue
+        $null -eq (Get-CimInstance -ClassName Win32_UserProfile -Filter $profiles)
+    }
+    if (-not $gone) { Add-Entry 'failed' 'The profile of the ordinary user goes away' 'gone' 'still there' }
 }
 
 function Test-OrdinaryUser {

@@ -2,14 +2,18 @@
 
 $script:entries = New-Object System.Collections.ArrayList
 
+function Get-UtcTime {
+    return (Get-Date).ToUniversalTime().ToString('u')
+}
+
 function Start-Report {
-    Set-Content -Path $reportText -Value 'Acceptance report of the Orva Accelerator Service' -Encoding UTF8
+    Set-Content -LiteralPath $reportText -Value 'Acceptance report of the Orva Accelerator Service' -Encoding UTF8
     Save-ReportAsJson 'not finished'
 }
 
 function Write-Line([string]$text) {
     Write-Host $text
-    Add-Content -Path $reportText -Value $text -Encoding UTF8
+    Add-Content -LiteralPath $reportText -Value $text -Encoding UTF8
 }
 
 # verdict: passed, failed, skipped or note. Both forms of the report are complete after each entry, so
@@ -18,10 +22,9 @@ function Add-Entry([string]$verdict, [string]$name, [string]$expected, [string]$
     [void]$script:entries.Add((New-Object PSObject -Property @{
         verdict = $verdict; name = $name; expected = $expected; seen = $seen }))
     Write-Line ('{0,-8} {1}' -f $verdict.ToUpperInvariant(), $name)
-    if ($verdict -ne 'passed' -or $expected -ne '') {
-        if ($expected -ne '') { Write-Line "           expected: $expected" }
-        Write-Line "           seen:     $seen"
-    }
+    if ($expected -ne '') { Write-Line "           expected: $expected" }
+    Write-Line "           seen:     $seen"
+    Save-ReportAsJson 'not finished'
 }
 
 function Add-Check([string]$name, [bool]$ok, [string]$expected, [string]$seen) {
@@ -34,7 +37,6 @@ function Invoke-Check([string]$name, [scriptblock]$check) {
     try { & $check } catch {
         Add-Entry 'failed' $name 'no exception' ("{0} (line {1})" -f $_.Exception.Message, $_.InvocationInfo.ScriptLineNumber)
     }
-    Save-ReportAsJson 'not finished'
 }
 
 function Get-Count([string]$verdict) {
@@ -45,12 +47,13 @@ function Save-ReportAsJson([string]$state) {
     $report = New-Object PSObject -Property @{
         state = $state; machine = $script:machine; passed = (Get-Count 'passed'); failed = (Get-Count 'failed')
         skipped = (Get-Count 'skipped'); entries = @($script:entries) }
-    ConvertTo-Json -InputObject $report -Depth 4 | Set-Content -Path $reportJson -Encoding UTF8
+    # Without a byte order mark, which not every reader of JSON takes.
+    [IO.File]::WriteAllText($reportJson, (ConvertTo-Json -InputObject $report -Depth 4))
 }
 
-# Runs a program; gives its exit code and what it wrote. After the limit it is ended together with what
-# it has started, and the exit code is empty.
-function Invoke-Program([string]$program, [string]$arguments, [int]$seconds) {
+# Runs a program, as another user if there is a credential; gives its exit code and what it wrote. After
+# the limit it is ended together with what it has started, and the exit code is empty.
+function Invoke-Program([string]$program, [string]$arguments, [int]$seconds, $credential = $null) {
     $start = New-Object System.Diagnostics.ProcessStartInfo
     $start.FileName = $program
     $start.Arguments = $arguments
@@ -58,6 +61,15 @@ function Invoke-Program([string]$program, [string]$arguments, [int]$seconds) {
     $start.RedirectStandardOutput = $true
     $start.RedirectStandardError = $true
     $start.WorkingDirectory = $kit
+    if ($null -ne $credential) {
+        $account = $credential.GetNetworkCredential()
+        $start.UserName = $account.UserName
+        $start.Domain = $account.Domain
+        $start.Password = $credential.Password
+        $start.CreateNoWindow = $true
+        # The kit may be in a folder of ours alone.
+        $start.WorkingDirectory = $env:SystemRoot
+    }
     $process = [System.Diagnostics.Process]::Start($start)
     # Read while it runs: a full pipe would stop it.
     $output = $process.StandardOutput.ReadToEndAsync()

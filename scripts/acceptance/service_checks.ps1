@@ -8,9 +8,9 @@ $library = Join-Path $folder 'accel_sdk\sdk_x64\OpenKernel.dll'
 
 function Install-ForChecks([string]$libraryFile) {
     [void](New-Item -ItemType Directory -Force -Path (Split-Path -Parent $library))
-    Copy-Item (Join-Path $bin "$service.exe") $executable
-    Copy-Item (Join-Path $bin 'orvactl.exe') $orvactl
-    Copy-Item (Join-Path $bin $libraryFile) $library
+    Copy-Item -LiteralPath (Join-Path $bin "$service.exe") $executable
+    Copy-Item -LiteralPath (Join-Path $bin 'orvactl.exe') $orvactl
+    Copy-Item -LiteralPath (Join-Path $bin $libraryFile) $library
     $result = Invoke-Program $executable 'install' 30
     if ($result.Code -ne 0) { throw ('install: ' + (Format-Outcome $result)) }
     Start-Service -Name $service
@@ -58,13 +58,23 @@ function Test-ServiceProcess([int]$processId) {
     return ($null -ne $process -and $process.ProcessName -eq $service)
 }
 
+# Each entry of an access list as type, flags, rights and account: the system spells the same rights in
+# several ways.
+function Get-AccessEntries([string]$sddl) {
+    $descriptor = New-Object System.Security.AccessControl.RawSecurityDescriptor $sddl
+    if ($null -eq $descriptor.DiscretionaryAcl) { return 'everybody may do everything' }
+    $entries = foreach ($entry in $descriptor.DiscretionaryAcl) {
+        '{0} {1} 0x{2:x} {3}' -f $entry.AceType, $entry.AceFlags, $entry.AccessMask, $entry.SecurityIdentifier.Value
+    }
+    return $entries -join '; '
+}
+
 function Test-ServiceSecurity {
-    # The hexadecimal rights of Authenticated Users come back in letters.
-    $expected = 'D:(A;;CCLCSWRPWPDTLOCRRC;;;SY)(A;;CCDCLCSWRPWPDTLOCRSDRCWDWO;;;BA)(A;;CCLCRPWPRC;;;AU)'
+    $expected = Get-AccessEntries 'D:(A;;CCLCSWRPWPDTLOCRRC;;;SY)(A;;CCDCLCSWRPWPDTLOCRSDRCWDWO;;;BA)(A;;0x20035;;;AU)'
     $result = Invoke-Program "$env:SystemRoot\System32\sc.exe" "sdshow $service" 30
     # The audit list behind it is the system's.
-    $seen = ($result.Text -split 'S:\(')[0].Trim()
-    Add-Check 'The service security reads back as it was set' ($seen -eq $expected) $expected (Format-Outcome $result)
+    $seen = Get-AccessEntries (($result.Text -split 'S:\(')[0].Trim())
+    Add-Check 'The service security reads back as it was set' ($seen -eq $expected) $expected "$seen; $($result.Text)"
 }
 
 function Test-AcceptedControls {
@@ -79,11 +89,11 @@ function Test-PipeSecurity([string]$name) {
     $pipe = New-Object System.IO.Pipes.NamedPipeClientStream '.', $name, 'InOut'
     try {
         $pipe.Connect(5000)
-        $seen = $pipe.GetAccessControl().GetSecurityDescriptorSddlForm('Access')
+        $seen = Get-AccessEntries ($pipe.GetAccessControl().GetSecurityDescriptorSddlForm('Access'))
     } finally { $pipe.Dispose() }
-    # Generic read and write, as the file system spells them.
-    Add-Check "Pipe $name is open to Authenticated Users only" ($seen -match '^D:P?\(A;;0x12019f;;;AU\)$') `
-        'D:(A;;0x12019f;;;AU)' $seen
+    # Generic read and write, as they are of a file.
+    $expected = Get-AccessEntries 'D:(A;;0x12019f;;;AU)'
+    Add-Check "Pipe $name is open to Authenticated Users only" ($seen -eq $expected) $expected $seen
 }
 
 # Started by full path from the installed folder, as support would ask for it.
@@ -119,11 +129,12 @@ function Test-MessageBox {
     $result = Invoke-Program $orvactl 'init --channel-id 1 --channel-name name --timeout 5s' 30
     Add-Check 'No answer while the message box is up' ($null -ne $result.Code -and $result.Code -ne 0) `
         'an exit code other than 0' (Format-Outcome $result)
-    $process = Get-Process -Id $processId -ErrorAction SilentlyContinue
-    Add-Check 'The service waits for its message box' ($null -ne $process) "process $processId" "there: $($null -ne $process)"
-    if ($null -ne $process) {
-        Add-Check 'The box is on the desktop of the services' ($process.SessionId -eq 0) 'session 0' `
-            "session $($process.SessionId)"
+    # By its name too: without a process the manager says 0, which is a process of the system.
+    $waits = Test-ServiceProcess $processId
+    Add-Check 'The service waits for its message box' $waits 'its process is there' "process $processId is it: $waits"
+    if ($waits) {
+        $session = (Get-Process -Id $processId).SessionId
+        Add-Check 'The box is on the desktop of the services' ($session -eq 0) 'session 0' "session $session"
     }
 }
 
