@@ -1,6 +1,7 @@
 // watch: notifications as they come.
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "client/service_control.h"
 #include "tools/commands.h"
@@ -62,20 +63,22 @@ client::Result<client::PushChannel> beginWatching(Context& context, const WatchO
   }
 }
 
+int endWith(Context& context, const client::Error& error) {
+  return error.kind == client::ErrorKind::Interrupted ? ExitOk : context.fail(error);
+}
+
 int runWatch(Context& context, const WatchOptions& options) {
   const HANDLE interrupt = interruptEvent();
   // Without a limit of time, in turns of a day.
   const bool limited = options.seconds.count() != 0;
   const milliseconds turn = limited ? options.seconds : std::chrono::hours(24);
   auto deadline = client::Deadline::after(turn);
-  auto push = beginWatching(context, options, deadline, interrupt);
+  auto begun = beginWatching(context, options, deadline, interrupt);
+  if (!begun) return endWith(context, begun.error());
+  client::PushChannel push = std::move(begun.value());
   for (std::uint32_t seen = 0; options.count == 0 || seen < options.count;) {
     if (interrupted(interrupt)) return ExitOk;
-    if (!push) {
-      return push.error().kind == client::ErrorKind::Interrupted ? ExitOk
-                                                                 : context.fail(push.error());
-    }
-    auto next = push.value().next(deadline, interrupt);
+    auto next = push.next(deadline, interrupt);
     if (next) {
       printNotification(context, *next.value());
       if (context.console.outFailed()) return ExitOther;
@@ -83,14 +86,15 @@ int runWatch(Context& context, const WatchOptions& options) {
       continue;
     }
     const client::ErrorKind kind = next.error().kind;
-    if (kind == client::ErrorKind::Interrupted) return ExitOk;
-    if (kind == client::ErrorKind::HungUp) {
-      if (!options.reconnect) return context.fail(withReason(context, next.error()));
+    if (kind == client::ErrorKind::HungUp && options.reconnect) {
       context.say("The connection has ended; watching again when the service is there.");
-      push = beginWatching(context, options, deadline, interrupt);
+      auto again = beginWatching(context, options, deadline, interrupt);
+      if (!again) return endWith(context, again.error());
+      push = std::move(again.value());
       continue;
     }
-    if (kind != client::ErrorKind::Timeout) return context.fail(next.error());
+    if (kind == client::ErrorKind::HungUp) return context.fail(withReason(context, next.error()));
+    if (kind != client::ErrorKind::Timeout) return endWith(context, next.error());
     if (limited) return ExitOk;
     deadline = client::Deadline::after(turn);
   }

@@ -20,7 +20,7 @@ std::string reinstall(const ServiceFacts& facts) {
   return runAdvice(facts.serviceFile, "reinstall as administrator");
 }
 
-std::string withCode(std::string text, DWORD code) {
+std::string withCode(const std::string& text, DWORD code) {
   return text + " (Win32 error " + std::to_string(code) + ")";
 }
 
@@ -30,10 +30,10 @@ std::string joined(const std::vector<std::string>& parts) {
   return text;
 }
 
-bool endedUnreported(const ServiceFacts& facts) {
-  const bool stopped = facts.status->dwCurrentState == SERVICE_STOPPED;
+bool endedUnreported(const SERVICE_STATUS_PROCESS& status, bool processLives) {
+  const bool stopped = status.dwCurrentState == SERVICE_STOPPED;
   // A stop ends this service's process without a report, which the manager calls an abortion.
-  return stopped ? facts.status->dwWin32ExitCode == ERROR_PROCESS_ABORTED : !facts.processLives;
+  return stopped ? status.dwWin32ExitCode == ERROR_PROCESS_ABORTED : !processLives;
 }
 
 Finding checkUnreportedEnd(const ServiceFacts& facts, const LoggedEnding& ending) {
@@ -44,7 +44,7 @@ Finding checkUnreportedEnd(const ServiceFacts& facts, const LoggedEnding& ending
         withCode("stopped; by a stop or by a fault: the event log cannot be read", ending.error),
         {}};
   }
-  if (!ending.wasAFault()) {
+  if (!ending.fault || !ending.wasAFault()) {
     std::string text = "stopped; no fault is in the event log";
     if (ending.ended) {
       text += ", and its event " + std::to_string(ending.ended->id) + " of " +
@@ -95,7 +95,8 @@ Finding checkDeletion(const ServiceFacts& facts) {
 }
 
 Finding checkStartType(const ServiceFacts& facts) {
-  switch (facts.config->startType) {
+  const ServiceConfig config = facts.config.value_or(ServiceConfig{});
+  switch (config.startType) {
     case SERVICE_DEMAND_START:
       return {"start type", Verdict::Ok, "started on demand", {}};
     case SERVICE_AUTO_START:
@@ -106,13 +107,12 @@ Finding checkStartType(const ServiceFacts& facts) {
       return {"start type", Verdict::Problem, "it is disabled and cannot be started", kSetOnDemand};
     default:
       return {"start type", Verdict::Problem,
-              "a start type for drivers: " + std::to_string(facts.config->startType),
-              reinstall(facts)};
+              "a start type for drivers: " + std::to_string(config.startType), reinstall(facts)};
   }
 }
 
 Finding checkAccount(const ServiceFacts& facts) {
-  const ServiceConfig& config = *facts.config;
+  const ServiceConfig config = facts.config.value_or(ServiceConfig{});
   if (config.type != SERVICE_WIN32_OWN_PROCESS) {
     return {
         "account", Verdict::Problem,
@@ -158,8 +158,8 @@ Finding checkState(const ServiceFacts& facts, const LoggedEnding& ending) {
     return {"state", Verdict::Warning,
             withCode("this account may not ask for the state", facts.statusError), install(facts)};
   }
-  if (endedUnreported(facts)) return checkUnreportedEnd(facts, ending);
   const SERVICE_STATUS_PROCESS& status = *facts.status;
+  if (endedUnreported(status, facts.processLives)) return checkUnreportedEnd(facts, ending);
   const std::string process = "process " + std::to_string(status.dwProcessId);
   switch (status.dwCurrentState) {
     case SERVICE_STOPPED:
