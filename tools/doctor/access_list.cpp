@@ -134,9 +134,9 @@ std::string describeAccount(const std::wstring& who) {
 }
 
 std::string describe(const AccessClause& clause) {
-  const std::string text = clause.type == ACCESS_ALLOWED_ACE_TYPE  ? "allow "
-                           : clause.type == ACCESS_DENIED_ACE_TYPE ? "deny "
-                                                                   : "a clause of another kind ";
+  std::string text = "a clause of another kind ";
+  if (clause.type == ACCESS_ALLOWED_ACE_TYPE) text = "allow ";
+  if (clause.type == ACCESS_DENIED_ACE_TYPE) text = "deny ";
   char rights[16];
   // Always fits.
   (void)std::snprintf(rights, sizeof(rights), " 0x%x", static_cast<unsigned>(clause.rights));
