@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <bit>
 
 #include "service/shared_names.h"
 #include "tools/doctor/library_imports.h"
@@ -53,7 +54,7 @@ std::string windowsVersion() {
   if (function == nullptr) return "unknown";
   OSVERSIONINFOW version{};
   version.dwOSVersionInfoSize = sizeof(version);
-  if (reinterpret_cast<GetVersion>(reinterpret_cast<void*>(function))(&version) != 0) {
+  if (std::bit_cast<GetVersion>(function)(&version) != 0) {
     return "unknown";
   }
   return std::to_string(version.dwMajorVersion) + "." + std::to_string(version.dwMinorVersion) +

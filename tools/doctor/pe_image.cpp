@@ -34,14 +34,14 @@ class PeFile {
   template <typename T>
   T at(std::uint64_t offset) const {
     static_assert(std::is_trivially_copyable_v<T>);
-    if (offset > bytes_.size() || bytes_.size() - offset < sizeof(T)) throw kCutOff;
+    if (offset > bytes_.size() || bytes_.size() - offset < sizeof(T)) throw Damage(kCutOff);
     T value;
     std::memcpy(&value, bytes_.data() + offset, sizeof(T));
     return value;
   }
 
   std::string textAt(std::uint64_t offset) {
-    if (offset >= bytes_.size()) throw kCutOff;
+    if (offset >= bytes_.size()) throw Damage(kCutOff);
     const auto rest = bytes_.subspan(static_cast<std::size_t>(offset));
     const auto scanned = rest.first(std::min(rest.size(), kLongestName));
     const auto end = std::ranges::find(scanned, std::uint8_t{0});
@@ -129,7 +129,7 @@ PeImage read(PeFile& file) {
       header.Machine == IMAGE_FILE_MACHINE_AMD64 && format == IMAGE_NT_OPTIONAL_HDR64_MAGIC;
   if (!image.is64Bit) return image;  // Of no use to the service, whatever it exports.
 
-  if (header.SizeOfOptionalHeader < sizeof(IMAGE_OPTIONAL_HEADER64)) throw kCutOff;
+  if (header.SizeOfOptionalHeader < sizeof(IMAGE_OPTIONAL_HEADER64)) throw Damage(kCutOff);
   const auto details = file.at<IMAGE_OPTIONAL_HEADER64>(optional);
   const Sections sections(file, optional + header.SizeOfOptionalHeader, header.NumberOfSections);
   const auto directory = [&details](DWORD number) {

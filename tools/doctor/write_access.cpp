@@ -40,6 +40,7 @@ struct Examined {
 
 std::vector<Examined> withFoldersAbove(const std::vector<std::wstring>& paths) {
   std::vector<Examined> all;
+  all.reserve(paths.size());
   for (const std::wstring& path : paths) all.push_back({path, Place::Own});
   if (paths.empty()) return all;
   for (std::wstring folder = folderOf(paths.front()); !folder.empty(); folder = folderOf(folder)) {
