@@ -19,11 +19,11 @@ Result<Notification> NotificationAssembler::take(ByteView message) {
 
 Result<Notification> NotificationAssembler::takeHeader(const ipc::PushFrameHeader& header) {
   if (header.payloadLength == 0) return decodeNotification(header, {});
-  if (waiting_.size() == kMostWaiting) {
-    return misplaced(std::to_string(kMostWaiting) + " headers came without their payloads");
-  }
+  const bool full = waiting_.size() == kMostWaiting;
+  if (full) waiting_.pop_front();
   waiting_.push_back(header);
-  return Notification();
+  if (!full) return Notification();
+  return misplaced(std::to_string(kMostWaiting) + " headers came without their payloads");
 }
 
 Result<Notification> NotificationAssembler::takePayload(ByteView message) {

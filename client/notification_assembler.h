@@ -26,7 +26,8 @@ class NotificationAssembler {
 
   // Takes the next whole message. Gives a notification when this message completes one, null when
   // more is needed, and a protocol error for a message that fits nowhere; that message is dropped,
-  // with the earliest header of its length if there is one, and the next ones can still be taken.
+  // with the earliest header of its length if there is one, and the next ones can still be taken. A
+  // header too many is an error as well, and takes the place of the earliest.
   Result<Notification> take(ByteView message);
 
   std::size_t waiting() const { return waiting_.size(); }

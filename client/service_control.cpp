@@ -150,13 +150,25 @@ Result<ServiceStarted> awaitRunning(SC_HANDLE service, Start* start, const Deadl
   }
 }
 
+// The service's process, so opened that it is no other one: between two answers that name the same
+// id, nobody else can have had it.
+Result<ProcessWatch> watchProcess(SC_HANDLE service, const char* step) {
+  auto status = queryStatus(service, step);
+  for (;;) {
+    if (!status) return status.error();
+    ProcessWatch process(status.value().dwProcessId);
+    status = queryStatus(service, step);
+    if (status && status.value().dwProcessId == process.processId()) return process;
+  }
+}
+
 Result<ServiceStopped> awaitEnd(SC_HANDLE service, Stop* stop, const Deadline& deadline,
                                 HANDLE interrupt, const char* step) {
-  auto status = queryStatus(service, step);
-  if (!status) return status.error();
   // The one that runs now: one that somebody starts afterwards is not waited for. Its handle is
   // held before the stop is sent, so that its exit code can be had.
-  const ProcessWatch process(status.value().dwProcessId);
+  const auto watched = watchProcess(service, step);
+  if (!watched) return watched.error();
+  const ProcessWatch& process = watched.value();
   if (process.hasEnded()) return ServiceStopped{};
   for (;;) {
     if (stop != nullptr) {
@@ -165,7 +177,7 @@ Result<ServiceStopped> awaitEnd(SC_HANDLE service, Stop* stop, const Deadline& d
     if (process.endedWithin(turn(deadline))) return ServiceStopped{true, process.exitCode()};
     // Without a handle the id may have gone over to another process; the manager knows whose it is.
     if (!process.holdsId()) {
-      status = queryStatus(service, step);
+      const auto status = queryStatus(service, step);
       if (!status) return status.error();
       if (status.value().dwProcessId != process.processId()) return ServiceStopped{true, {}};
     }

@@ -131,8 +131,13 @@ TEST(NotificationAssembler, LimitsTheHeadersThatWait) {
   for (std::size_t i = 0; i < NotificationAssembler::kMostWaiting; ++i) {
     expectWaits(assembler, stop.header());
   }
-  EXPECT_EQ(failure(assembler, stop.header()), ErrorKind::Protocol);
-  EXPECT_NE(take(assembler, stop.payload()), nullptr);
+  // Payloads that never come keep no later notification from being put together.
+  const GoldenVector& login = golden("user_login_succeeded");
+  EXPECT_EQ(failure(assembler, login.header()), ErrorKind::Protocol);
+  EXPECT_EQ(assembler.waiting(), NotificationAssembler::kMostWaiting);
+  const auto notification = take(assembler, login.payload());
+  ASSERT_NE(notification, nullptr);
+  EXPECT_EQ(notification->type, 0x1003u);
   expectWaits(assembler, stop.header());
 }
 

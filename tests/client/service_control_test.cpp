@@ -194,6 +194,25 @@ TEST_F(ServiceControl, TellsWithWhatAStoppedProcessEnded) {
   EXPECT_EQ(stopped.value().exitCode, 3U);
 }
 
+// The id of the service's process that has gone, which another process has by now.
+TEST_F(ServiceControl, IsNotFooledByAnIdThatAnotherProcessHasTakenOver) {
+  statuses_ = {status(SERVICE_RUNNING, GetCurrentProcessId()), status(SERVICE_STOPPED, 0)};
+  const auto ended = waitUntilEnded(kName, patient());
+  ASSERT_TRUE(ended.ok()) << describe(ended.error());
+  EXPECT_FALSE(ended.value().wasRunning);
+}
+
+TEST_F(ServiceControl, IsNotFooledByATakenOverIdWhileItMayNotOpenTheProcess) {
+  ImportHook<decltype(OpenProcess)> open("kernel32.dll", "OpenProcess");
+  open.failAllCalls(ERROR_ACCESS_DENIED, nullptr);
+  const auto running = status(SERVICE_RUNNING, GetCurrentProcessId());
+  statuses_ = {running, running, running, status(SERVICE_RUNNING, GetCurrentProcessId() + 4)};
+  const auto ended = waitUntilEnded(kName, patient());
+  ASSERT_TRUE(ended.ok()) << describe(ended.error());
+  EXPECT_TRUE(ended.value().wasRunning);
+  EXPECT_FALSE(ended.value().exitCode);
+}
+
 TEST_F(ServiceControl, SendsTheStopAgainUntilItIsTakenAndThenNoMore) {
   statuses_ = {status(SERVICE_RUNNING, GetCurrentProcessId())};
   control_.failCalls(1, 2, ERROR_SERVICE_CANNOT_ACCEPT_CTRL, FALSE);
