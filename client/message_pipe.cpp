@@ -11,7 +11,9 @@ DWORD callSize(std::size_t size) {
   return static_cast<DWORD>(std::min<std::size_t>(size, std::numeric_limits<DWORD>::max()));
 }
 
-Error failed(const char* step, DWORD code) {
+}  // namespace
+
+Error pipeError(const char* step, std::uint32_t code) {
   switch (code) {
     case ERROR_BROKEN_PIPE:
     case ERROR_NO_DATA:
@@ -22,13 +24,11 @@ Error failed(const char* step, DWORD code) {
   }
 }
 
-Error abandoned(const char* step, ErrorKind kind) {
+Error waitEnded(const char* step, ErrorKind kind) {
   return kind == ErrorKind::Interrupted
              ? Error{kind, step, 0, "interrupted"}
              : Error{kind, step, 0, "the service did not get there in time"};
 }
-
-}  // namespace
 
 Result<MessagePipe> MessagePipe::adopt(win32::UniqueFileHandle pipe) {
   win32::UniqueKernelHandle completed(CreateEventW(nullptr, TRUE, FALSE, nullptr));
@@ -45,7 +45,7 @@ Result<Done> MessagePipe::write(ByteView message, const Deadline& deadline, cons
   operation.hEvent = completed_.get();
   if (!WriteFile(pipe_.get(), message.data(), callSize(message.size()), nullptr, &operation)) {
     const DWORD code = GetLastError();
-    if (code != ERROR_IO_PENDING) return failed(step, code);
+    if (code != ERROR_IO_PENDING) return pipeError(step, code);
   }
   auto written = finish(operation, deadline, step, interrupt);
   if (!written) return written.error();
@@ -62,7 +62,7 @@ Result<MessagePipe::Piece> MessagePipe::read(std::span<std::uint8_t> room, const
   if (!ReadFile(pipe_.get(), room.data(), callSize(room.size()), nullptr, &operation)) {
     const DWORD code = GetLastError();
     // ERROR_MORE_DATA is a read that has completed; its count is in `operation`.
-    if (code != ERROR_IO_PENDING && code != ERROR_MORE_DATA) return failed(step, code);
+    if (code != ERROR_IO_PENDING && code != ERROR_MORE_DATA) return pipeError(step, code);
   }
   return finish(operation, deadline, step, interrupt);
 }
@@ -91,11 +91,11 @@ Result<MessagePipe::Piece> MessagePipe::finish(OVERLAPPED& operation, const Dead
   if (!GetOverlappedResult(pipe_.get(), &operation, &transferred, TRUE)) {
     const DWORD code = GetLastError();
     if (code == ERROR_MORE_DATA) return Piece{transferred, true};
-    if (waitError != 0) return failed(step, waitError);
+    if (waitError != 0) return pipeError(step, waitError);
     if (code == ERROR_OPERATION_ABORTED && waited != WAIT_OBJECT_0) {
-      return abandoned(step, abandonedAs);
+      return waitEnded(step, abandonedAs);
     }
-    return failed(step, code);
+    return pipeError(step, code);
   }
   return Piece{transferred, false};
 }

@@ -14,6 +14,11 @@
 
 namespace orva_accelerator::client {
 
+// What a failed call on a pipe means.
+Error pipeError(const char* step, std::uint32_t code);
+// The error of a wait that ended with `kind`, Timeout or Interrupted, before anything came.
+Error waitEnded(const char* step, ErrorKind kind);
+
 // Not for use by several threads at once. No operation returns while the system may still write to
 // or read from the caller's memory, also not one that ran out of time.
 class MessagePipe {

@@ -34,6 +34,11 @@ client::Result<client::PushChannel> Context::registerPush() {
   return client::PushChannel::registerPush(options.push, options.clientId, openingDeadline());
 }
 
+client::Result<client::ListeningClient> Context::connectListening() {
+  return client::connectListening(options.request, options.push, options.clientId,
+                                  openingDeadline(), options.timeout);
+}
+
 void Context::print(const char* command, const Json& record) {
   if (!options.json) {
     console.out(recordText(record));

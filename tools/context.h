@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 
+#include "client/outcome.h"
 #include "client/push_channel.h"
 #include "client/result.h"
 #include "client/service_client.h"
@@ -36,6 +37,7 @@ class Context {
 
   client::Result<client::ServiceClient> connect();
   client::Result<client::PushChannel> registerPush();
+  client::Result<client::ListeningClient> connectListening();
 
   // Prints an answer: as rows, or as one line of JSON with the command's name in front.
   void print(const char* command, const Json& record);

@@ -1,7 +1,6 @@
 // start, start-ex, stop, leave: the acceleration itself.
 #include <memory>
 
-#include "ipc/wire/notifications.h"
 #include "tools/commands.h"
 #include "tools/options_parsing.h"
 #include "tools/outcome.h"
@@ -25,7 +24,7 @@ void addStart(CLI::App& app, Context& context) {
   start->callback([&context, request, wait] {
     context.action = [&context, request, wait] {
       return sendAndAwait(
-          context, *wait, ipc::NotifyStartAccel, "start", "Start accepted.",
+          context, *wait, client::Awaited::Start, "start", "Start accepted.",
           [&](client::ServiceClient& service) { return accepted(service.start(*request)); });
     };
   });
@@ -42,7 +41,7 @@ void addStartEx(CLI::App& app, Context& context) {
   start->callback([&context, request, wait] {
     context.action = [&context, request, wait] {
       return sendAndAwait(
-          context, *wait, ipc::NotifyStartAccelEx, "start-ex", "Start accepted.",
+          context, *wait, client::Awaited::Start, "start-ex", "Start accepted.",
           [&](client::ServiceClient& service) { return accepted(service.startEx(*request)); });
     };
   });
@@ -54,7 +53,7 @@ void addStop(CLI::App& app, Context& context) {
   stop->add_flag("--wait", *wait, "Wait for the result, which is announced later");
   stop->callback([&context, wait] {
     context.action = [&context, wait] {
-      return sendAndAwait(context, *wait, ipc::NotifyStopAccel, "stop", "Stop request taken.",
+      return sendAndAwait(context, *wait, client::Awaited::Stop, "stop", "Stop request taken.",
                           [](client::ServiceClient& service) { return service.stop(); });
     };
   });

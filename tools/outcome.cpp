@@ -11,11 +11,6 @@ namespace {
 
 constexpr char kStep[] = "get the outcome";
 
-bool settles(const orva_notification& notification) {
-  const orva_accel_result* start = notification.accel;
-  return start == nullptr || start->accelerating != 0 || start->ended != 0;
-}
-
 client::Error notDone(const char* what, std::int64_t number) {
   return client::Error{client::ErrorKind::Refused, kStep, 0,
                        std::string(what) + " " + std::to_string(number)};
@@ -34,11 +29,6 @@ client::Result<client::Done> judge(const orva_notification& notification) {
   return client::Done{};
 }
 
-client::Error neverCame(const client::Error& timeout) {
-  return client::Error{client::ErrorKind::Timeout, kStep, timeout.win32Code,
-                       "the service announced nothing in time; the library may have refused"};
-}
-
 }  // namespace
 
 void printNotification(Context& context, const orva_notification& notification) {
@@ -50,37 +40,19 @@ void printNotification(Context& context, const orva_notification& notification) 
   }
 }
 
-client::Result<client::Done> awaitOutcome(Context& context, client::PushChannel& push,
-                                          std::uint32_t type) {
+client::Result<client::Done> awaitAndPrint(Context& context, client::PushChannel& push,
+                                           client::Awaited awaited) {
+  const auto printOwn = [&](const orva_notification& notification) {
+    if (notification.client_id == push.clientId()) printNotification(context, notification);
+  };
   const auto deadline = client::Deadline::after(context.options.waitTimeout);
-  const HANDLE interrupt = interruptEvent();
-  for (;;) {
-    auto next = push.next(deadline, interrupt);
-    if (!next) {
-      const bool late = next.error().kind == client::ErrorKind::Timeout;
-      return late ? neverCame(next.error()) : next.error();
-    }
-    const orva_notification& notification = *next.value();
-    if (notification.client_id != context.options.clientId) continue;
-    printNotification(context, notification);
-    if (notification.type == type && settles(notification)) return judge(notification);
-    if (interrupted(interrupt)) {
-      return client::Error{client::ErrorKind::Interrupted, kStep, 0, "interrupted"};
-    }
-  }
+  auto outcome = client::awaitOutcome(push, awaited, deadline, interruptEvent(), printOwn);
+  if (!outcome) return outcome.error();
+  printNotification(context, *outcome.value());
+  return judge(*outcome.value());
 }
 
-client::Result<ListeningClient> connectListening(Context& context) {
-  auto push = context.registerPush();
-  if (!push) return push.error();
-  auto service = context.connect();
-  if (!service) return service.error();
-  auto heartbeat = service.value().heartbeat();
-  if (!heartbeat) return heartbeat.error();
-  return ListeningClient{std::move(push.value()), std::move(service.value())};
-}
-
-int sendAndAwait(Context& context, bool wait, std::uint32_t type, const char* command,
+int sendAndAwait(Context& context, bool wait, client::Awaited awaited, const char* command,
                  const char* taken, const Send& send) {
   const auto report = [&] {
     if (context.options.json) context.print(command, Json{{"taken", true}});
@@ -94,12 +66,12 @@ int sendAndAwait(Context& context, bool wait, std::uint32_t type, const char* co
     report();
     return ExitOk;
   }
-  auto listening = connectListening(context);
+  auto listening = context.connectListening();
   if (!listening) return context.fail(listening.error());
   auto sent = send(listening.value().service);
   if (!sent) return context.fail(sent.error());
   report();
-  auto outcome = awaitOutcome(context, listening.value().push, type);
+  auto outcome = awaitAndPrint(context, listening.value().push, awaited);
   if (!outcome) return context.fail(outcome.error());
   return ExitOk;
 }

@@ -5,7 +5,6 @@
 #include <string>
 #include <utility>
 
-#include "ipc/wire/notifications.h"
 #include "tools/commands.h"
 #include "tools/credential.h"
 #include "tools/options_parsing.h"
@@ -69,7 +68,7 @@ int runLogin(Context& context, LoginOptions& options) {
     if (!read) return context.fail(read.error());
     options.credential = std::move(read.value());
   }
-  const int code = sendAndAwait(context, options.wait, ipc::NotifyUserLogin, "login",
+  const int code = sendAndAwait(context, options.wait, client::Awaited::Login, "login",
                                 "Login request taken.", [&](client::ServiceClient& service) {
                                   return service.login({options.account, options.credential});
                                 });

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "ipc/wire/notifications.h"
+#include "ipc/wire/messages.h"
 #include "tools/commands.h"
 #include "tools/doctor/file_checks.h"
 #include "tools/doctor/registered_path.h"
@@ -33,7 +33,7 @@ struct SessionOptions {
 
 class Session {
  public:
-  Session(Context& context, const SessionOptions& options, ListeningClient listening)
+  Session(Context& context, const SessionOptions& options, client::ListeningClient listening)
       : context_(context), options_(options), listening_(std::move(listening)) {}
 
   // The steps in their order. Whatever happens, the client leaves at the end, so that no
@@ -72,7 +72,7 @@ class Session {
     context_.say("\nLogging in");
     auto taken = listening_.service.login({options_.account, options_.credential});
     if (!taken) return taken;
-    return awaitOutcome(context_, listening_.push, ipc::NotifyUserLogin);
+    return awaitAndPrint(context_, listening_.push, client::Awaited::Login);
   }
 
   Result<Done> start() {
@@ -83,7 +83,7 @@ class Session {
       return Error{ErrorKind::Refused, "start the acceleration", 0,
                    "the library refused, or a start of another client is under way"};
     }
-    return awaitOutcome(context_, listening_.push, ipc::NotifyStartAccel);
+    return awaitAndPrint(context_, listening_.push, client::Awaited::Start);
   }
 
   Result<Done> status() {
@@ -101,7 +101,7 @@ class Session {
     context_.say("\nStopping the acceleration");
     auto taken = listening_.service.stop();
     if (!taken) return taken;
-    return awaitOutcome(context_, listening_.push, ipc::NotifyStopAccel);
+    return awaitAndPrint(context_, listening_.push, client::Awaited::Stop);
   }
 
   Result<Done> leave() {
@@ -121,7 +121,7 @@ class Session {
 
   Context& context_;
   const SessionOptions& options_;
-  ListeningClient listening_;
+  client::ListeningClient listening_;
 };
 
 // By the version resource of what lies beside the registered service. What cannot be told is not
@@ -156,7 +156,7 @@ int runSession(Context& context, const SessionOptions& options) {
   const auto agreed = mayGoOn(context, options);
   if (!agreed) return context.fail(agreed.error());
   (void)interruptEvent();  // From here on Ctrl+C leads to leaving, not to vanishing.
-  auto listening = connectListening(context);
+  auto listening = context.connectListening();
   if (!listening) return context.fail(listening.error());
   if (context.options.json) {
     context.print("register", Json{{"clientId", context.options.clientId}});

@@ -123,6 +123,67 @@ TEST_F(PushChannelTest, ThrowsAwayAMessageThatIsLongerThanAnyAndGoesOn) {
   EXPECT_TRUE(channel_->next(patient()).ok());
 }
 
+// A thread that waits for other things too, which takes what is there and then waits again.
+class ReadablePushChannel : public PushChannelTest {
+ protected:
+  bool isReadable(std::chrono::milliseconds limit) const {
+    const HANDLE events[] = {another_.get(), channel_->readable()};
+    return WaitForMultipleObjects(2, events, FALSE, static_cast<DWORD>(limit.count())) ==
+           WAIT_OBJECT_0 + 1;
+  }
+  Result<Notification> takeAtOnce() { return channel_->next(Deadline::after(milliseconds(0))); }
+
+  const win32::UniqueKernelHandle another_{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+};
+
+TEST_F(ReadablePushChannel, IsReadableWhenAndOnlyWhenSomethingIsThere) {
+  EXPECT_FALSE(isReadable(milliseconds(0)));
+  ASSERT_TRUE(end_.write(golden("stop_accel_succeeded").header()));
+  EXPECT_TRUE(isReadable(test::kPatience));
+  EXPECT_EQ(takeAtOnce().error().kind, ErrorKind::Timeout);
+  EXPECT_FALSE(isReadable(milliseconds(0)));
+  ASSERT_TRUE(end_.write(golden("stop_accel_succeeded").payload()));
+  EXPECT_TRUE(isReadable(test::kPatience));
+  EXPECT_EQ(takeAtOnce().value()->type, 0x1002u);
+  EXPECT_FALSE(isReadable(milliseconds(0)));
+  EXPECT_EQ(takeAtOnce().error().kind, ErrorKind::Timeout);
+}
+
+TEST_F(ReadablePushChannel, StaysReadableUntilTheLastNotificationIsTaken) {
+  for (const char* name : {"user_login_succeeded", "stop_accel_succeeded"}) {
+    ASSERT_TRUE(end_.write(golden(name).header()));
+    ASSERT_TRUE(end_.write(golden(name).payload()));
+  }
+  EXPECT_TRUE(isReadable(test::kPatience));
+  EXPECT_EQ(takeAtOnce().value()->type, 0x1003u);
+  EXPECT_TRUE(isReadable(milliseconds(0)));
+  EXPECT_EQ(takeAtOnce().value()->type, 0x1002u);
+  EXPECT_FALSE(isReadable(milliseconds(0)));
+}
+
+TEST_F(ReadablePushChannel, StaysReadableWithAFinalError) {
+  end_.disconnect();
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_TRUE(isReadable(test::kPatience));
+    EXPECT_EQ(takeAtOnce().error().kind, ErrorKind::HungUp);
+  }
+}
+
+// The system ends what a thread has begun to read when that thread ends.
+TEST_F(ReadablePushChannel, GoesOnWhenTheThreadHasEndedThatReadBefore) {
+  ASSERT_TRUE(end_.write(golden("user_login_succeeded").header()));
+  ASSERT_TRUE(end_.write(golden("user_login_succeeded").payload()));
+  std::thread([this] { EXPECT_TRUE(channel_->next(patient()).ok()); }).join();
+  EXPECT_EQ(takeAtOnce().error().kind, ErrorKind::Timeout);
+  EXPECT_FALSE(isReadable(milliseconds(0)));
+  ASSERT_TRUE(end_.write(golden("stop_accel_succeeded").header()));
+  ASSERT_TRUE(end_.write(golden("stop_accel_succeeded").payload()));
+  EXPECT_TRUE(isReadable(test::kPatience));
+  const auto notification = channel_->next(patient());
+  ASSERT_TRUE(notification.ok()) << describe(notification.error());
+  EXPECT_EQ(notification.value()->type, 0x1002u);
+}
+
 TEST_F(PushChannelTest, SaysThatTheServiceEndedTheConnection) {
   end_.disconnect();
   const auto next = channel_->next(patient());

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "client/pipe_opener.h"
+#include "client/push_channel.h"
 #include "tests/client/deadlines.h"
 #include "tests/client/server_end.h"
 #include "tests/support/import_patch.h"
@@ -109,6 +110,43 @@ TEST_F(ServerProcess, IsNotLookedForWhenTheServiceDoesNotRun) {
   ImportHook<decltype(CreateFileW)> file("kernel32.dll", "CreateFileW");
   EXPECT_EQ(open().error().kind, ErrorKind::NotRunning);
   EXPECT_EQ(file.callCount(), 0u);
+}
+
+TEST_F(ServerProcess, IsStartedWhenThatIsAskedFor) {
+  ImportHook<decltype(StartServiceW)> start("advapi32.dll", "StartServiceW");
+  start.replace([this](auto...) {
+    serviceRunsAs({GetCurrentProcessId()});
+    return TRUE;
+  });
+  serviceRunsAs({0}, SERVICE_STOPPED);
+  const Endpoint endpoint{name_, true, L"SomeService", true};
+  EXPECT_TRUE(openPipe(endpoint, patient(), "open the test pipe").ok());
+  EXPECT_EQ(start.callCount(), 1u);
+  const ServerEnd second(name_);
+  EXPECT_TRUE(openPipe(endpoint, patient(), "open the test pipe").ok());
+  EXPECT_EQ(start.callCount(), 1u);
+}
+
+TEST_F(ServerProcess, IsNotWaitedForWhenItsStartIsRefused) {
+  ImportHook<decltype(StartServiceW)> start("advapi32.dll", "StartServiceW");
+  start.failAllCalls(ERROR_SERVICE_DISABLED, FALSE);
+  serviceRunsAs({0}, SERVICE_STOPPED);
+  const auto pipe = openPipe(Endpoint{name_, true, L"SomeService", true}, patient(), "open");
+  EXPECT_EQ(pipe.error().kind, ErrorKind::Refused);
+  EXPECT_EQ(pipe.error().win32Code, DWORD{ERROR_SERVICE_DISABLED});
+}
+
+TEST_F(ServerProcess, IsKnownToHaveEndedWhenTheConnectionBreaks) {
+  serviceRunsAs({GetCurrentProcessId()});
+  auto push = PushChannel::registerPush(Endpoint{name_, true, L"SomeService"}, 7, patient());
+  ASSERT_TRUE(push.ok()) << describe(push.error());
+  ASSERT_TRUE(end_.accept() && end_.read());
+  end_.disconnect();
+  EXPECT_EQ(push.value().next(soon()).error().text, "the service ended the connection");
+  serviceRunsAs({0}, SERVICE_STOPPED);
+  const auto next = push.value().next(patient());
+  EXPECT_EQ(next.error().kind, ErrorKind::HungUp);
+  EXPECT_EQ(next.error().text, "the service has ended");
 }
 
 TEST_F(ServerProcess, IsNotWaitedForWhenTheManagersProcessHasEnded) {

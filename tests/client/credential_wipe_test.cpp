@@ -1,0 +1,113 @@
+// No block of memory that the library gives back has a credential in it. This executable replaces
+// the global operators with ones that look into blocks, so nothing else is tested here.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "client/service_client.h"
+#include "tests/client/deadlines.h"
+#include "tests/client/fake_service.h"
+
+namespace {
+
+constexpr std::string_view kSecret = "correct horse battery staple";
+
+// Of this thread alone: the service on the other end has read the credential rightly.
+thread_local bool watching = false;
+thread_local int leaks = 0;
+
+void* obtain(std::size_t size) {
+  void* const block = std::malloc(size == 0 ? 1 : size);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+
+void giveBack(void* block) noexcept {
+  if (watching && block != nullptr) {
+    const std::string_view left(static_cast<const char*>(block), _msize(block));
+    if (left.find(kSecret) != std::string_view::npos) ++leaks;
+  }
+  std::free(block);
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  return obtain(size);
+}
+void* operator new[](std::size_t size) {
+  return obtain(size);
+}
+void operator delete(void* block) noexcept {
+  giveBack(block);
+}
+void operator delete[](void* block) noexcept {
+  giveBack(block);
+}
+void operator delete(void* block, std::size_t /*size*/) noexcept {
+  giveBack(block);
+}
+void operator delete[](void* block, std::size_t /*size*/) noexcept {
+  giveBack(block);
+}
+
+namespace orva_accelerator::client {
+namespace {
+
+template <typename Act>
+int leaksOf(Act act) {
+  leaks = 0;
+  watching = true;
+  act();
+  watching = false;
+  return leaks;
+}
+
+class Credential : public testing::Test {
+ protected:
+  // The client lives no longer than the watch.
+  Result<Done> login(std::string_view account, std::chrono::milliseconds timeout) {
+    auto channel = RequestChannel::open(Endpoint{service_.requestPipe(), false}, patient());
+    if (!channel) return channel.error();
+    ServiceClient client(std::move(channel.value()), 7, timeout);
+    return client.login({account, kSecret});
+  }
+
+  test::FakeService service_;
+};
+
+TEST(CredentialWatch, SeesACredentialThatIsLeftBehind) {
+  EXPECT_EQ(leaksOf([] { const std::string copy(kSecret); }), 1);
+}
+
+TEST_F(Credential, IsWipedAfterTheLogin) {
+  service_.answerWith("user_login");
+  EXPECT_EQ(leaksOf([&] { EXPECT_TRUE(login("player", test::kPatience).ok()); }), 0);
+  const auto requests = service_.requests();
+  ASSERT_EQ(requests.size(), 1u);
+  const std::string sent(requests[0].begin(), requests[0].end());
+  EXPECT_NE(sent.find(kSecret), std::string::npos);
+}
+
+TEST_F(Credential, IsWipedAfterALoginThatIsNeverAnswered) {
+  service_.answer(0x101, {});
+  EXPECT_EQ(leaksOf([&] {
+              EXPECT_EQ(login("player", std::chrono::milliseconds(50)).error().kind,
+                        ErrorKind::Timeout);
+            }),
+            0);
+}
+
+TEST_F(Credential, IsWipedAfterALoginThatCannotBeSent) {
+  const std::string tooLong(65'536, 'a');
+  EXPECT_EQ(
+      leaksOf([&] { EXPECT_EQ(login(tooLong, test::kPatience).error().kind, ErrorKind::Usage); }),
+      0);
+}
+
+}  // namespace
+}  // namespace orva_accelerator::client
