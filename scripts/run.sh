@@ -108,7 +108,7 @@ set_up_and_log_in() {
   ask 'initialised' orvactl.exe init --channel-id 1 --channel-name 官方
   step "Log in: orvactl login player secret"
   ask 'taken' orvactl.exe login player secret
-  step "The outcome of the login, as announced to everybody who listens"
+  step "The outcome, as announced to everybody who listens"
   wait_for 30 has_watched '^login' || fail "no notification came"
   grep '^login' "$watched"
   has_watched '^login.*logged in' || fail "the login was refused"
@@ -147,6 +147,11 @@ release() {
   ask 'initialised +no' orvactl.exe status
 }
 
+own_client() {
+  step "A client of one's own, which hears what becomes of its requests: samples/c/session.c"
+  ask 'logged in.*state 4.*stopped, code 0' orva_c_sample.exe player secret 1001 1 east-1
+}
+
 whole_life() {
   step "A whole life in one command: orvactl session"
   ask 'accelerating' orvactl.exe session --arg1 1001 --arg2 1 --text east-1 --nodes 101
@@ -156,13 +161,14 @@ whole_life() {
 cd "$root"
 step "Build"
 configure release
-build release OrvaAcceleratorService OpenKernel orvactl
+build release OrvaAcceleratorService OpenKernel orvactl orva_c_sample
 
 step "Prepare a Windows without a past"
 remove_prefix
 start_prefix 600 || fail "cannot make or start the Wine prefix $WINEPREFIX"
 mkdir -p "$application"
-cp -r build/release/bin/{OrvaAcceleratorService.exe,orvactl.exe,accel_sdk} "$application"
+cp -r build/release/bin/{OrvaAcceleratorService.exe,orvactl.exe,OrvaClient.dll,accel_sdk} \
+  build/release/bin/samples/orva_c_sample.exe "$application"
 
 install_service
 listen
@@ -177,6 +183,7 @@ set_up_and_log_in
 accelerate
 release
 whole_life
+own_client
 stop_service
 uninstall_service
 step_done

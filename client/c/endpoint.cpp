@@ -1,6 +1,7 @@
 #include "client/c/endpoint.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <string>
 #include <utility>
@@ -30,12 +31,19 @@ Result<Done> replace(std::wstring& name, const char* utf8, std::size_t length, c
   return Done{};
 }
 
+// In version 1.0 it ended there.
+constexpr std::size_t kSizeIn10 = offsetof(orva_endpoint, push_pipe_name);
+
+bool isPublishedSize(std::size_t size) {
+  return size == kSizeIn10 || size == sizeof(orva_endpoint);
+}
+
 }  // namespace
 
 Result<Endpoint> endpointOf(const char* function, const orva_endpoint* endpoint,
                             Endpoint installed) {
   if (endpoint == nullptr) return installed;
-  if (endpoint->size != sizeof(orva_endpoint)) {
+  if (!isPublishedSize(endpoint->size)) {
     return misuse(function, "the size of the endpoint is not set");
   }
   if (endpoint->trust_any_server != 0 && endpoint->trust_any_server != ORVA_TRUST_ANY_SERVER) {
@@ -50,6 +58,18 @@ Result<Endpoint> endpointOf(const char* function, const orva_endpoint* endpoint,
   installed.verifyServer = endpoint->trust_any_server == 0;
   installed.startService = endpoint->start_service != 0;
   return installed;
+}
+
+Result<Endpoint> pushEndpointOf(const char* function, const orva_endpoint* endpoint) {
+  // What it says of the service holds for both pipes.
+  auto both = endpointOf(function, endpoint, PushChannel::defaultEndpoint());
+  if (!both) return both;
+  both.value().pipeName = PushChannel::defaultEndpoint().pipeName;
+  if (endpoint == nullptr || endpoint->size == kSizeIn10) return both;
+  auto replaced = replace(both.value().pipeName, endpoint->push_pipe_name,
+                          endpoint->push_pipe_name_length, function, "push_pipe_name");
+  if (!replaced) return replaced.error();
+  return both;
 }
 
 HANDLE cancelOf(const orva_endpoint* endpoint) noexcept {

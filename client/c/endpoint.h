@@ -7,7 +7,7 @@
 #include <cstdint>
 
 #include "client/include/orva_client.h"
-#include "client/pipe_opener.h"
+#include "client/push_channel.h"
 #include "client/result.h"
 #include "win32/unique_handle.h"
 
@@ -21,9 +21,12 @@ namespace orva_accelerator::client {
 HANDLE cancelOf(const orva_endpoint* endpoint) noexcept;
 
 // `installed` with what `endpoint`, which may be null, says otherwise. A name that is not UTF-8 is
-// a usage error.
+// a usage error. Of an endpoint that a program made with an older header no more is read than that
+// had.
 Result<Endpoint> endpointOf(const char* function, const orva_endpoint* endpoint,
                             Endpoint installed);
+// The one for notifications, of an endpoint that is for both pipes.
+Result<Endpoint> pushEndpointOf(const char* function, const orva_endpoint* endpoint);
 
 // A timeout of the C interface; the longest one is what a wait of the system can last.
 std::chrono::milliseconds timeoutOf(std::uint32_t milliseconds) noexcept;

@@ -1,35 +1,14 @@
 // Connections for notifications, and notifications that came another way.
-#include <windows.h>
-
-#include <optional>
 #include <string>
 #include <utility>
 
 #include "client/c/boundary.h"
+#include "client/c/connection.h"
 #include "client/c/endpoint.h"
-#include "client/push_channel.h"
 
 using namespace orva_accelerator::client;
 
-struct orva_push {
-  std::optional<PushChannel> channel;  // Nothing after an exception, which may have lost messages.
-  HANDLE interrupt;                    // Borrowed; may be null.
-};
-
 namespace {
-
-Result<Notification> next(orva_push& push, const Deadline& deadline) {
-  if (!push.channel) {
-    return Error{ErrorKind::Usage, "read a notification", 0,
-                 "the connection has been closed after an earlier error"};
-  }
-  try {
-    return push.channel->next(deadline, push.interrupt);
-  } catch (...) {
-    push.channel.reset();
-    throw;
-  }
-}
 
 Error undecodable(std::string text) {
   return Error{ErrorKind::Protocol, "decode a notification", 0, std::move(text)};
@@ -49,15 +28,22 @@ orva_code orva_push_register(const orva_endpoint* endpoint, uint32_t client_id, 
         auto channel = PushChannel::registerPush(
             where.value(), client_id, Deadline::after(timeoutOf(timeout_ms)), cancelOf(endpoint));
         if (!channel) return channel.error();
-        *push = new orva_push{std::move(channel.value()), cancelOf(endpoint)};
+        *push = new orva_push(std::move(channel.value()), cancelOf(endpoint));
         return Done{};
       });
 }
 
 orva_code orva_push_next(orva_push* push, uint32_t timeout_ms, orva_notification** notification,
                          orva_error* error) {
-  return giveRecord(__func__, error, notification, {{push, "push"}},
-                    [&] { return next(*push, Deadline::after(timeoutOf(timeout_ms))); });
+  return giveRecord(__func__, error, notification, {{push, "push"}}, [&] {
+    return push->listen([&](PushChannel& channel) {
+      return channel.next(Deadline::after(timeoutOf(timeout_ms)), push->interrupt);
+    });
+  });
+}
+
+void* orva_push_readable(const orva_push* push) {
+  return push == nullptr ? nullptr : push->channel.readable();
 }
 
 void orva_push_close(orva_push* push) {

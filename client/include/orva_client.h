@@ -43,7 +43,7 @@ extern "C" {
 
 // The version of this header: major * 65536 + minor. A DLL serves every program that was built with
 // the same major and an equal or smaller minor number.
-#define ORVA_API_VERSION 0x00010000u
+#define ORVA_API_VERSION 0x00010001u
 
 // The version of the DLL, in the same form. Any thread.
 ORVA_API uint32_t orva_api_version(void);
@@ -111,6 +111,10 @@ typedef struct orva_endpoint {
   int32_t trust_any_server;
   int32_t start_service;  // 1: start the service if it does not run, and wait for it.
   orva_cancel* cancel;    // Ends connecting, and every wait of the connection. Kept, not copied.
+  // Since 1.1. The pipe for notifications, for orva_connect_listening alone, where pipe_name is the
+  // one for requests.
+  const char* push_pipe_name;
+  size_t push_pipe_name_length;
 } orva_endpoint;
 
 // ---- The service itself
@@ -244,18 +248,57 @@ typedef struct orva_push orva_push;
 
 // Connects as orva_client_connect does and announces the client id. The service does not
 // acknowledge it: make a heartbeat request before the first start or login, so that it has been
-// noticed. Keep calling orva_push_next: the service drops a client that lets the pipe fill up.
+// noticed, or let orva_connect_listening do all of it. Keep calling orva_push_next: the service
+// drops a client that lets the pipe fill up.
 ORVA_API orva_code orva_push_register(const orva_endpoint* endpoint, uint32_t client_id,
                                       uint32_t timeout_ms, orva_push** push, orva_error* error);
 
 // Waits for the next notification, whoever it is for. After TIMEOUT, INTERRUPTED and USAGE, and
 // after a PROTOCOL error with win32_code 0, the connection can be used again and nothing else is
-// lost. Any other error is final: close it.
+// lost. Any other error is final: close it. The text of HUNG_UP says whether the service has ended;
+// to know that may take two seconds, but no longer than `timeout_ms`.
 ORVA_API orva_code orva_push_next(orva_push* push, uint32_t timeout_ms,
                                   orva_notification** notification, orva_error* error);
 
-// Not while another thread is in a call with this connection.
+// Since 1.1. For a thread that waits for several things, such as a window's: an event, a HANDLE of
+// Windows, that is signalled as long as orva_push_next has something to give, an error included.
+// Then call that with a timeout of 0 until it says TIMEOUT, which it may do the first time already.
+// The event belongs to the connection: only wait for it, from any thread, until orva_push_close.
+// NULL for NULL.
+ORVA_API void* orva_push_readable(const orva_push* push);
+
+// Not while another thread is in a call with this connection, or waits for its event.
 ORVA_API void orva_push_close(orva_push* push);
+
+// ---- Outcomes
+//
+// A login, a start and a stop are answered as soon as they are taken, and their outcome is
+// announced once. So: orva_connect_listening, the request, orva_push_await. All since 1.1.
+
+// Registers for notifications, connects, and makes the heartbeat request after which no outcome is
+// missed. `connect_timeout_ms` bounds it all but that request. Both connections are to be closed.
+ORVA_API orva_code orva_connect_listening(const orva_endpoint* endpoint, uint32_t client_id,
+                                          uint32_t connect_timeout_ms, uint32_t request_timeout_ms,
+                                          orva_client** client, orva_push** push,
+                                          orva_error* error);
+
+// Called by the waiting thread. The notification is the library's and goes after the return. May
+// make requests, but must not use the push connection, nor throw.
+typedef void (*orva_progress)(void* context, const orva_notification* notification);
+
+// Waits until a notification for the connection's own client settles a request: for `type`
+// ORVA_NOTIFY_LOGIN and ORVA_NOTIFY_STOP the first, for ORVA_NOTIFY_START and ORVA_NOTIFY_START_EX,
+// which mean the same here, the first of either that says accelerating or ended. `outcome` is that
+// one, good news or bad. `progress`, which may be NULL, gets all that come before, whoever they are
+// for.
+//
+// TIMEOUT when it does not come in time: the acceleration library may refuse a login or a stop
+// without a word. For all other errors see orva_push_next.
+ORVA_API orva_code orva_push_await(orva_push* push, uint32_t type, uint32_t timeout_ms,
+                                   orva_progress progress, void* context,
+                                   orva_notification** outcome, orva_error* error);
+
+// ---- Notifications that came another way
 
 // For programs that read the push pipe themselves: `header` is its message of 20 bytes, `payload`
 // the one that belongs to it. Bytes that do not fit each other are a PROTOCOL error.

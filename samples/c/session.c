@@ -35,13 +35,9 @@ static void fail(const char* reason) {
 
 static void open_session(session* s) {
   orva_error error;
-  uint32_t clock_ms = 0;
   s->id = (uint32_t)GetCurrentProcessId();
-  // First the push connection: notifications are not kept for later. The heartbeat gives the
-  // service the moment in which it notices the registration.
-  check(orva_push_register(NULL, s->id, CONNECT_MS, &s->push, &error), &error);
-  check(orva_client_connect(NULL, s->id, CONNECT_MS, ANSWER_MS, &s->client, &error), &error);
-  check(orva_client_heartbeat(s->client, &clock_ms, &error), &error);
+  check(orva_connect_listening(NULL, s->id, CONNECT_MS, ANSWER_MS, &s->client, &s->push, &error),
+        &error);
   printf("connected\n");
 }
 
@@ -55,29 +51,22 @@ static void initialise(const session* s) {
   printf("initialised\n");
 }
 
-// The next notification that is about this client and of one of two types; to be freed. Others that
-// come first are thrown away.
-static orva_notification* await(const session* s, uint32_t type, uint32_t other_type) {
-  for (;;) {
-    orva_error error;
-    orva_notification* notification = NULL;
-    check(orva_push_next(s->push, OUTCOME_MS, &notification, &error), &error);
-    if (notification->client_id == s->id &&
-        (notification->type == type || notification->type == other_type)) {
-      return notification;
-    }
-    orva_free(notification);
-  }
+// What became of the request whose outcome is of this type; to be freed.
+static orva_notification* await(session* s, uint32_t type, orva_progress progress) {
+  orva_error error;
+  orva_notification* outcome = NULL;
+  check(orva_push_await(s->push, type, OUTCOME_MS, progress, s, &outcome, &error), &error);
+  return outcome;
 }
 
-static void log_in(const session* s, const char* account, const char* credential) {
+static void log_in(session* s, const char* account, const char* credential) {
   orva_error error;
   int32_t code;
   orva_notification* notification;
   check(orva_client_login(s->client, account, strlen(account), credential, strlen(credential),
                           &error),
         &error);
-  notification = await(s, ORVA_NOTIFY_LOGIN, ORVA_NOTIFY_LOGIN);
+  notification = await(s, ORVA_NOTIFY_LOGIN, NULL);
   code = notification->login->code;
   orva_free(notification);
   if (code != 0) {
@@ -87,9 +76,21 @@ static void log_in(const session* s, const char* account, const char* credential
   printf("logged in\n");
 }
 
-static void accelerate(const session* s, uint32_t game, uint32_t area, const char* server) {
+static void show_state(const orva_accel_result* result) {
+  printf("state %u: %s, %s\n", (unsigned)result->state, result->text1.bytes, result->text2.bytes);
+}
+
+// Notifications for other clients come by as well.
+static void show_progress(void* context, const orva_notification* notification) {
+  const session* s = (const session*)context;
+  if (notification->client_id == s->id && notification->accel) show_state(notification->accel);
+}
+
+static void accelerate(session* s, uint32_t game, uint32_t area, const char* server) {
   orva_error error;
+  orva_notification* notification;
   int32_t accepted = 0;
+  int32_t ended;
   orva_start_request request = {sizeof(request), 0, 0, 0, NULL, 0, NULL, 0};
   request.arg1 = game;
   request.arg2 = area;
@@ -99,16 +100,11 @@ static void accelerate(const session* s, uint32_t game, uint32_t area, const cha
   request.node_selection_length = 4;
   check(orva_client_start(s->client, &request, &accepted, &error), &error);
   if (!accepted) fail("the start was refused");
-  for (;;) {
-    orva_notification* notification = await(s, ORVA_NOTIFY_START, ORVA_NOTIFY_START_EX);
-    const orva_accel_result* result = notification->accel;
-    const int accelerating = result->accelerating;
-    const int ended = result->ended;
-    printf("state %u: %s, %s\n", (unsigned)result->state, result->text1.bytes, result->text2.bytes);
-    orva_free(notification);
-    if (ended) fail("the acceleration has ended");
-    if (accelerating) return;
-  }
+  notification = await(s, ORVA_NOTIFY_START, show_progress);
+  show_state(notification->accel);
+  ended = notification->accel->ended;
+  orva_free(notification);
+  if (ended) fail("the acceleration has ended");
 }
 
 static void show_figures(const session* s) {
@@ -136,11 +132,11 @@ static void show_used_nodes(const session* s, uint32_t game) {
   orva_free(nodes);
 }
 
-static void stop(const session* s) {
+static void stop(session* s) {
   orva_error error;
   orva_notification* notification;
   check(orva_client_stop(s->client, &error), &error);
-  notification = await(s, ORVA_NOTIFY_STOP, ORVA_NOTIFY_STOP);
+  notification = await(s, ORVA_NOTIFY_STOP, NULL);
   printf("stopped, code %d\n", (int)notification->stop->code);
   orva_free(notification);
 }
@@ -163,8 +159,9 @@ int main(int argc, char** argv) {
     fprintf(stderr, "usage: session ACCOUNT CREDENTIAL GAME AREA SERVER\n");
     return 2;
   }
-  // Of another major version nothing can be relied upon.
-  if (orva_api_version() >> 16 != ORVA_API_VERSION >> 16) fail("OrvaClient.dll does not fit");
+  // An older DLL lacks functions; of another major version nothing can be relied upon.
+  if (orva_api_version() >> 16 != ORVA_API_VERSION >> 16 || orva_api_version() < ORVA_API_VERSION)
+    fail("OrvaClient.dll does not fit");
   game = (uint32_t)strtoul(argv[3], NULL, 10);
   area = (uint32_t)strtoul(argv[4], NULL, 10);
   open_session(&s);

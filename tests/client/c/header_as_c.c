@@ -23,6 +23,7 @@ const size_t kSizesInC[] = {sizeof(orva_error),
                             0};
 
 const size_t kOffsetsInC[] = {offsetof(orva_endpoint, trust_any_server),
+                              offsetof(orva_endpoint, push_pipe_name),
                               offsetof(orva_start_request, text),
                               offsetof(orva_start_request, node_selection_length),
                               offsetof(orva_accel_data, text3),
