@@ -17,8 +17,8 @@ struct PipeReader::Reading {
   MessagePipe pipe;
   win32::UniqueKernelHandle ended;  // Manual reset; the system resets it at every start.
   OVERLAPPED operation{};
-  bool pending = false;
-  DWORD code = ERROR_SUCCESS;  // How a read ended that is not pending.
+  bool pending = false;        // The system has, or has had, something to tell of this read.
+  DWORD code = ERROR_SUCCESS;  // How the read ended, or ERROR_IO_PENDING.
   std::array<std::uint8_t, kReadAtOnce> buffer{};
 
   void begin() {
@@ -73,15 +73,17 @@ HANDLE PipeReader::readable() const noexcept {
 Result<bool> PipeReader::take(Bytes& message, const Deadline& deadline, const char* step,
                               HANDLE interrupt) {
   for (;;) {
-    const HANDLE events[] = {reading_->ended.get(), interrupt};
-    const DWORD waited =
-        WaitForMultipleObjects(interrupt == nullptr ? 1 : 2, events, FALSE, deadline.remainingMs());
-    if (waited == WAIT_FAILED) {
-      const DWORD code = GetLastError();
-      return pipeError(step, code);
+    if (reading_->code == ERROR_IO_PENDING) {
+      const HANDLE events[] = {reading_->ended.get(), interrupt};
+      const DWORD waited = WaitForMultipleObjects(interrupt == nullptr ? 1 : 2, events, FALSE,
+                                                  deadline.remainingMs());
+      if (waited == WAIT_FAILED) {
+        const DWORD code = GetLastError();
+        return pipeError(step, code);
+      }
+      if (waited == WAIT_TIMEOUT) return waitEnded(step, ErrorKind::Timeout);
+      if (waited != WAIT_OBJECT_0) return waitEnded(step, ErrorKind::Interrupted);
     }
-    if (waited == WAIT_TIMEOUT) return waitEnded(step, ErrorKind::Timeout);
-    if (waited != WAIT_OBJECT_0) return waitEnded(step, ErrorKind::Interrupted);
     const std::size_t length = reading_->finish();
     // The system ends the reads of a thread that ends.
     if (reading_->code == ERROR_OPERATION_ABORTED) {
