@@ -80,6 +80,8 @@ UINT refuse(const SetupSession& session, const std::wstring& folder) {
       libraryKind(libraryIn(folder)) == LibraryKind::Real) {
     return session.fail(Text::RealLibrary, libraryIn(folder));
   }
+  // Asked again by OrvaSecureFolder, when it matters.
+  if (!isOwnFolder(folder)) return session.fail(Text::ForeignFolder, folder);
   const std::uint64_t neededKb =
       std::wcstoull(session.property(L"ORVANEEDEDKB").c_str(), nullptr, 10);
   if (!hasSpace(folder, neededKb * 1024 + kSpareBytes)) {

@@ -39,8 +39,9 @@ constexpr Texts kTexts[] = {
     {Text::FileInUse, L"This file is in use. Nothing has been changed. ",
      L"此文件正在使用。未做任何更改。"},
     {Text::ForeignFolder,
-     L"This folder was not made by an administrator. Look what is in it, and remove it: ",
-     L"此文件夹不是由管理员创建的。请检查其内容并将其删除："},
+     L"This folder was not made by an administrator. Nothing has been changed. Look what is in it, "
+     L"and remove it: ",
+     L"此文件夹不是由管理员创建的。未做任何更改。请检查其内容并将其删除："},
     {Text::FolderNotSecured, L"The access rights of this cannot be set: ",
      L"无法设置以下项目的访问权限："},
     {Text::NotKept,

@@ -38,6 +38,8 @@ std::string packageName(Package package) {
       return "test-newer-failing";
     case Package::kNewerHuge:
       return "test-newer-huge";
+    case Package::kNewerHugeChinese:
+      return "test-newer-huge-chinese";
   }
   return {};
 }
@@ -84,6 +86,14 @@ std::optional<DWORD> runInstaller(const std::wstring& arguments) {
   DWORD code = 0;
   if (!GetExitCodeProcess(process.get(), &code)) return std::nullopt;
   return code;
+}
+
+int CALLBACK collectErrors(void* texts, UINT type, const wchar_t* text) {
+  if ((type & 0xFF000000U) == static_cast<UINT>(INSTALLMESSAGE_ERROR) && text != nullptr) {
+    *static_cast<std::wstring*>(texts) += text;
+  }
+  // The installer goes on as if nobody had listened.
+  return 0;
 }
 
 // What the installer remembers, in a Windows of our own: quicker than to remove the package, and
@@ -174,6 +184,17 @@ std::string InstalledPackage::log() const {
   std::string text = readFile(logFile());
   std::erase(text, '\0');
   return text;
+}
+
+std::wstring InstalledPackage::errorsOfSetup(Package package) {
+  const std::filesystem::path file = packageFolder() / (packageName(package) + ".msi");
+  std::wstring texts;
+  // Both give what was set before.
+  (void)MsiSetInternalUI(INSTALLUILEVEL_NONE, nullptr);
+  (void)MsiSetExternalUIW(collectErrors, INSTALLLOGMODE_ERROR, &texts);
+  EXPECT_EQ(MsiInstallProductW(file.wstring().c_str(), L""), UINT{ERROR_INSTALL_FAILURE});
+  (void)MsiSetExternalUIW(nullptr, 0, nullptr);
+  return texts;
 }
 
 bool InstalledPackage::runsInstalledService() {

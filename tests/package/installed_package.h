@@ -12,8 +12,8 @@ namespace orva_accelerator::test {
 
 // The newer ones are developer packages of a version far ahead, made for the tests: one that can be
 // installed, one with a step that fails after the files have been replaced and the service
-// registered, one that needs more room than there is.
-enum class Package { kOrdinary, kDeveloper, kNewer, kNewerFailing, kNewerHuge };
+// registered, one that needs more room than there is, and the same for a user who speaks Chinese.
+enum class Package { kOrdinary, kDeveloper, kNewer, kNewerFailing, kNewerHuge, kNewerHugeChinese };
 
 // Relative path of each file below a folder, and its content, or a digest of more than a line.
 using FileTree = std::map<std::string, std::string>;
@@ -33,6 +33,8 @@ class InstalledPackage : public ServiceFixture {
   std::optional<DWORD> uninstall() const;
   // What the last of them has written.
   std::string log() const;
+  // Silently and within this process; the texts of all errors that the installer would show.
+  static std::wstring errorsOfSetup(Package package);
 
   // Whether the process that the manager names is there and executes what is installed, whoever has
   // started it.

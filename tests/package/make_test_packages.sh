@@ -3,7 +3,7 @@
 #
 # Makes newer packages for the tests from what package.sh has left of the developer package: another
 # service, a page more and a page less. One of them has a step that fails after all that changes
-# something, one asks for more room than any disk has.
+# something, one asks for more room than any disk has, in Chinese too.
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/lib/common.sh"
 strict_mode
 cd "$1"
@@ -28,3 +28,8 @@ msibuild test-newer-failing.msi \
   -q "INSERT INTO InstallExecuteSequence (Action, Sequence) VALUES ('TestFails', 4030)"
 cp test-newer.msi test-newer-huge.msi
 msibuild test-newer-huge.msi -q "UPDATE Property SET Value='9000000000000' WHERE Property='ORVANEEDEDKB'"
+cp test-newer-huge.msi test-newer-huge-chinese.msi
+# 51: sets a property; before OrvaPrepare, which reads it. 2052 is Chinese as it is written in China.
+msibuild test-newer-huge-chinese.msi \
+  -q "INSERT INTO CustomAction (Action, Type, Source, Target) VALUES ('TestSpeaksChinese', 51, 'UserLanguageID', '2052')" \
+  -q "INSERT INTO InstallExecuteSequence (Action, Sequence) VALUES ('TestSpeaksChinese', 1005)"
