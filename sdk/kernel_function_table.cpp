@@ -19,11 +19,22 @@ namespace {
 // page, and support staff know both readings.
 constexpr char kMissingFunctionCaption[] = "\xE6\x8F\x90\xE7\xA4\xBA";
 
+// user32.dll is loaded for the box alone: importing it would cost every start of the service half
+// as much again.
+void showMissingFunction(const char* text) {
+  const HMODULE user32 = LoadLibraryExW(L"user32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+  if (user32 == nullptr) return;
+  const auto messageBox = reinterpret_cast<decltype(&MessageBoxA)>(
+      reinterpret_cast<void*>(GetProcAddress(user32, "MessageBoxA")));
+  if (messageBox == nullptr) return;
+  // Whatever became of the box, the process ends.
+  (void)messageBox(nullptr, text, kMissingFunctionCaption, MB_OK);
+}
+
 [[noreturn]] void exitBecauseFunctionIsMissing(const char* name) {
   const std::string text = std::string("dll not found api - \"") + name + "\"";
   OutputDebugStringA(text.c_str());
-  // Whatever became of the box, the process ends.
-  (void)MessageBoxA(nullptr, text.c_str(), kMissingFunctionCaption, MB_OK);
+  showMissingFunction(text.c_str());
   // No second thread gets here: this one keeps the binding's mutex to the end. Other requests still
   // run, see AccelSdkImpl::closeForGood.
   // NOLINTNEXTLINE(concurrency-mt-unsafe)

@@ -44,7 +44,8 @@ void FaultStage::playServiceManager() {
 
 void FaultStage::playSystem() {
   sleep_.replace([this](DWORD milliseconds) { pause(milliseconds); });
-  messageBox_.replace([](HWND, LPCSTR, LPCSTR, UINT) { return IDOK; });
+  // No message box: nobody would close it.
+  user32_.failAllCalls(ERROR_MOD_NOT_FOUND, nullptr);
   beginThread_.works = [this](void* security, unsigned stack, unsigned (*start)(void*),
                               void* argument, unsigned flags, unsigned* id) {
     return beginThread_.callOriginal(security, stack, start, argument, flags, id);

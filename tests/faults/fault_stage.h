@@ -120,7 +120,7 @@ class FaultStage {
   Call<decltype(GetExitCodeProcess)> exitCode_{fault_, "kernel32.dll", "GetExitCodeProcess", FALSE};
 
   ImportHook<decltype(Sleep)> sleep_{"kernel32.dll", "Sleep"};
-  ImportHook<decltype(MessageBoxA)> messageBox_{"user32.dll", "MessageBoxA"};
+  ImportHook<decltype(LoadLibraryExW)> user32_{"kernel32.dll", "LoadLibraryExW"};
 };
 
 }  // namespace orva_accelerator::test

@@ -31,7 +31,7 @@ class ExecutableFile {
     (void)std::fclose(file);  // Only read.
   }
 
-  // The functions imported by name from the three DLLs that the service itself uses.
+  // The functions imported by name, but for those of the C runtime.
   std::set<std::string> imports() const {
     const auto dos = at<IMAGE_DOS_HEADER>(0);
     const auto headers = at<IMAGE_NT_HEADERS>(static_cast<DWORD>(dos.e_lfanew));
@@ -42,7 +42,7 @@ class ExecutableFile {
     for (;; entry += sizeof(IMAGE_IMPORT_DESCRIPTOR)) {
       const auto descriptor = at<IMAGE_IMPORT_DESCRIPTOR>(entry);
       if (descriptor.Name == 0) return names;
-      if (isWatched(textAt(offsetOf(descriptor.Name)))) addNames(descriptor, names);
+      if (!isOfTheCRuntime(textAt(offsetOf(descriptor.Name)))) addNames(descriptor, names);
     }
   }
 
@@ -62,11 +62,9 @@ class ExecutableFile {
     return std::string(begin, std::find(begin, bytes_.end(), '\0'));
   }
 
-  static bool isWatched(const std::string& dll) {
-    for (const char* watched : {"kernel32.dll", "advapi32.dll", "user32.dll"}) {
-      if (_stricmp(dll.c_str(), watched) == 0) return true;
-    }
-    return false;
+  static bool isOfTheCRuntime(const std::string& dll) {
+    return _stricmp(dll.c_str(), "msvcrt.dll") == 0 ||
+           _strnicmp(dll.c_str(), "api-ms-win-crt-", 15) == 0;
   }
 
   void readSections(DWORD headersOffset, const IMAGE_NT_HEADERS& headers) const {

@@ -73,7 +73,7 @@ constexpr OtherImport kOtherServiceImports[] = {
     {"ResetEvent", "for a second start of one server, which the service does not make"},
     {"RemoveDllDirectory", "after a load that failed; the folder is then searched twice"},
     {"FreeLibrary", "for a library that was loaded and not resolved: tests/sdk"},
-    {"MessageBoxA", "shown on the way to the end of the process: tests/sdk, tests/display"},
+    {"LoadLibraryExW", "for a message box on the way to the end of the process: tests/sdk"},
     {"StartServiceCtrlDispatcherW", "before there is a service: failed in tests/service"},
     {"ChangeServiceConfig2W", kRegistration},
     {"ChangeServiceConfigW", kRegistration},

@@ -9,6 +9,7 @@
 #include "sdk/accel_sdk.h"
 #include "tests/support/bounded_wait.h"
 #include "tests/support/fake_kernel.h"
+#include "tests/support/message_box_stand_in.h"
 #include "win32/detached_thread.h"
 
 namespace orva_accelerator::test {
@@ -50,8 +51,7 @@ void goOn(Request request) {
 void initialiseAmongOtherRequests() {
   auto& kernel = *new FakeKernel;  // Outlives everything.
   kernel.remove("Kernel_GetGameCollectNodeDataList");
-  auto& box = *new ImportHook<decltype(MessageBoxA)>("user32.dll", "MessageBoxA");
-  box.replace([](HWND, LPCSTR, LPCSTR, UINT) {
+  (void)new MessageBoxStandIn([](auto...) {
     ++boxes;
     (void)waitUntil([] { return dismissed.load(); });
     return IDOK;

@@ -9,6 +9,7 @@
 #include "sdk/accel_sdk.h"
 #include "sdk/kernel_function_table.h"
 #include "tests/support/fake_kernel.h"
+#include "tests/support/message_box_stand_in.h"
 
 namespace orva_accelerator::test {
 namespace {
@@ -218,8 +219,7 @@ class MissingKernelFunction : public testing::Test {
                    static_cast<unsigned>(kernel.lookedUpFunctions().size()),
                    static_cast<unsigned>(kernel.calls().size()));
     });
-    ImportHook<decltype(MessageBoxA)> box("user32.dll", "MessageBoxA");
-    box.replace([](HWND owner, LPCSTR text, LPCSTR caption, UINT style) {
+    const MessageBoxStandIn box([](HWND owner, LPCSTR text, LPCSTR caption, UINT style) {
       std::fprintf(stderr, "box <%s> caption %sowner %d style %u\n", text, hex(caption).c_str(),
                    owner != nullptr, style);
       (void)std::fflush(stderr);
@@ -262,22 +262,36 @@ TEST_F(MissingKernelFunction, EndsTheProcessAtTheLastNameAfterAHundredSuccessful
 }
 
 TEST_F(MissingKernelFunction, EndsTheProcessWhateverBecomesOfTheMessageBox) {
+  const auto failWith = [](std::function<decltype(MessageBoxA)> show) {
+    FakeKernel kernel;
+    kernel.remove("Kernel_UnInit");
+    const MessageBoxStandIn box(std::move(show));
+    (void)sdk::AccelSdk::Instance().Init({});
+  };
+  EXPECT_EXIT(failWith([](auto...) { return 0; }), testing::ExitedWithCode(kExitCode), "");
+  EXPECT_EXIT(failWith(nullptr), testing::ExitedWithCode(kExitCode), "");
+}
+
+TEST_F(MissingKernelFunction, EndsTheProcessWhereThereAreNoMessageBoxes) {
   const auto fail = [] {
     FakeKernel kernel;
     kernel.remove("Kernel_UnInit");
-    ImportHook<decltype(MessageBoxA)> box("user32.dll", "MessageBoxA");
-    box.failAllCalls(ERROR_NOT_ENOUGH_MEMORY, 0);
+    ImportHook<decltype(LoadLibraryExW)> loading("kernel32.dll", "LoadLibraryExW");
+    loading.replace([](LPCWSTR name, HANDLE, DWORD flags) -> HMODULE {
+      std::fprintf(stderr, "loaded %ls with %lX\n", name, flags);
+      (void)std::fflush(stderr);
+      return nullptr;
+    });
     (void)sdk::AccelSdk::Instance().Init({});
   };
-  EXPECT_EXIT(fail(), testing::ExitedWithCode(kExitCode), "");
+  EXPECT_EXIT(fail(), testing::ExitedWithCode(kExitCode), EndsWith("loaded user32.dll with 800\n"));
 }
 
 TEST_F(MissingKernelFunction, FreesTheLibraryOnTheWayOut) {
   const auto reportFreeing = [] {
     FakeKernel kernel;
     kernel.remove("Kernel_SetLogDir");
-    ImportHook<decltype(MessageBoxA)> box("user32.dll", "MessageBoxA");
-    box.replace([](HWND, LPCSTR, LPCSTR, UINT) { return IDOK; });
+    const MessageBoxStandIn box([](auto...) { return IDOK; });
     ImportHook<decltype(FreeLibrary)> freeing("kernel32.dll", "FreeLibrary");
     freeing.observe([module = kernel.module()](HMODULE freed) {
       if (freed == module) std::fprintf(stderr, "freed\n");
