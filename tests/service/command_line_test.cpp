@@ -36,17 +36,16 @@ Outcome run(std::vector<const wchar_t*> arguments) {
   return {exitCode, testing::internal::GetCapturedStdout()};
 }
 
-// Takes the place of the dispatcher; with `error`, as for a program that nobody started as a
-// service.
+// Takes the place of the dispatcher, which answers `result` and leaves `error`.
 class FakeDispatcher {
  public:
-  explicit FakeDispatcher(DWORD error) {
-    dispatch_.replace([this, error](const SERVICE_TABLE_ENTRYW* table) -> BOOL {
+  explicit FakeDispatcher(BOOL result, DWORD error = ERROR_SUCCESS) {
+    dispatch_.replace([this, result, error](const SERVICE_TABLE_ENTRYW* table) -> BOOL {
       names.push_back(table[0].lpServiceName);
       entryIsServiceMain = table[0].lpServiceProc == serviceMain;
       tableEnds = table[1].lpServiceName == nullptr && table[1].lpServiceProc == nullptr;
       SetLastError(error);
-      return error == 0;
+      return result;
     });
   }
 
@@ -60,23 +59,32 @@ class FakeDispatcher {
 };
 
 TEST(CommandLine, RunsTheServiceWithoutAnArgument) {
-  FakeDispatcher dispatcher(0);
+  FakeDispatcher dispatcher(TRUE, ERROR_IO_PENDING);
   EXPECT_EQ(run({}), (Outcome{0, ""}));
   EXPECT_THAT(dispatcher.names, ElementsAre(L"OrvaAcceleratorService"));
   EXPECT_TRUE(dispatcher.entryIsServiceMain);
   EXPECT_TRUE(dispatcher.tableEnds);
 }
 
-TEST(CommandLine, PrintsTheErrorWhenNobodyStartedItAsAService) {
-  FakeDispatcher dispatcher(ERROR_FAILED_SERVICE_CONTROLLER_CONNECT);
-  EXPECT_EQ(run({}), (Outcome{1, "StartServiceCtrlDispatcherW failed: 1063\n"}));
+TEST(CommandLine, PrintsWhateverErrorTheDispatcherFailsWith) {
+  const std::pair<DWORD, const char*> errors[] = {{ERROR_FAILED_SERVICE_CONTROLLER_CONNECT, "1063"},
+                                                  {ERROR_SERVICE_ALREADY_RUNNING, "1056"},
+                                                  {0x80070005, "-2147024891"},
+                                                  {ERROR_SUCCESS, "0"}};
+  for (const auto& [error, shown] : errors) {
+    FakeDispatcher dispatcher(FALSE, error);
+    EXPECT_EQ(run({}),
+              (Outcome{1, std::string("StartServiceCtrlDispatcherW failed: ") + shown + "\n"}));
+  }
 }
 
 TEST(CommandLine, RunsTheServiceForAnythingThatIsNoCommandWord) {
   FakeServiceManager manager;
   for (const wchar_t* word : {L"start", L"INSTALL", L"Install", L"install ", L" install", L"instal",
-                              L"installs", L"", L"/install", L"--update"}) {
-    FakeDispatcher dispatcher(ERROR_FAILED_SERVICE_CONTROLLER_CONNECT);
+                              L"installs", L"", L"/install", L"--update",
+                              // Equal to a command word for a reader, and for some comparisons.
+                              L"in\u00ADstall", L"install\u200B", L"\uFF49nstall"}) {
+    FakeDispatcher dispatcher(FALSE, ERROR_FAILED_SERVICE_CONTROLLER_CONNECT);
     EXPECT_EQ(run({word}), (Outcome{1, "StartServiceCtrlDispatcherW failed: 1063\n"}));
     EXPECT_EQ(dispatcher.names.size(), 1u);
   }
@@ -85,17 +93,25 @@ TEST(CommandLine, RunsTheServiceForAnythingThatIsNoCommandWord) {
 
 TEST(CommandLine, LooksAtTheFirstArgumentAlone) {
   FakeServiceManager manager;
-  FakeDispatcher dispatcher(0);
+  FakeDispatcher dispatcher(TRUE);
   EXPECT_EQ(run({L"nothing", L"install"}), (Outcome{0, ""}));
   EXPECT_THAT(manager.calls(), IsEmpty());
   EXPECT_EQ(run({L"uninstall", L"install"}), (Outcome{0, "Service uninstalled successfully.\n"}));
   EXPECT_EQ(dispatcher.names.size(), 1u);
 }
 
+TEST(CommandLine, LooksAtNoMoreArgumentsThanThereAre) {
+  FakeServiceManager manager;
+  FakeDispatcher dispatcher(TRUE);
+  const wchar_t* const arguments[] = {L"OrvaAcceleratorService.exe", L"uninstall"};
+  for (const int count : {0, 1}) EXPECT_EQ(runCommandLine(count, arguments), 0);
+  EXPECT_THAT(manager.calls(), IsEmpty());
+}
+
 // A fault of the service, or of the library in it, is reported as that of any program.
 TEST(CommandLine, LeavesTheErrorModeAsItIsForTheService) {
   ImportHook<decltype(SetErrorMode)> setErrorMode("kernel32.dll", "SetErrorMode");
-  FakeDispatcher dispatcher(0);
+  FakeDispatcher dispatcher(TRUE);
   EXPECT_EQ(run({}), (Outcome{0, ""}));
   EXPECT_EQ(setErrorMode.callCount(), 0u);
 }
@@ -108,6 +124,15 @@ TEST(CommandLine, InstallsTheRunningExecutable) {
   EXPECT_THAT(manager.calls()[3],
               StartsWith("CreateServiceW(manager1, \"OrvaAcceleratorService\", "));
   EXPECT_THAT(manager.calls()[3], testing::HasSubstr("\"C:\\Game\\OrvaAcceleratorService.exe\""));
+}
+
+TEST(CommandLine, InstallsAPathThatTakesAllItsRoomOrIsCutToIt) {
+  for (const std::size_t length : {259U, 300U}) {
+    FakeServiceManager manager;
+    manager.ownPath = std::wstring(length, L'x');
+    EXPECT_EQ(run({L"install"}), (Outcome{0, ""}));
+    EXPECT_THAT(manager.calls(), Contains("GetFileAttributesW(\"" + std::string(259, 'x') + "\")"));
+  }
 }
 
 TEST(CommandLine, ReinstallsTheRunningExecutable) {
@@ -129,10 +154,25 @@ TEST(CommandLine, EndsWithOneAndSaysNothingWhenItsOwnPathCannotBeHad) {
   }
 }
 
+// A system call that fails, and what its command ends with.
+struct Refusal {
+  const char* function;
+  DWORD error;
+  int result;
+  const char* reason = "";
+  int call = 1;
+};
+
 TEST(CommandLine, SaysNothingWhenInstallingFails) {
-  FakeServiceManager manager;
-  manager.fail("CreateServiceW", ERROR_SERVICE_MARKED_FOR_DELETE);
-  EXPECT_EQ(run({L"install"}), (Outcome{1072, ""}));
+  for (const Refusal& refusal : {
+           Refusal{"GetFileAttributesW", ERROR_FILE_NOT_FOUND, -1},
+           Refusal{"CreateServiceW", ERROR_SERVICE_MARKED_FOR_DELETE, 1072},
+           Refusal{"SetServiceObjectSecurity", ERROR_ACCESS_DENIED, -6},
+       }) {
+    FakeServiceManager manager;
+    manager.fail(refusal.function, refusal.error);
+    EXPECT_EQ(run({L"install"}), (Outcome{refusal.result, ""}));
+  }
 }
 
 TEST(CommandLine, SaysNothingWhenReinstallingFails) {
@@ -142,21 +182,23 @@ TEST(CommandLine, SaysNothingWhenReinstallingFails) {
   EXPECT_EQ(run({L"reinstall"}), (Outcome{-3, ""}));
 }
 
-TEST(CommandLine, PrintsTheOutcomeOfUninstalling) {
-  {
+TEST(CommandLine, PrintsThatTheServiceWasUninstalled) {
+  FakeServiceManager manager;
+  EXPECT_EQ(run({L"uninstall"}), (Outcome{0, "Service uninstalled successfully.\n"}));
+}
+
+TEST(CommandLine, PrintsTheResultWhenUninstallingFails) {
+  for (const Refusal& refusal : {
+           Refusal{"OpenSCManagerW", ERROR_ACCESS_DENIED, 5},
+           Refusal{"OpenServiceW", ERROR_SERVICE_DOES_NOT_EXIST, 1060},
+           Refusal{"DeleteService", ERROR_SERVICE_MARKED_FOR_DELETE, 1072},
+           Refusal{"DeleteService", 0, -3},
+       }) {
     FakeServiceManager manager;
-    EXPECT_EQ(run({L"uninstall"}), (Outcome{0, "Service uninstalled successfully.\n"}));
-  }
-  {
-    FakeServiceManager manager;
-    manager.fail("OpenServiceW", ERROR_SERVICE_DOES_NOT_EXIST);
+    manager.fail(refusal.function, refusal.error);
     EXPECT_EQ(run({L"uninstall"}),
-              (Outcome{1060, "Failed to uninstall service, error code: 1060\n"}));
-  }
-  {
-    FakeServiceManager manager;
-    manager.fail("DeleteService", 0);
-    EXPECT_EQ(run({L"uninstall"}), (Outcome{-3, "Failed to uninstall service, error code: -3\n"}));
+              (Outcome{refusal.result, "Failed to uninstall service, error code: " +
+                                           std::to_string(refusal.result) + "\n"}));
   }
 }
 
@@ -165,38 +207,22 @@ TEST(CommandLine, PrintsThatThePathWasUpdated) {
   EXPECT_EQ(run({L"update"}), (Outcome{0, "Service path updated successfully.\n"}));
 }
 
-TEST(CommandLine, PrintsThatThereIsNothingToUpdate) {
-  FakeServiceManager manager;
-  manager.fail("OpenServiceW", ERROR_SERVICE_DOES_NOT_EXIST);
-  EXPECT_EQ(
-      run({L"update"}),
-      (Outcome{-1, "Failed to update service path: Service not installed (error code: -1)\n"}));
-}
-
-TEST(CommandLine, PrintsThatTheServiceCannotBeOpened) {
-  FakeServiceManager manager;
-  manager.fail("OpenServiceW", ERROR_ACCESS_DENIED, 2);
-  EXPECT_EQ(
-      run({L"update"}),
-      (Outcome{-2, "Failed to update service path: Failed to open service (error code: -2)\n"}));
-}
-
-TEST(CommandLine, PrintsThatThePathCannotBeChanged) {
-  FakeServiceManager manager;
-  manager.fail("ChangeServiceConfigW", ERROR_ACCESS_DENIED);
-  EXPECT_EQ(run({L"update"}),
-            (Outcome{-3,
-                     "Failed to update service path: Failed to update service config (error code: "
-                     "-3)\n"}));
-}
-
-TEST(CommandLine, PrintsThatAnotherPathIsRegistered) {
-  FakeServiceManager manager;
-  manager.registeredPath = L"C:\\Game\\Other.exe";
-  EXPECT_EQ(
-      run({L"update"}),
-      (Outcome{-4,
-               "Failed to update service path: Update verification failed (error code: -4)\n"}));
+TEST(CommandLine, PrintsReasonAndResultWhenUpdatingFails) {
+  for (const Refusal& refusal : {
+           Refusal{"OpenServiceW", ERROR_SERVICE_DOES_NOT_EXIST, -1, "Service not installed"},
+           Refusal{"OpenServiceW", ERROR_ACCESS_DENIED, -2, "Failed to open service", 2},
+           Refusal{"ChangeServiceConfigW", ERROR_ACCESS_DENIED, -3,
+                   "Failed to update service config"},
+           // The path goes on empty, and is not the registered one.
+           Refusal{"GetModuleFileNameW", ERROR_INVALID_HANDLE, -4, "Update verification failed"},
+       }) {
+    FakeServiceManager manager;
+    manager.fail(refusal.function, refusal.error, refusal.call);
+    EXPECT_EQ(
+        run({L"update"}),
+        (Outcome{refusal.result, std::string("Failed to update service path: ") + refusal.reason +
+                                     " (error code: " + std::to_string(refusal.result) + ")\n"}));
+  }
 }
 
 TEST(UpdateFailureReason, IsUnknownForAnyOtherResult) {

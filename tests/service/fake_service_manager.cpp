@@ -128,9 +128,8 @@ void FakeServiceManager::answerServiceCalls() {
       [this](SC_HANDLE service) -> BOOL { return record("DeleteService", {nameOf(service)}); });
   controlService_.replace(
       [this](SC_HANDLE service, DWORD control, LPSERVICE_STATUS status) -> BOOL {
-        if (!record("ControlService", {nameOf(service), hex(control)})) return FALSE;
-        status->dwCurrentState = stateAfterStop;
-        return TRUE;
+        status->dwCurrentState = stateAfterStop;  // Also when it fails, as the system does.
+        return record("ControlService", {nameOf(service), hex(control)});
       });
   queryStatus_.replace([this](SC_HANDLE service, LPSERVICE_STATUS status) -> BOOL {
     const DWORD state = nextState();
@@ -144,6 +143,7 @@ void FakeServiceManager::answerConfigurationCalls() {
   queryConfig_.replace([this](SC_HANDLE service, QUERY_SERVICE_CONFIGW* config, DWORD size,
                               LPDWORD needed) -> BOOL {
     const bool sizeQuery = config == nullptr;
+    if (!sizeQuery) configuration = config;
     const bool answered = record("QueryServiceConfigW", {nameOf(service), nullOr(config, "buffer"),
                                                          sizeQuery ? hex(size) : "size"});
     return answered ? answerConfiguration(config, size, needed) : FALSE;
@@ -181,7 +181,6 @@ BOOL FakeServiceManager::answerConfiguration(QUERY_SERVICE_CONFIGW* config, DWOR
     SetLastError(ERROR_INSUFFICIENT_BUFFER);
     return FALSE;
   }
-  configuration = config;
   config->lpBinaryPathName = reinterpret_cast<wchar_t*>(config + 1);
   std::memcpy(config->lpBinaryPathName, registeredPath.c_str(), pathBytes);
   return TRUE;
@@ -211,8 +210,7 @@ void FakeServiceManager::answerSecurityCalls() {
 
 void FakeServiceManager::answerOtherCalls() {
   getFileAttributes_.replace([this](LPCWSTR path) -> DWORD {
-    return record("GetFileAttributesW", {quoted(path)}) ? FILE_ATTRIBUTE_ARCHIVE
-                                                        : INVALID_FILE_ATTRIBUTES;
+    return record("GetFileAttributesW", {quoted(path)}) ? attributes : INVALID_FILE_ATTRIBUTES;
   });
   getModuleFileName_.replace([this](HMODULE module, LPWSTR path, DWORD capacity) -> DWORD {
     if (!record("GetModuleFileNameW", {nullOr(module, "module"), hex(capacity)})) return 0;

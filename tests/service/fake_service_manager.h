@@ -33,6 +33,8 @@ class FakeServiceManager {
   // Handles and descriptors that were handed out and not given back.
   std::vector<std::string> leaks() const;
 
+  // What is found at the path that is to be installed.
+  DWORD attributes = FILE_ATTRIBUTE_ARCHIVE;
   // What the executable's own path is.
   std::wstring ownPath = L"C:\\Game\\OrvaAcceleratorService.exe";
   // The path in the registration, which the configuration query answers.
@@ -44,7 +46,7 @@ class FakeServiceManager {
   // which it ends; 0 for a query that succeeds.
   std::optional<DWORD> reportedSize;
   DWORD sizeQueryError = ERROR_INSUFFICIENT_BUFFER;
-  // Where the configuration was last written to.
+  // The buffer that the configuration was last to be written to.
   const void* configuration = nullptr;
 
  private:

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <thread>
+#include <utility>
 
 #include "service/service_host.h"
 
@@ -17,6 +18,10 @@ std::string narrow(const wchar_t* ascii) {
   for (; *ascii != L'\0'; ++ascii) text.push_back(static_cast<char>(*ascii));
   return text;
 }
+
+// The one action that is waited for, and the line that brings it about.
+std::string awaitedLine;
+std::function<void()> awaitedAction;
 
 std::string text(const SERVICE_STATUS& status) {
   char line[128] = {};
@@ -41,6 +46,12 @@ void HostStage::say(const std::string& line) {
   // A line that is missing fails the test.
   (void)std::fputs((line + "\n").c_str(), stderr);
   (void)std::fflush(stderr);
+  if (awaitedAction && line == awaitedLine) std::exchange(awaitedAction, nullptr)();
+}
+
+void HostStage::inside(std::string line, std::function<void()> action) {
+  awaitedLine = std::move(line);
+  awaitedAction = std::move(action);
 }
 
 void HostStage::returned() {
@@ -59,10 +70,10 @@ void HostStage::answerManager() {
         (handler == serviceControlHandler ? "serviceControlHandler)" : "another handler)"));
     return registers_ ? kStatusHandle : nullptr;
   });
-  report_.replace([](SERVICE_STATUS_HANDLE handle, LPSERVICE_STATUS status) -> BOOL {
+  report_.replace([this](SERVICE_STATUS_HANDLE handle, LPSERVICE_STATUS status) -> BOOL {
     say(std::string("SetServiceStatus(") +
         (handle == kStatusHandle ? "status handle, " : "another handle, ") + text(*status) + ")");
-    return TRUE;
+    return takesReports_;
   });
   priority_.replace([this](HANDLE process, DWORD priority) -> BOOL {
     say(std::string("SetPriorityClass(") +

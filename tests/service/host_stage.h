@@ -31,12 +31,15 @@ class HostStage {
   void onWaits(std::vector<Wait> waits) { waits_ = std::move(waits); }
   void refuseRegistration() { registers_ = false; }
   void refusePriority() { raisesPriority_ = false; }
+  void refuseReports() { takesReports_ = false; }
   // The event that fails to be created, counted from 1: the service's own is the first one of a
   // run, the server's the second one.
   void refuseEvent(int number) { refusedEvent_ = number; }
   // What happens just before the server's event is created.
   void onServerEvent(std::function<void()> action) { onServerEvent_ = std::move(action); }
   void showPipeNames() { showsPipeNames_ = true; }
+  // What happens inside the next call that writes this line, once, before the call goes on.
+  void inside(std::string line, std::function<void()> action);
 
   // Both pipes have been tried.
   bool triedBothPipes() const { return pipes_.callCount() >= 2; }
@@ -67,6 +70,7 @@ class HostStage {
   std::size_t waited_ = 0;
   bool registers_ = true;
   bool raisesPriority_ = true;
+  bool takesReports_ = true;
   bool showsPipeNames_ = false;
   int refusedEvent_ = 0;
   std::function<void()> onServerEvent_;

@@ -41,6 +41,12 @@ TEST(InstallService, ReturnsMinusOneWithoutTouchingTheManagerWhenThePathDoesNotE
   EXPECT_THAT(manager.calls(), ElementsAreArray(joined({lookForPath()})));
 }
 
+TEST(InstallService, AsksOnlyWhetherThePathExists) {
+  FakeServiceManager manager;
+  manager.attributes = FILE_ATTRIBUTE_DIRECTORY;
+  EXPECT_EQ(installService(kInstalledPath), 0);
+}
+
 TEST(InstallService, SucceedsWhenTheDescriptionIsRefused) {
   FakeServiceManager manager;
   manager.fail("ChangeServiceConfig2W", ERROR_ACCESS_DENIED);
@@ -84,6 +90,10 @@ const RefusedInstall kRefusedInstalls[] = {
     {"CreationFails",
      {{"CreateServiceW", ERROR_SERVICE_MARKED_FOR_DELETE}},
      1072,
+     {lookForPath(), openForCreation(), create(), close("manager")}},
+    {"NameIsAnothersDisplayName",
+     {{"CreateServiceW", ERROR_DUPLICATE_SERVICE_NAME}},
+     1078,
      {lookForPath(), openForCreation(), create(), close("manager")}},
     {"CreationFailsWithoutError",
      {{"CreateServiceW", 0}},
@@ -148,6 +158,18 @@ TEST(ReinstallService, InstallsAfterTenAttemptsWhenTheRegistrationDoesNotGo) {
   EXPECT_THAT(manager.leaks(), IsEmpty());
 }
 
+TEST(ReinstallService, TakesAnyRefusedQuestionForAnAnswerThatTheRegistrationIsGone) {
+  const std::pair<const char*, int> questions[] = {
+      {"OpenSCManagerW", 3}, {"OpenServiceW", 3}, {"QueryServiceStatus", 2}};
+  for (const auto& [function, call] : questions) {
+    FakeServiceManager manager;
+    manager.stateAfterStop = SERVICE_STOPPED;
+    manager.fail(function, ERROR_ACCESS_DENIED, call);
+    EXPECT_EQ(reinstallService(kInstalledPath), 0);
+    EXPECT_EQ(manager.count("Sleep"), 1) << function;
+  }
+}
+
 TEST(ReinstallService, WaitsForTheServiceToStopAsUninstallingDoes) {
   FakeServiceManager manager;
   manager.states = {SERVICE_RUNNING, SERVICE_STOP_PENDING};
@@ -185,6 +207,7 @@ const RefusedReinstall kRefusedReinstalls[] = {
     {"ManagerNotOpenedWithoutError", "OpenSCManagerW", 2, 0, -1},
     {"ServiceNotOpened", "OpenServiceW", 2, ERROR_ACCESS_DENIED, 5},
     {"ServiceNotOpenedWithoutError", "OpenServiceW", 2, 0, -1},
+    {"ServiceGoneMeanwhile", "OpenServiceW", 2, ERROR_SERVICE_DOES_NOT_EXIST, 1060},
     {"DeletionFails", "DeleteService", 1, ERROR_SERVICE_MARKED_FOR_DELETE, 1072},
     {"DeletionFailsWithoutError", "DeleteService", 1, 0, -3},
 };

@@ -57,11 +57,15 @@ TEST(UpdateServicePath, IgnoresAPrefixOfTheNewPathToo) {
 }
 
 TEST(UpdateServicePath, SucceedsWhenReadingTheConfigurationBackFails) {
-  FakeServiceManager manager;
-  manager.fail("QueryServiceConfigW", ERROR_ACCESS_DENIED);
-  EXPECT_EQ(updateServicePath(), 0);
-  EXPECT_EQ(manager.count("CompareStringOrdinal"), 0);
-  EXPECT_THAT(manager.leaks(), IsEmpty());
+  const std::pair<const char*, int> calls[] = {
+      {"OpenSCManagerW", 3}, {"OpenServiceW", 3}, {"QueryServiceConfigW", 1}};
+  for (const auto& [function, call] : calls) {
+    FakeServiceManager manager;
+    manager.fail(function, ERROR_SERVICE_DOES_NOT_EXIST, call);
+    EXPECT_EQ(updateServicePath(), 0) << function;
+    EXPECT_EQ(manager.count("CompareStringOrdinal"), 0);
+    EXPECT_THAT(manager.leaks(), IsEmpty());
+  }
 }
 
 TEST(UpdateServicePath, ReturnsMinusFourWhenAnotherPathIsRegisteredAfterwards) {
@@ -76,6 +80,13 @@ TEST(UpdateServicePath, ReturnsMinusFourWhenAnotherPathIsRegisteredAfterwards) {
   }
 }
 
+TEST(UpdateServicePath, ReturnsMinusFourForTheLongFormOfAPathInTheNetwork) {
+  FakeServiceManager manager;
+  manager.ownPath = L"\\\\server\\Game\\OrvaAcceleratorService.exe";
+  manager.registeredPath = L"\\\\?\\UNC\\server\\Game\\OrvaAcceleratorService.exe";
+  EXPECT_EQ(updateServicePath(), -4);
+}
+
 TEST(UpdateServicePath, ReturnsMinusFourWhenTheComparisonFails) {
   FakeServiceManager manager;
   manager.fail("CompareStringOrdinal", ERROR_INVALID_PARAMETER);
@@ -83,13 +94,16 @@ TEST(UpdateServicePath, ReturnsMinusFourWhenTheComparisonFails) {
 }
 
 // A block of this size is given back to the system when it is freed.
-TEST(UpdateServicePath, FreesTheConfigurationThatItRead) {
-  FakeServiceManager manager;
-  manager.reportedSize = 64 * 1024 * 1024;
-  EXPECT_EQ(updateServicePath(), 0);
-  MEMORY_BASIC_INFORMATION memory = {};
-  ASSERT_NE(VirtualQuery(manager.configuration, &memory, sizeof memory), 0u);
-  EXPECT_NE(memory.State, DWORD{MEM_COMMIT});
+TEST(UpdateServicePath, FreesTheConfigurationThatItReadOrCouldNotRead) {
+  for (const bool answered : {true, false}) {
+    FakeServiceManager manager;
+    manager.reportedSize = 64 * 1024 * 1024;
+    if (!answered) manager.fail("QueryServiceConfigW", ERROR_ACCESS_DENIED, 2);
+    EXPECT_EQ(updateServicePath(), 0);
+    MEMORY_BASIC_INFORMATION memory = {};
+    ASSERT_NE(VirtualQuery(manager.configuration, &memory, sizeof memory), 0u);
+    EXPECT_NE(memory.State, DWORD{MEM_COMMIT}) << answered;
+  }
 }
 
 TEST(UpdateServicePath, CutsAPathThatIsTooLong) {
@@ -150,6 +164,12 @@ const RefusedUpdate kRefusedUpdates[] = {
      "ChangeServiceConfigW",
      1,
      ERROR_ACCESS_DENIED,
+     -3,
+     {installedQuestion(), kTakeOwnPath, kOpenToChange, kChange, closeBoth(2, 2)}},
+    {"ChangeFailsForADeletedRegistration",
+     "ChangeServiceConfigW",
+     1,
+     ERROR_SERVICE_MARKED_FOR_DELETE,
      -3,
      {installedQuestion(), kTakeOwnPath, kOpenToChange, kChange, closeBoth(2, 2)}},
 };

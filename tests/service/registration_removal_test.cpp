@@ -27,12 +27,16 @@ Calls polls(int count) {
   return calls;
 }
 
-TEST(UninstallService, DeletesAtOnceWhenTheServiceIsStopped) {
-  FakeServiceManager manager;
-  manager.fail("ControlService", ERROR_SERVICE_NOT_ACTIVE);
-  EXPECT_EQ(uninstallService(), 0);
-  EXPECT_THAT(manager.calls(), ElementsAreArray(joined({kOpen, kStop, kDelete})));
-  EXPECT_THAT(manager.leaks(), IsEmpty());
+// Also when it is stopping already, and the failed control says so.
+TEST(UninstallService, DeletesAtOnceWhenTheStopControlFails) {
+  for (const int error : {ERROR_SERVICE_NOT_ACTIVE, ERROR_SERVICE_CANNOT_ACCEPT_CTRL,
+                          ERROR_SERVICE_REQUEST_TIMEOUT}) {
+    FakeServiceManager manager;
+    manager.fail("ControlService", static_cast<DWORD>(error));
+    EXPECT_EQ(uninstallService(), 0);
+    EXPECT_THAT(manager.calls(), ElementsAreArray(joined({kOpen, kStop, kDelete}))) << error;
+    EXPECT_THAT(manager.leaks(), IsEmpty());
+  }
 }
 
 TEST(UninstallService, StopsARunningServiceAndPollsTwentyTimesBeforeItDeletes) {
@@ -59,11 +63,14 @@ TEST(UninstallService, PollsOnInEveryStateButStopped) {
   EXPECT_THAT(manager.calls(), ElementsAreArray(joined({kOpen, kStop, polls(7), kDelete})));
 }
 
-TEST(UninstallService, PollsOnWhenAQueryFails) {
+// As all of them do where rights are enforced.
+TEST(UninstallService, PollsOnWhenQueriesFail) {
   FakeServiceManager manager;
-  manager.fail("QueryServiceStatus", ERROR_ACCESS_DENIED, 1);
+  for (int query = 1; query <= 20; ++query) {
+    manager.fail("QueryServiceStatus", ERROR_ACCESS_DENIED, query);
+  }
   EXPECT_EQ(uninstallService(), 0);
-  EXPECT_THAT(manager.calls(), ElementsAreArray(joined({kOpen, kStop, polls(2), kDelete})));
+  EXPECT_THAT(manager.calls(), ElementsAreArray(joined({kOpen, kStop, polls(20), kDelete})));
 }
 
 TEST(UninstallService, PollsAServiceThatStillRunsAfterTheStopControl) {

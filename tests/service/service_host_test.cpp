@@ -5,10 +5,13 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
+#include <exception>
 
+#include "ipc/wire/pipe_names.h"
 #include "tests/service/host_stage.h"
 #include "tests/support/bounded_wait.h"
 #include "tests/support/pipe_server_inspector.h"
+#include "tests/support/thread_shortage.h"
 
 namespace orva_accelerator::service {
 
@@ -16,6 +19,10 @@ class ServiceHostInspector {
  public:
   static ipc::PipeServer* owned() { return ServiceHost::instance().pipeServerOwner.get(); }
   static ipc::PipeServer* watched() { return ServiceHost::instance().pipeServer; }
+  static std::string status() {
+    const auto& status = ServiceHost::instance().serviceStatus;
+    return std::to_string(status.state) + ", " + std::to_string(status.waitHintMs);
+  }
 };
 
 }  // namespace orva_accelerator::service
@@ -112,6 +119,7 @@ TEST(ServiceMain, ReportsStoppedAndReturnsWhenItsEventCannotBeCreated) {
         HostStage stage;
         stage.refuseEvent(1);
         serviceMain(0, nullptr);
+        if (ServiceHostInspector::owned() != nullptr) HostStage::say("there is a server");
         HostStage::returned();
       },
       ExitedWithCode(HostStage::kReturned),
@@ -166,6 +174,30 @@ TEST(ServiceMain, ReportsRunningWithoutTheWaitHintOfAStopThatCameEarly) {
                         kWaits, kTakesTheServerDown})));
 }
 
+// Whatever name the manager passes on.
+TEST(ServiceMain, DoesNotLookAtItsArguments) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.onWaits({returns(WAIT_OBJECT_0)});
+        std::wstring name = L"AnotherService";
+        wchar_t* arguments[] = {name.data()};
+        serviceMain(1, arguments);
+      },
+      ExitedWithCode(kTerminated), StartsWith(joined({kComesUp, kWaits, kTakesTheServerDown})));
+}
+
+TEST(ServiceMain, EndsTheProcessWhenTheServerHasNoThreads) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        const orva_accelerator::test::ThreadShortage shortage;
+        []() noexcept { serviceMain(0, nullptr); }();
+        HostStage::returned();
+      },
+      ExitedWithCode(kTerminated), Not(reportsStopped()));
+}
+
 TEST(ServiceMain, StopsAndDestroysTheServerAndEndsTheProcessThereOnAStop) {
   EXPECT_EXIT(
       {
@@ -188,6 +220,36 @@ TEST(ServiceMain, TakesAShutdownAsAStop) {
       ExitedWithCode(kTerminated),
       AllOf(StartsWith(joined({kComesUp, kWaits, kTakesTheStop, kWaits, kTakesTheServerDown})),
             Not(reportsStopped())));
+}
+
+TEST(ServiceMain, ReportsEveryStopAlike) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.onWaits({timesOutAfter([] {
+          HostStage::control(SERVICE_CONTROL_STOP);
+          HostStage::control(SERVICE_CONTROL_STOP);
+          HostStage::control(SERVICE_CONTROL_SHUTDOWN);
+        })});
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(kTerminated),
+      StartsWith(joined({kComesUp, kWaits, kTakesTheStop, kTakesTheStop, kTakesTheStop, kWaits,
+                         kTakesTheServerDown})));
+}
+
+TEST(ServiceMain, LetsGoOfTheServerBeforeItDestroysIt) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.onWaits({returns(WAIT_OBJECT_0)});
+        std::set_terminate([] {
+          if (ServiceHostInspector::watched() == nullptr) HostStage::returned();
+          std::abort();
+        });
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(HostStage::kReturned), HasSubstr(kTakesTheServerDown));
 }
 
 TEST(ServiceMain, WaitsAgainAfterATimeOutAndAfterAFailedWait) {
@@ -216,6 +278,18 @@ TEST(ServiceMain, EndsWithoutStopPendingWhenTheServerStopsRunning) {
           Not(HasSubstr("SetServiceStatus(status handle, {16, 3,"))));
 }
 
+TEST(ServiceMain, DoesNotWaitForAServerThatHasStoppedAlready) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.inside("SetPriorityClass(this process, 128)",
+                     [] { currentPipeServer.load()->stop(); });
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(kTerminated),
+      StartsWith(joined({kComesUp, "SetEvent(server's event)\n", kTakesTheServerDown})));
+}
+
 TEST(ServiceMain, ReportsStoppedClosesItsEventAndExitsWhenDestructionReturns) {
   EXPECT_EXIT(
       {
@@ -235,11 +309,12 @@ TEST(ServiceMain, ReportsStoppedClosesItsEventAndExitsWhenDestructionReturns) {
                          "exit handlers run\n"})));
 }
 
-TEST(ServiceMain, RunsOnWhenItsPriorityCannotBeRaised) {
+TEST(ServiceMain, RunsOnWhenItsPriorityCannotBeRaisedAndItsReportsAreRefused) {
   EXPECT_EXIT(
       {
         HostStage stage;
         stage.refusePriority();
+        stage.refuseReports();
         stage.onWaits({returns(WAIT_OBJECT_0)});
         serviceMain(0, nullptr);
       },
@@ -252,14 +327,18 @@ TEST(ServiceMain, StartsTheServerOnTheTwoPipes) {
         HostStage stage;
         stage.showPipeNames();
         stage.onWaits({[&stage]() -> DWORD {
-          return waitUntil([&stage] { return stage.triedBothPipes(); }) ? WAIT_OBJECT_0
-                                                                        : WAIT_TIMEOUT;
+          const bool tried = waitUntil([&stage] { return stage.triedBothPipes(); });
+          const ipc::PipeServerInspector server(*currentPipeServer.load());
+          const bool inOrder = server.requestPipeName() == ipc::kRequestPipeName;
+          HostStage::say(tried && inOrder ? "each for its own" : "otherwise");
+          return WAIT_OBJECT_0;
         }});
         serviceMain(0, nullptr);
       },
       ExitedWithCode(kTerminated),
       AllOf(HasSubstr("pipe \\\\.\\pipe\\OrvaAccelerator_Request\n"),
-            HasSubstr("pipe \\\\.\\pipe\\OrvaAccelerator_Push\n")));
+            HasSubstr("pipe \\\\.\\pipe\\OrvaAccelerator_Push\n"),
+            HasSubstr("each for its own\n")));
 }
 
 TEST(ServiceMain, PutsANewServerInPlaceOfOneThatDidNotStartWhenItRunsAgain) {
@@ -304,6 +383,18 @@ TEST(ServiceControlHandler, ReportsNothingForAnyOtherControl) {
     }
   }
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(ServiceControlHandler, EntersTheStateBeforeItSignals) {
+  EXPECT_EXIT(
+      {
+        HostStage stage;
+        stage.inside("SetEvent(service's event)",
+                     [] { HostStage::say("in " + ServiceHostInspector::status()); });
+        stage.onWaits({timesOutAfterControl(SERVICE_CONTROL_STOP)});
+        serviceMain(0, nullptr);
+      },
+      ExitedWithCode(kTerminated), HasSubstr("SetEvent(service's event)\nin 3, 3000\n"));
 }
 
 TEST(ServiceControlHandler, ReportsAStopThatComesBeforeTheEventExists) {
