@@ -87,17 +87,31 @@ TEST_F(ClientLeaving, OfTheLastClientStopsAccelerationBeforeItsPauseAndTheServer
             (std::vector<std::string>{"stop acceleration", "pause, cleared", "running", "signal"}));
 }
 
+TEST_F(ClientLeaving, OfTheLastClientStopsTheServerThoughAnotherComesDuringItsPause) {
+  PushConnection last(server, 7);
+  ImportHook<decltype(Sleep)> sleep("kernel32.dll", "Sleep");
+  sleep.replace([&](DWORD milliseconds) {
+    if (milliseconds != 100) return sleep.callOriginal(milliseconds);
+    server.inspect().putPushClient(8, {});
+  });
+  EXPECT_EQ(requests.ask(7, ipc::MsgClientLeaving), (Bytes{1, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_FALSE(server->isRunning());
+}
+
 TEST_F(ClientLeaving, OfTheOwnerStopsAccelerationWhileTheClientIsStillRegistered) {
   PushConnection owner(server, 7);
   PushConnection other(server, 8);
   server->ownership.settle(4, 7);
   bool wasRegistered = false;
+  bool wasOwner = false;
   kernel.Kernel_StopAccel = [&](auto...) {
     wasRegistered = server.inspect().pushClients().contains(7);
+    wasOwner = server->ownership.isHeldBy(7);
     return sdk::KernelBool{1};
   };
   EXPECT_EQ(requests.ask(7, ipc::MsgClientLeaving), (Bytes{0, 0, 0, 0, 1, 0, 0, 0}));
   EXPECT_TRUE(wasRegistered);
+  EXPECT_TRUE(wasOwner);
   EXPECT_FALSE(server->ownership.isActive());
 }
 

@@ -50,30 +50,6 @@ TEST_F(GetGameAccelInfo, HasNoServerAndNoNodeWithoutAServerKey) {
   EXPECT_THAT(kernel.calls(), Not(Contains(StartsWith("Kernel_GetGameNodeDataList"))));
 }
 
-TEST_F(GetGameAccelInfo, HasNoNodeForANodeIdBelowOne) {
-  for (const std::uint32_t nodeId : {0U, 0xFFFFFFFFU}) {
-    game->nodeId = nodeId;
-    game->nodes.records = {nodeRecord(nodeId, L"Node 11", 38, 3)};
-    const Bytes bytes = answer();
-    // gameText, infoText, serverKey and serverText stay; the node's text and values do not.
-    ASSERT_EQ(bytes.size(), 64U + 10 + 6 + 6 + 6);
-    EXPECT_EQ(hexAt(bytes, 40, 8), "00 00 00 00 00 00 00 00");
-    EXPECT_EQ(hexAt(bytes, 48, 10), "0A 00 06 00 06 00 06 00 00 00");
-  }
-  EXPECT_THAT(kernel.calls(), Not(Contains(StartsWith("Kernel_GetGameNodeDataList"))));
-}
-
-TEST_F(GetGameAccelInfo, HasTheTextOfTheFirstServerWithTheKey) {
-  game->servers.records = {serverRecord(L"asia-1", L"Asia 1"), serverRecord(L"asia-1", L"Asia 2")};
-  EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info"), answer()));
-}
-
-TEST_F(GetGameAccelInfo, HasNoServerTextWhenTheKeyDiffersInCase) {
-  game->servers.records = {serverRecord(L"ASIA-1", L"Asia 1")};
-  const Bytes bytes = answer();
-  EXPECT_EQ(hexAt(bytes, 48, 10), "0A 00 06 00 06 00 00 00 07 00");
-}
-
 TEST_F(GetGameAccelInfo, SucceedsWithoutAnyText) {
   game->areaId = 0;
   game->nodeId = 0;
@@ -104,12 +80,6 @@ TEST_F(GetGameAccelInfo, Is64ZerosWhenTheLastAccelerationIsUnknown) {
   game->knowsLast = false;
   EXPECT_EQ(answer(), Bytes(64, 0));
   EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info_failed"), answer()));
-}
-
-TEST_F(GetGameAccelInfo, IgnoresListsThatGrowBehindItsBack) {
-  game->servers.claimed = 0xFFFFFFFF;
-  game->nodes.claimed = 2;
-  EXPECT_TRUE(isPayload(goldenResponse("get_game_accel_info"), answer()));
 }
 
 }  // namespace

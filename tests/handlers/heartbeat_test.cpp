@@ -25,14 +25,16 @@ class HeartbeatClock : public testing::Test {
     LARGE_INTEGER frequency = {};
     EXPECT_TRUE(QueryPerformanceFrequency(&frequency));
     const std::int64_t ticks = kMicroseconds * (frequency.QuadPart / 1'000) / 1'000;
-    counter_.replace([ticks](LARGE_INTEGER* counter) -> BOOL {
-      counter->QuadPart = ticks;
+    counter_.replace([this, ticks, step = frequency.QuadPart](LARGE_INTEGER* counter) -> BOOL {
+      counter->QuadPart = ticks + (goesOn ? ++readings * step : 0);
       return TRUE;
     });
   }
 
   PipeServer server;
   PipeServerInspector inspector{server};
+  bool goesOn = false;  // A second at each reading.
+  std::int64_t readings = 0;
 
  private:
   test::ImportHook<decltype(QueryPerformanceCounter)> counter_{"kernel32.dll",
@@ -45,9 +47,24 @@ TEST_F(HeartbeatClock, IsAnsweredAsTheLowWordOfItsWholeMilliseconds) {
 
 TEST_F(HeartbeatClock, IsStampedWhole) {
   inspector.putPushClient(7, {});
+  inspector.putPushClient(0, {});
   (void)dispatch(server, 65535, 7);
+  (void)dispatch(server, 65535, 0);
   EXPECT_EQ(inspector.pushClients().at(7).lastHeartbeatMs, 0x1'2345'6789);
+  EXPECT_EQ(inspector.pushClients().at(0).lastHeartbeatMs, 0x1'2345'6789);
   EXPECT_EQ(inspector.lastActivityMs(), 0x1'2345'6789);
+}
+
+TEST_F(HeartbeatClock, IsReadForTheAnswerAfterItsStamps) {
+  inspector.putPushClient(7, {});
+  goesOn = true;
+  EXPECT_EQ(dispatch(server, 65535, 7).bytes, (Bytes{0x41, 0x73, 0x45, 0x23}));  // 3,000 later.
+}
+
+TEST_F(HeartbeatClock, IsNotStampedByOtherRequests) {
+  inspector.putPushClient(7, {});
+  for (const std::uint32_t type : {0U, 258U, 512U, 1283U, 1536U}) (void)dispatch(server, type, 7);
+  EXPECT_EQ(inspector.pushClients().at(7).lastHeartbeatMs, 0);
 }
 
 TEST(Heartbeat, TouchesTheCallersPushClientAndNoOther) {

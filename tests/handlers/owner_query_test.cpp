@@ -19,8 +19,10 @@ class OwnerQuery : public testing::Test {
 
 TEST_F(OwnerQuery, AnswersZerosToEveryClientWhileNoFlagIsSet) {
   for (const std::uint32_t client : {0U, 5U, 7U, 9U}) EXPECT_EQ(askAs(client), (Bytes{0, 0}));
-  set(server.ownership, {false, 9, false, 7});
+  const Owner stale = {false, 9, false, 7};
+  set(server.ownership, stale);
   for (const std::uint32_t client : {0U, 5U, 7U, 9U}) EXPECT_EQ(askAs(client), (Bytes{0, 0}));
+  EXPECT_EQ(get(server.ownership), stale);
 }
 
 TEST_F(OwnerQuery, CountsAStaleIdInTheOtherSlotAsOwner) {

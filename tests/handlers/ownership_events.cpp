@@ -134,6 +134,13 @@ Event leave(std::uint32_t client) {
           [=](AccelerationBench& bench) { return bench.ask(client, ipc::MsgClientLeaving); }};
 }
 
+Event leaveStopRefused(std::uint32_t client) {
+  return {"1792" + from(client) + ", its stop refused", [=](AccelerationBench& bench) {
+            bench.kernel.Kernel_StopAccel = [](auto...) { return sdk::KernelBool{0}; };
+            return bench.ask(client, ipc::MsgClientLeaving);
+          }};
+}
+
 Event leaveStopCompleting(std::uint32_t client, int code) {
   return {"1792" + from(client) + ", its stop with code " + std::to_string(code),
           [=](AccelerationBench& bench) {

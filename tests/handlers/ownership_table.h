@@ -51,6 +51,7 @@ Event stopCompletingAfterAStart(std::uint32_t client, std::uint32_t starting);
 // The completion of a stop that the service made by itself: for an extended start of `client`, for
 // the leave of `client`.
 Event startExStopCompleting(std::uint32_t client, int code);
+Event leaveStopRefused(std::uint32_t client);
 Event leaveStopCompleting(std::uint32_t client, int code);
 
 Event leave(std::uint32_t client);

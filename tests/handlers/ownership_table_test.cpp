@@ -200,6 +200,7 @@ const std::vector<Row> kLeaveTable = {
     {kStarting,     leave(0),        "- / 9", "",          "0000000003000000", ""},
 
     {kAccelerating, leave(kOwner),   "- / -", "StopAccel", "0000000002000000", ""},
+    {kAccelerating, leaveStopRefused(kOwner), "- / -", "StopAccel", "0000000002000000", ""},
     {kAccelerating, leave(kPender),  "7 / -", "",          "0000000002000000", ""},
     {kAccelerating, leave(kOther),   "7 / -", "",          "0000000002000000", ""},
     {kAccelerating, leave(kUnknown), "7 / -", "",          "0000000003000000", ""},

@@ -18,6 +18,7 @@
 
 #include "handlers/answer.h"
 #include "ipc/message_handler.h"
+#include "ipc/notifiers.h"
 #include "ipc/payload_buffer.h"
 #include "ipc/pipe_server.h"
 #include "ipc/wire/messages.h"
@@ -26,6 +27,7 @@
 #include "tests/support/bounded_wait.h"
 #include "tests/support/initialised_kernel.h"
 #include "tests/support/kernel_data.h"
+#include "tests/support/pipe_server_inspector.h"
 #include "tests/support/replaced_heap.h"
 
 namespace {
@@ -47,9 +49,16 @@ thread_local Allocations allocations;
 // Called with the size of every block, before it is handed out.
 std::atomic<void (*)(std::size_t)> onAllocation = nullptr;
 
+// Of this thread, no block of that size, or not the one that comes after so many others.
+thread_local std::size_t refusedSize = ~std::size_t{0};
+thread_local int blocksBeforeRefusal = -1;
+
 }  // namespace
 
 void* orva_accelerator::test::allocateBlock(std::size_t size, bool isArray) {
+  if (size == refusedSize || (blocksBeforeRefusal >= 0 && blocksBeforeRefusal-- == 0)) {
+    throw std::bad_alloc();
+  }
   void* const block = allocateFromRuntime(size);
   std::memset(block, kHeapRubbish, size);
   if (const auto hook = onAllocation.load()) hook(size);
@@ -215,6 +224,55 @@ TEST_F(QueryAllocations, AreTheResponseAndTheListsForShortTexts) {
               testing::ElementsAre(sizeof(sdk::ServerRecord), sizeof(sdk::NodeRecord)));
   EXPECT_THAT(costOf(MsgGetGameUsedNodeList).otherBlocks,
               testing::ElementsAre(3 * sizeof(sdk::UsedNodeRecord)));
+}
+
+class RefusedAllocations : public QueryAllocations {
+ protected:
+  void expectRefusal(MessageType type, std::size_t size) {
+    bool isRefused = false;
+    refusedSize = size;
+    try {
+      (void)costOf(type);
+    } catch (const std::bad_alloc&) {
+      isRefused = true;
+    }
+    refusedSize = ~std::size_t{0};
+    allocations.counting = false;
+    EXPECT_TRUE(isRefused) << type;
+  }
+};
+
+// The service ends there.
+TEST_F(RefusedAllocations, OfAListLeaveNoAnswer) {
+  texts = {L"game", L"info", L"key", L"server", L"node"};
+  expectRefusal(MsgGetGameAccelInfo, sizeof(sdk::ServerRecord));
+  expectRefusal(MsgGetGameAccelInfo, sizeof(sdk::NodeRecord));
+  expectRefusal(MsgGetGameUsedNodeList, 3 * sizeof(sdk::UsedNodeRecord));
+  expectRefusal(MsgGetTestSpeedData, 2 * sizeof(sdk::TestSpeedEntry));
+}
+
+TEST_F(RefusedAllocations, OfAnAnswerComeBeforeTheOperation) {
+  expectRefusal(MsgUserLogin, sizeof(UserLoginResponse));
+  expectRefusal(MsgStopAccel, sizeof(StopAccelResponse));
+  EXPECT_THAT(kernel.calls(), testing::IsEmpty());
+}
+
+TEST_F(RefusedAllocations, LoseANotificationOfAStartAndNothingElse) {
+  PipeServer* const other = currentPipeServer.exchange(&server);
+  PipeServerInspector(server).putPushClient(
+      8, {8, std::make_shared<PushPipe>(win32::UniqueFileHandle()), {}, true, 0});
+  sdk::SAccelResult result;
+  result.state = sdk::AccelStateAccelerating;
+  result.text1 = result.text2 = std::wstring(50, L'x');
+  int refused = 0;
+  do {
+    server.ownership.clear();
+    blocksBeforeRefusal = refused++;
+    EXPECT_NO_THROW(AccelResultNotifier(7, NotifyStartAccel)(result)) << refused;
+    EXPECT_TRUE(server.ownership.isHeldBy(7));
+  } while (std::exchange(blocksBeforeRefusal, -1) < 0);
+  EXPECT_GT(refused, 4);  // Two texts, the payload, the list of pipes.
+  currentPipeServer = other;
 }
 
 std::atomic<int> bindingsMade = 0;

@@ -3,13 +3,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
+#include <functional>
 #include <map>
+#include <set>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "ipc/wire/messages.h"
 #include "tests/handlers/query_fixture.h"
+#include "tests/support/bounded_wait.h"
 
 namespace orva_accelerator::ipc {
 namespace {
@@ -73,7 +79,7 @@ const Layout kAccelData = Layout(2595)
                               .number(2567, 0x1005)
                               .number(2571, 0x1006)
                               .number(2575, 0x1007)
-                              .number(2579, 0x1008'0000'9009, 8)
+                              .number(2579, 0xF123'4567'89AB'CDEF, 8)
                               .number(2587, 0x1009)
                               .number(2591, 0x100A);
 const Layout kConsole =
@@ -116,8 +122,8 @@ struct Query {
 const std::map<std::string, Query> kQueries = {
     {"1536",
      {MsgGetAccelData, KernelFunction::Kernel_GetAccelData, false,
-      bytesOf({0x1002, 0x1003, 0x1004, 0x1001, 0x1005, 0x1006, 0x1009, 0, 0x9009, 0x1008, 0x100A,
-               lengths(5)},
+      bytesOf({0x1002, 0x1003, 0x1004, 0x1001, 0x1005, 0x1006, 0x1009, 0, 0x89ABCDEF, 0xF1234567,
+               0x100A, lengths(5)},
               "three"),
       Bytes(48, 0)}},
     {"1537",
@@ -148,15 +154,15 @@ class Queries : public testing::Test {
   Queries() {
     kernel.Kernel_GetAccelData = [this](sdk::AccelDataRecord* record) {
       kAccelData.put(record);
-      return accepts;
+      return done(record);
     };
     kernel.Kernel_GetConsoleData = [this](sdk::ConsoleDataRecord* record) {
       kConsole.put(record);
-      return accepts;
+      return done(record);
     };
     kernel.Kernel_GetGameDataFromGameID = [this](std::uint32_t, sdk::GameDataRecord* record) {
       kGame.put(record);
-      return accepts;
+      return done(record);
     };
     kernel.Kernel_GetGameLastAccelInfo =
         [this](std::uint32_t, std::uint32_t* area, wchar_t* info, std::uint32_t, wchar_t* key,
@@ -167,39 +173,62 @@ class Queries : public testing::Test {
           *node = 11;
           *flag = 0x80;
           *value = 86;
-          return accepts;
+          return done(info);
         };
     kernel.Kernel_GetGameServerDataList = [this](std::uint32_t, std::uint32_t,
                                                  sdk::ServerRecord* records, std::uint32_t* count) {
       putList({kOtherServer, kServer}, records, count);
-      return accepts;
+      return done(records);
     };
     kernel.Kernel_GetGameNodeDataList = [this](std::uint32_t, std::uint32_t, const wchar_t*,
                                                sdk::NodeRecord* records, std::uint32_t* count) {
       putList({kOtherNode, kNode}, records, count);
-      return accepts;
+      return done(records);
     };
     kernel.Kernel_GetGameUsedNodeDataList = [this](std::uint32_t, sdk::UsedNodeRecord* records,
                                                    std::uint32_t* count) {
       putList({kUsedNode}, records, count);
-      return accepts;
+      return done(records);
     };
     kernel.Kernel_GetTestSpeedData_V2 = [this](std::uint32_t, std::uint32_t, const wchar_t*,
                                                std::uint32_t, sdk::TestSpeedSummary* out,
                                                sdk::TestSpeedEntry* entries, std::uint32_t* count) {
       if (accepts != 0) summary().put(out);
       putList({Layout(16)}, entries, count);
-      return accepts;
+      return done(entries);
     };
     EXPECT_TRUE(sdk::ResolveKernelFunctions(kernel.module()));
   }
   ~Queries() override { sdk::AccelSdk::Instance().Release(); }
+
+  // Every function of the library ends with that.
+  KernelBool done(const void* record) {
+    EXPECT_TRUE(record == nullptr || beingWritten.insert(record).second)
+        << "another query's record";
+    if (const auto action = std::exchange(meanwhile, {})) {
+      other = std::thread([this, action] {
+        action();
+        isDone = true;
+      });
+      EXPECT_TRUE(test::waitUntil([this] { return isDone.load(); }));
+    }
+    beingWritten.erase(record);
+    return accepts;
+  }
 
   void initialise() {
     EXPECT_EQ(sdk::AccelSdk::Instance().Init({}), sdk::SdkInitialised);
     kernel.clearCalls();
   }
   static Bytes ask(const Query& query) { return answerTo(query.type, bytesOf({1001, 2, 0, 0})); }
+
+  Bytes askWhile(const Query& query, std::function<void()> action) {
+    isDone = false;
+    meanwhile = std::move(action);
+    Bytes answer = ask(query);
+    other.join();
+    return answer;
+  }
 
   void expectAnswers() {
     for (const auto& [name, query] : kQueries) EXPECT_EQ(ask(query), query.answer) << name;
@@ -215,6 +244,10 @@ class Queries : public testing::Test {
 
   test::FakeKernel kernel;
   KernelBool accepts = 1;
+  std::function<void()> meanwhile;  // Done by another thread inside the library's next call.
+  std::atomic<bool> isDone = false;
+  std::thread other;
+  std::set<const void*> beingWritten;
 };
 
 TEST_F(Queries, PutTheLibrarysBytesWhereTheProtocolHasThem) {
@@ -247,6 +280,21 @@ TEST_F(Queries, ComeToNothingAfterARelease) {
   initialise();
   EXPECT_EQ(answerTo(MsgSdkRelease), bytesOf({1}));
   expectOnlyUsedNodes();
+}
+
+TEST_F(Queries, AnswerThoughTheBindingIsReleasedMeanwhile) {
+  for (const auto& [name, query] : kQueries) {
+    initialise();
+    EXPECT_EQ(askWhile(query, [] { sdk::AccelSdk::Instance().Release(); }), query.answer) << name;
+  }
+}
+
+TEST_F(Queries, HaveRecordsOfTheirOwnWhenTwoAskAtTheSameTime) {
+  initialise();
+  for (const auto& [name, query] : kQueries) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(askWhile(query, [&] { EXPECT_EQ(ask(query), query.answer); }), query.answer);
+  }
 }
 
 TEST_F(Queries, AnswerAgainAfterASecondInit) {

@@ -58,6 +58,14 @@ TEST_F(SdkHandlers, InitialiseWithAChineseChannelName) {
             "\"\xE5\xAE\x98\xE6\x96\xB9\xE6\xB8\xA0\xE9\x81\x93\")");
 }
 
+TEST_F(SdkHandlers, InitialiseWithTheLongestChannelName) {
+  Bytes payload = {1, 0, 0, 0, 2, 0, 0, 0, 0xFF, 0xFF, 0, 0};
+  payload.insert(payload.end(), 65'535, 'n');
+  EXPECT_EQ(answerTo(MsgSdkInit, payload), kOne);
+  EXPECT_EQ(kernel.calls().at(1),
+            "Kernel_SetSdkChannelNumber(1, 2, \"" + std::string(65'535, 'n') + "\")");
+}
+
 TEST_F(SdkHandlers, InitialiseWithAnEmptyNameAndBothNumbersWhenTheNameHasNoLength) {
   EXPECT_EQ(answerToVector("sdk_init_empty_name"), kOne);
   EXPECT_EQ(kernel.calls().at(1), "Kernel_SetSdkChannelNumber(9, 1, \"\")");
@@ -209,6 +217,7 @@ TEST_F(LoginNotification, CarriesTheCodeAnEmptyTextAndTheIdOfTheRequestingClient
   test::PushConnection listener(server, 7);
   test::RequestConnection client(server);
   EXPECT_EQ(client.askBytes(goldenVector("requests.json", "sdk_init").bytes), kOne);
+  const test::RunningServer later;  // Has not been asked.
   EXPECT_EQ(client.askBytes(goldenVector("requests.json", "user_login").bytes), kOne);
   kernel.loginCompletion()(nullptr, 0, nullptr);
   const std::optional<test::Notification> notification = listener.next();
@@ -216,6 +225,18 @@ TEST_F(LoginNotification, CarriesTheCodeAnEmptyTextAndTheIdOfTheRequestingClient
   EXPECT_EQ(notification->clientId, 7U);
   EXPECT_EQ(notification->type, 0x1003U);
   EXPECT_EQ(notification->payload, Bytes(notification->payload.size(), 0));
+}
+
+TEST_F(LoginNotification, IsSentThoughItsClientHasLeft) {
+  test::PushConnection staying(server, 8);
+  test::RequestConnection client(server);
+  EXPECT_EQ(client.askBytes(goldenVector("requests.json", "sdk_init").bytes), kOne);
+  EXPECT_EQ(client.askBytes(goldenVector("requests.json", "user_login").bytes), kOne);
+  EXPECT_EQ(client.ask(7, MsgClientLeaving), (Bytes{0, 0, 0, 0, 1, 0, 0, 0}));
+  kernel.loginCompletion()(nullptr, 0, nullptr);
+  const std::optional<test::Notification> notification = staying.next();
+  ASSERT_TRUE(notification);
+  EXPECT_EQ(notification->clientId, 7U);
 }
 
 TEST_F(LoginNotification, IsNotSentForALoginThatTheLibraryRefused) {

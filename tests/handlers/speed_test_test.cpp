@@ -61,35 +61,11 @@ TEST_F(GetTestSpeedData, PassesOnAnEmptyKey) {
   EXPECT_EQ(kernel.calls().size(), 2U);
 }
 
-TEST_F(GetTestSpeedData, SucceedsWhenFewerEntriesAreFilledThanWereCounted) {
-  script(1, {.records = {three[0], three[1]}, .announced = 4});
-  EXPECT_TRUE(isPayload(goldenResponse("get_test_speed_data"), answer()));
-}
-
-TEST_F(GetTestSpeedData, SucceedsWhenMoreEntriesAreClaimedThanWereCounted) {
-  script(1, {.records = three, .claimed = 0xFFFFFFFF});
-  EXPECT_TRUE(isPayload(goldenResponse("get_test_speed_data"), answer()));
-}
-
-TEST_F(GetTestSpeedData, Is60ZerosWhenTheFirstWordIsNotPositive) {
-  for (const std::int32_t summary1 : {0, -5}) {
-    script(summary1, {.records = three});
-    EXPECT_EQ(answer(), Bytes(60, 0)) << summary1;
-  }
-}
-
 TEST_F(GetTestSpeedData, Is60ZerosWithoutEntries) {
   script(1, {.records = {}});
   EXPECT_TRUE(isPayload(goldenResponse("get_test_speed_data_failed"), answer()));
   script(1, {.records = three, .claimed = 0});
   EXPECT_TRUE(isPayload(goldenResponse("get_test_speed_data_failed"), answer()));
-}
-
-TEST_F(GetTestSpeedData, Is60ZerosWhenTheLibraryRefuses) {
-  script(1, {.records = three, .refusesFirst = true});
-  EXPECT_EQ(answer(), Bytes(60, 0));
-  script(1, {.records = three, .refusesSecond = true});
-  EXPECT_EQ(answer(), Bytes(60, 0));
 }
 
 }  // namespace

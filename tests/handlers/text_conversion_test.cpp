@@ -46,6 +46,7 @@ std::vector<Pair> pairs() {
       {"\xF4\x8F\xBF\xBF", L"\xDBFF\xDFFF"},
       {std::string("a\0b", 3), std::wstring(L"a\0b", 3)},
       {std::string(1, '\0'), std::wstring(1, L'\0')},
+      {std::string("auto\0", 5), std::wstring(L"auto\0", 5)},
       {"line\r\nline\t", L"line\r\nline\t"},
       {std::string(65'535, 'x'), std::wstring(65'535, L'x')},
   };

@@ -42,6 +42,17 @@ TEST_F(GetGameUsedNodeList, HasJustABlockForANodeWithoutTexts) {
   EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_empty_texts"), bytes));
 }
 
+TEST_F(GetGameUsedNodeList, HasEitherTextWithoutTheOther) {
+  game->usedNodes.records = {usedNodeRecord(1, 2, L"", 3, L"b", 4),
+                             usedNodeRecord(5, 6, L"a", 7, L"", 8)};
+  EXPECT_EQ(test::hexFromBytes(answer()),
+            "01 00 00 00 02 00 00 00 "
+            "01 00 00 00 02 00 00 00 03 00 00 00 00 00 00 00 "
+            "04 00 00 00 00 00 00 00 00 00 01 00 00 00 00 00 62 "
+            "05 00 00 00 06 00 00 00 07 00 00 00 00 00 00 00 "
+            "08 00 00 00 00 00 00 00 01 00 00 00 00 00 00 00 61");
+}
+
 TEST_F(GetGameUsedNodeList, CarriesTheLongestTexts) {
   const std::wstring longest(256, L'游');
   game->usedNodes.records = {usedNodeRecord(1, 2, longest, 0xFFFFFFFF, longest, ~0ULL)};
@@ -58,26 +69,6 @@ TEST_F(GetGameUsedNodeList, Is8BytesWithoutNodes) {
   game->usedNodes.records = {};
   EXPECT_EQ(answer(), (Bytes{1, 0, 0, 0, 0, 0, 0, 0}));
   EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_none"), answer()));
-}
-
-TEST_F(GetGameUsedNodeList, StartsWithOneEvenWhenTheLibraryRefuses) {
-  game->usedNodes.refusesFirst = true;
-  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_none"), answer()));
-  game->usedNodes.refusesFirst = false;
-  game->usedNodes.refusesSecond = true;
-  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_none"), answer()));
-}
-
-TEST_F(GetGameUsedNodeList, HasOnlyTheNodesThatWereWritten) {
-  game->usedNodes.announced = 5;
-  EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_two"), answer()));
-}
-
-TEST_F(GetGameUsedNodeList, HasNoNodesBeyondTheArray) {
-  for (const std::uint32_t claimed : {3U, 4'112'000U, 0xFFFFFFFFU}) {
-    game->usedNodes.claimed = claimed;
-    EXPECT_TRUE(isPayload(goldenResponse("get_game_used_node_list_two"), answer())) << claimed;
-  }
 }
 
 // The service ends there, as it does whenever memory runs out.

@@ -88,14 +88,22 @@ TEST_F(Notifiers, AccelResultWithAnyOtherStateIsSentAndChangesNoField) {
 }
 
 TEST_F(Notifiers, AccelResultReachesTheServerThatWasStartedLast) {
+  const AccelResultNotifier madeBefore(kClient, NotifyStartAccel);
   RunningServer second;
   PushConnection clientOfSecond(second, kClient);
-  AccelResultNotifier(kClient, NotifyStartAccel)(resultWithState(4));
+  madeBefore(resultWithState(4));
   EXPECT_EQ(get(second->ownership), (Owner{true, kClient, false, 0}));
   EXPECT_TRUE(clientOfSecond.next());
   EXPECT_EQ(get(server->ownership), kNobody);
   broadcastMarker(server);
   EXPECT_TRUE(markerIsNext(client));
+}
+
+TEST_F(Notifiers, AccelResultSettlesTheOwnershipOfAServerThatHasStopped) {
+  set(server->ownership, kTwoOwners);
+  server->stop();
+  AccelResultNotifier(kClient, NotifyStartAccel)(resultWithState(5));
+  EXPECT_EQ(get(server->ownership), kNobody);
 }
 
 TEST(NotifiersWithoutServer, AccelResultIsDropped) {

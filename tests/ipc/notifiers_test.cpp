@@ -79,6 +79,17 @@ TEST_F(Notifiers, ReachEveryClientWithTheIdOfTheOneThatAsked) {
   }
 }
 
+TEST_F(Notifiers, SettleTheOwnershipBeforeAnybodyIsTold) {
+  std::vector<Owner> told;
+  test::ImportHook<decltype(WriteFile)> writes("kernel32.dll", "WriteFile");
+  writes.observe([&](HANDLE, LPCVOID, DWORD length, LPDWORD, LPOVERLAPPED) {
+    if (length == sizeof(PushFrameHeader)) told.push_back(get(server->ownership));
+  });
+  AccelResultNotifier(kClient, NotifyStartAccel)(resultWithState(4));
+  StopResultNotifier(server.get(), kClient)(0, L"");
+  EXPECT_EQ(told, (std::vector<Owner>{{true, kClient, false, 0}, kNobody}));
+}
+
 TEST_F(Notifiers, PaddingGoesOutAsZeros) {
   sdk::SAccelResult result;
   result.value1 = result.value2 = result.value3 = result.value4 = result.value5 = 0xFFFFFFFF;

@@ -73,5 +73,20 @@ TEST_P(StartRace, IsNoneBetweenTwoRequestsOfOneClient) {
 INSTANTIATE_TEST_SUITE_P(Types, StartRace,
                          testing::Values(ipc::MsgStartAccel, ipc::MsgStartAccelEx));
 
+TEST(OwnershipRace, IsSeenWithAFlagAheadOfItsOwner) {
+  ipc::AccelerationOwnership ownership;
+  set(ownership, {false, 9, true, 8});
+  RaceGate gate{"race: owner after its flag"};
+  std::thread settling([&] {
+    const GatedThread gated(gate);
+    ownership.settle(4, 7);
+  });
+  EXPECT_TRUE(waitUntil([&] { return gate.held == 1; }));
+  EXPECT_EQ(get(ownership), (ipc::Owner{true, 9, true, 8}));
+  gate.open = true;
+  settling.join();
+  EXPECT_EQ(get(ownership), (ipc::Owner{true, 7, false, 0}));
+}
+
 }  // namespace
 }  // namespace orva_accelerator::test

@@ -9,7 +9,6 @@ namespace {
 
 using test::setText;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 void fill(AccelDataRecord& record) {
   record.value1 = 101;
@@ -106,29 +105,6 @@ TEST_F(AccelDataQueries, UseNothingOfARefusedRecord) {
     *record = {1, 2, 3, 4, 5, 1};
     return KernelBool{0};
   };
-  expectEmpty(accelSdk.GetAccelData());
-  const ConsoleDataRecord console = accelSdk.GetConsoleData();
-  EXPECT_TRUE(test::isZeroed(&console));
-}
-
-TEST_F(AccelDataQueries, DoNotAskTheLibraryAfterRelease) {
-  AccelSdk::Instance().Release();
-  expectEmpty(accelSdk.GetAccelData());
-  const ConsoleDataRecord console = accelSdk.GetConsoleData();
-  EXPECT_TRUE(test::isZeroed(&console));
-  EXPECT_THAT(kernel.calls(), IsEmpty());
-}
-
-TEST_F(AccelDataQueries, AskAgainAfterASecondInit) {
-  AccelSdk::Instance().Release();
-  kernel.initialise();
-  EXPECT_EQ(accelSdk.GetAccelData().value1, 101U);
-  EXPECT_EQ(accelSdk.GetConsoleData().console1, 301U);
-}
-
-TEST_F(AccelDataQueries, AreEmptyWithoutTheirFunctions) {
-  kernel.forget(KernelFunction::Kernel_GetAccelData);
-  kernel.forget(KernelFunction::Kernel_GetConsoleData);
   expectEmpty(accelSdk.GetAccelData());
   const ConsoleDataRecord console = accelSdk.GetConsoleData();
   EXPECT_TRUE(test::isZeroed(&console));

@@ -110,6 +110,7 @@ TEST_F(AccelSdkInit, SucceedsWhateverTheLibraryAnswers) {
 }
 
 TEST_F(AccelSdkInit, AnswersMinusOneAndChangesNothingWhenTheLibraryCannotBeLoaded) {
+  ImportHook<decltype(OutputDebugStringA)> debug("kernel32.dll", "OutputDebugStringA");
   for (const DWORD error :
        std::vector<DWORD>{ERROR_MOD_NOT_FOUND, ERROR_BAD_EXE_FORMAT, ERROR_ACCESS_DENIED}) {
     SCOPED_TRACE(error);
@@ -124,6 +125,7 @@ TEST_F(AccelSdkInit, AnswersMinusOneAndChangesNothingWhenTheLibraryCannotBeLoade
   EXPECT_THAT(kernel.lookedUpFunctions(), IsEmpty());
   EXPECT_THAT(kernel.calls(), IsEmpty());
   EXPECT_EQ(kernel.freeCount(), 0U);
+  EXPECT_EQ(debug.callCount(), 0U);
 }
 
 TEST_F(AccelSdkInit, LoadsAgainAfterAFailedLoad) {
@@ -150,14 +152,19 @@ TEST_F(AccelSdkInit, IgnoresOtherParametersWhileInitialised) {
 }
 
 TEST_F(AccelSdkInit, ResolvesAndInitialisesAnewAfterReleaseButDoesNotLoadAgain) {
-  EXPECT_EQ(binding.Init({1, 2, L"first"}), 1);
-  binding.initialised = false;  // What a release does.
-  EXPECT_EQ(binding.Init({3, 4, L"second"}), 1);
+  EXPECT_EQ(binding.Init({2, 3, L"first"}), 1);
+  const char* const first = "Kernel_SetSdkChannelNumber(2, 3, \"first\")";
+  binding.Release();
+  EXPECT_EQ(binding.channelId, 2U);
+  EXPECT_EQ(binding.channelNumber, 3U);
+  EXPECT_EQ(binding.channelName, L"first");
+  EXPECT_EQ(binding.Init({2, 3, L"first"}), 1);
+  binding.Release();
+  EXPECT_EQ(binding.Init({4, 5, L"second"}), 1);
   EXPECT_EQ(kernel.loadedPaths().size(), 1U);
-  EXPECT_EQ(kernel.lookedUpFunctions().size(), 202U);
-  EXPECT_THAT(kernel.calls(),
-              ElementsAre(kInitCall, "Kernel_SetSdkChannelNumber(1, 2, \"first\")", kInitCall,
-                          "Kernel_SetSdkChannelNumber(3, 4, \"second\")"));
+  EXPECT_EQ(kernel.lookedUpFunctions().size(), 303U);
+  EXPECT_THAT(kernel.calls(), ElementsAre(kInitCall, first, kInitCall, first, kInitCall,
+                                          "Kernel_SetSdkChannelNumber(4, 5, \"second\")"));
   EXPECT_EQ(binding.channelName, L"second");
   EXPECT_EQ(kernel.freeCount(), 0U);
 }
@@ -179,7 +186,7 @@ TEST_F(AccelSdkInit, RunsOnceWhenManyThreadsCallIt) {
   for (std::uint32_t id = 1; id <= kThreads; ++id) {
     threads.emplace_back([&, id] {
       ++called;
-      if (binding.Init({id, id, L"racer"}) == 1) ++succeeded;
+      if (binding.Init({id, id, L"racer"}) == 1 && binding.initialised) ++succeeded;
     });
   }
   for (std::thread& thread : threads) thread.join();
@@ -261,6 +268,7 @@ TEST(AccelSdkImpl, KeepsTheCallbacksOfStartAndStop) {
   int stops = 0;
   binding.SetAccelResultCallback([&](const sdk::SAccelResult&) { ++starts; });
   binding.SetStopResultCallback([&](int, const std::wstring&) { ++stops; });
+  binding.Release();
   ASSERT_TRUE(binding.accelResultCallback);
   ASSERT_TRUE(binding.stopResultCallback);
   binding.accelResultCallback({});

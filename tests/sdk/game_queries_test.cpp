@@ -11,7 +11,6 @@ using test::nodeRecord;
 using test::serverRecord;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
@@ -63,21 +62,6 @@ TEST_F(LastAccelQuery, TakesAnyFlagButZeroAsSet) {
   EXPECT_FALSE(accelSdk.GetGameLastAccelInfo(1001)->infoFlag);
 }
 
-TEST_F(LastAccelQuery, FailsForAnUnknownGame) {
-  EXPECT_FALSE(accelSdk.GetGameLastAccelInfo(1002));
-}
-
-TEST_F(LastAccelQuery, DoesNotAskTheLibraryAfterRelease) {
-  AccelSdk::Instance().Release();
-  EXPECT_FALSE(accelSdk.GetGameLastAccelInfo(1001));
-  EXPECT_THAT(kernel.calls(), IsEmpty());
-}
-
-TEST_F(LastAccelQuery, FailsWithoutItsFunction) {
-  kernel.forget(KernelFunction::Kernel_GetGameLastAccelInfo);
-  EXPECT_FALSE(accelSdk.GetGameLastAccelInfo(1001));
-}
-
 using GameAccelQuery = GameQueries;
 
 TEST_F(GameAccelQuery, PutsFourAnswersTogether) {
@@ -110,12 +94,6 @@ TEST_F(GameAccelQuery, FailsWhenTheLastAccelerationIsUnknown) {
   game->knowsLast = false;
   EXPECT_FALSE(accelSdk.GetGameAccelInfo(1001));
   EXPECT_THAT(kernel.calls(), ElementsAre("Kernel_GetGameLastAccelInfo(1001, 256, 256)"));
-}
-
-TEST_F(GameAccelQuery, DoesNotAskTheLibraryAfterRelease) {
-  AccelSdk::Instance().Release();
-  EXPECT_FALSE(accelSdk.GetGameAccelInfo(1001));
-  EXPECT_THAT(kernel.calls(), IsEmpty());
 }
 
 TEST_F(GameAccelQuery, SucceedsWithoutTheGamesText) {
@@ -189,16 +167,20 @@ TEST_F(GameAccelQuery, TakesTheFirstOfTwoServersWithTheSameKey) {
   game->servers.records = {serverRecord(L"other", L"Other"), serverRecord(L"asia-1", L"First"),
                            serverRecord(L"asia-1", L"Second")};
   EXPECT_EQ(accelSdk.GetGameAccelInfo(1001)->serverText, L"First");
+  game->servers.records = {serverRecord(L"asia-1", L""), serverRecord(L"asia-1", L"Second")};
+  EXPECT_EQ(accelSdk.GetGameAccelInfo(1001)->serverText, L"");
 }
 
 TEST_F(GameAccelQuery, TakesTheFirstOfTwoNodesWithTheSameId) {
-  game->nodes.records = {nodeRecord(12, L"Other", 9, 9), nodeRecord(11, L"First", 1, 2),
-                         nodeRecord(11, L"Second", 3, 4)};
-  const std::optional<GameAccelInfo> info = accelSdk.GetGameAccelInfo(1001);
-  ASSERT_TRUE(info);
-  EXPECT_EQ(info->nodeText, L"First");
-  EXPECT_EQ(info->nodeValue1, 1U);
-  EXPECT_EQ(info->nodeValue2, 2U);
+  for (const std::wstring_view first : {L"First", L""}) {
+    game->nodes.records = {nodeRecord(12, L"Other", 9, 9), nodeRecord(11, first, 1, 2),
+                           nodeRecord(11, L"Second", 3, 4)};
+    const std::optional<GameAccelInfo> info = accelSdk.GetGameAccelInfo(1001);
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->nodeText, first);
+    EXPECT_EQ(info->nodeValue1, 1U);
+    EXPECT_EQ(info->nodeValue2, 2U);
+  }
 }
 
 TEST_F(GameAccelQuery, MatchesServerKeysExactly) {
@@ -210,6 +192,10 @@ TEST_F(GameAccelQuery, MatchesServerKeysExactly) {
     // The nodes are asked for by the key, whether or not the server is in the list.
     EXPECT_EQ(info->nodeText, L"Node 11");
   }
+  // The longest key that a last acceleration can have, and one more unit in the list.
+  game->serverKey = std::wstring(255, L'k');
+  game->servers.records = {serverRecord(std::wstring(256, L'k'), L"not this one")};
+  EXPECT_EQ(accelSdk.GetGameAccelInfo(1001)->serverText, L"");
 }
 
 TEST_F(GameAccelQuery, LeavesTheNodeEmptyWhenTheListLacksIt) {

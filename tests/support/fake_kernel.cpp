@@ -18,7 +18,7 @@ HMODULE fakeModule() {
   return reinterpret_cast<HMODULE>(&moduleAnchor);
 }
 
-constexpr std::wstring_view kLibraryName = L"\\OpenKernel.dll";
+constexpr std::wstring_view kLibraryName = L"OpenKernel.dll";
 
 }  // namespace
 
