@@ -113,9 +113,12 @@ class AcceptLoop : public ChannelTest, public testing::WithParamInterface<Channe
 };
 
 TEST_P(AcceptLoop, CreatesEveryInstanceWithTheSameArguments) {
+  ImportHook<decltype(ConvertStringSecurityDescriptorToSecurityDescriptorW)> convert(
+      "advapi32.dll", "ConvertStringSecurityDescriptorToSecurityDescriptorW");
   runLoop();
   expectClientIsTaken();
   ASSERT_TRUE(waitUntil([this] { return creations().size() == 2; }));
+  EXPECT_EQ(convert.callCount(), 1U);  // The other loop may be using the descriptor.
   for (const Creation& creation : creations()) {
     EXPECT_EQ(creation.name, name());
     EXPECT_EQ(creation.openMode, 3U);

@@ -3,6 +3,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <memory>
+#include <mutex>
 #include <vector>
 
 #include "tests/ipc/background_call.h"
@@ -26,6 +28,12 @@ std::uint32_t systemTicks() {
   const std::uint64_t since1601 =
       static_cast<std::uint64_t>(now.dwHighDateTime) << 32 | now.dwLowDateTime;
   return static_cast<std::uint32_t>(since1601 - kTicksFrom1601To1970);
+}
+
+// The same from the C++ library, as fine as it has it.
+std::uint32_t fineTicks() {
+  const auto time = std::chrono::system_clock::now().time_since_epoch();
+  return static_cast<std::uint32_t>(std::chrono::nanoseconds(time).count() / 100);
 }
 
 class Broadcast : public ChannelTest {
@@ -90,6 +98,15 @@ TEST_F(Broadcast, SendsHeaderAndPayloadAsTwoMessages) {
   EXPECT_EQ(client.read().message, (Bytes{1, 2, 3}));
 }
 
+TEST_F(Broadcast, SendsAPayloadThatThePipeCannotHoldAsOneMessage) {
+  start();
+  RawPipeClient client = registerPushClient(1);
+  const BackgroundCall call([this] { EXPECT_TRUE(broadcast(patternBytes(20'000))); });
+  (void)expectHeader(client, 20'000);
+  EXPECT_TRUE(client.read().message == patternBytes(20'000));
+  EXPECT_TRUE(call.ends());
+}
+
 TEST_F(Broadcast, SendsTheHeaderAloneForANullPayloadButCarriesItsLength) {
   start();
   RawPipeClient client = registerPushClient(1);
@@ -118,6 +135,40 @@ TEST_F(Broadcast, CarriesTheTimeInTicksSince1970) {
   ASSERT_TRUE(broadcast({}));
   const std::uint32_t after = systemTicks() + kSecond;
   EXPECT_LE(expectHeader(client, 0) - before, after - before);
+}
+
+TEST_F(Broadcast, CarriesTheTimeAsFineAsItIs) {
+  start();
+  RawPipeClient client = registerPushClient(1);
+  for (int i = 0; i < 20; ++i) {
+    const std::uint32_t before = fineTicks();
+    ASSERT_TRUE(broadcast({}));
+    const std::uint32_t after = fineTicks();
+    EXPECT_LE(expectHeader(client, 0) - before, after - before);
+  }
+}
+
+TEST_F(Broadcast, TakesItsTimeBeforeItWaitsForTheTable) {
+  start();
+  RawPipeClient client = registerPushClient(1);
+  std::atomic<DWORD> broadcaster{0};
+  std::atomic<bool> waits{false};
+  ImportHook<decltype(WaitForSingleObject)> wait("kernel32.dll", "WaitForSingleObject");
+  wait.observe([&](HANDLE, DWORD) {  // By which a mutex is waited for.
+    if (GetCurrentThreadId() == broadcaster) waits = true;
+  });
+  std::unique_lock table(inspector_.pushClientsMutex());
+  const std::uint32_t before = fineTicks();
+  const BackgroundCall call([&] {
+    broadcaster = GetCurrentThreadId();
+    (void)broadcast({});
+  });
+  EXPECT_TRUE(waitUntil([&] { return waits.load(); }));
+  const std::uint32_t waiting = fineTicks();
+  EXPECT_TRUE(waitUntil([&] { return fineTicks() != waiting; }));
+  table.unlock();
+  ASSERT_TRUE(call.ends());
+  EXPECT_LE(expectHeader(client, 0) - before, waiting - before);
 }
 
 TEST_F(Broadcast, CarriesTheSameTimeToAllClients) {
@@ -203,6 +254,14 @@ TEST_F(Broadcast, PassesOverEntriesThatAreNotConnectedOrHaveNoPipe) {
   EXPECT_EQ(server_.PushClientCount(), 2U);
 }
 
+TEST_F(Broadcast, ReachesClientsThatAreStillRegisteredAfterAStop) {
+  start();
+  RawPipeClient client = registerPushClient(1);
+  inspector_.setRunning(false);
+  EXPECT_TRUE(broadcast({1}));
+  (void)expectHeader(client, 1);
+}
+
 TEST_F(Broadcast, DropsBothEntriesIfTwoEverShareAPipe) {
   start();
   RawPipeClient client = registerPushClient(1);
@@ -220,31 +279,52 @@ struct FailedWrite {
   DWORD shortBy;  // although so many bytes are missing.
 };
 
-class FailingBroadcastWrite : public Broadcast, public testing::WithParamInterface<FailedWrite> {};
+class FailingBroadcastWrite : public Broadcast, public testing::WithParamInterface<FailedWrite> {
+ protected:
+  void SetUp() override {
+    start();
+    unlucky_ = registerPushClient(1);
+    pipe_ = pushPipeOf(1);
+    log_.writeFile.replace([this](HANDLE target, LPCVOID bytes, DWORD size, LPDWORD written,
+                                  LPOVERLAPPED overlapped) -> BOOL {
+      if (target == luckyPipe_) {
+        EXPECT_EQ(server_.PushClientCount(), 2U) << "dropped too early";
+      }
+      if (target != pipe_ || size != GetParam().size) {
+        return log_.writeFile.callOriginal(target, bytes, size, written, overlapped);
+      }
+      *written = size - GetParam().shortBy;
+      SetLastError(ERROR_WRITE_FAULT);
+      return GetParam().succeeds;
+    });
+  }
+
+  PipeCallLog log_;
+  RawPipeClient unlucky_;
+  HANDLE pipe_ = nullptr;
+  HANDLE luckyPipe_ = nullptr;
+};
 
 TEST_P(FailingBroadcastWrite, DropsTheClientAndClosesItsPipe) {
-  PipeCallLog log;
-  start();
-  RawPipeClient unlucky = registerPushClient(1);
   RawPipeClient lucky = registerPushClient(2);
-  const HANDLE pipe = pushPipeOf(1);
-  log.writeFile.replace([&](HANDLE target, LPCVOID bytes, DWORD size, LPDWORD written,
-                            LPOVERLAPPED overlapped) -> BOOL {
-    if (target != pipe || size != GetParam().size) {
-      return log.writeFile.callOriginal(target, bytes, size, written, overlapped);
-    }
-    *written = size - GetParam().shortBy;
-    SetLastError(ERROR_WRITE_FAULT);
-    return GetParam().succeeds;
-  });
+  luckyPipe_ = pushPipeOf(2);
   EXPECT_TRUE(broadcast({1, 2, 3}));
   EXPECT_EQ(server_.PushClientCount(), 1U);
   PipeCallLog::Lines expected = {"ConnectNamedPipe", "ReadFile 4", "WriteFile 20"};
   if (GetParam().size == 3) expected.emplace_back("WriteFile 3");  // None after a failed header.
   expected.emplace_back("CloseHandle");
-  EXPECT_TRUE(log.becomes(pipe, expected)) << testing::PrintToString(log.of(pipe));
+  EXPECT_TRUE(log_.becomes(pipe_, expected)) << testing::PrintToString(log_.of(pipe_));
   (void)expectHeader(lucky, 3);
   EXPECT_EQ(lucky.read().message, (Bytes{1, 2, 3}));
+}
+
+// The header alone, or an entry that remains, is nobody.
+TEST_P(FailingBroadcastWrite, IsFalseWhenItReachesNobodyWhole) {
+  ipc::PushClient silent;
+  silent.pipe = std::make_shared<ipc::PushPipe>(win32::UniqueFileHandle());
+  inspector_.putPushClient(2, silent);
+  EXPECT_FALSE(broadcast({1, 2, 3}));
+  EXPECT_EQ(server_.PushClientCount(), 1U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Writes, FailingBroadcastWrite,

@@ -52,6 +52,24 @@ TEST_F(PipeServerStart, FillsTheServer) {
   EXPECT_EQ(ipc::currentPipeServer, &server_);
 }
 
+TEST_F(PipeServerStart, MakesTheServerTheCurrentOneUntilAnotherIsStarted) {
+  start();
+  ipc::PipeServer& second = *new ipc::PipeServer;
+  ASSERT_TRUE(second.start(uniquePipeName(L"request"), uniquePipeName(L"push")));
+  EXPECT_EQ(ipc::currentPipeServer, &second);
+  EXPECT_FALSE(server_.start(requestName_, pushName_));
+  EXPECT_EQ(ipc::currentPipeServer, &second);
+  second.stop();
+  EXPECT_EQ(ipc::currentPipeServer, &second);
+}
+
+TEST_F(PipeServerStart, PutsItsHandlerInPlaceOfAnother) {
+  inspector_.messageHandler() = [](auto&&...) {};
+  start();
+  RawPipeClient client = connect();
+  expectServed(client);
+}
+
 TEST_F(PipeServerStart, CreatesAnUnnamedManualResetEvent) {
   ImportHook<decltype(CreateEventA)> hook("kernel32.dll", "CreateEventA");
   start();
@@ -108,6 +126,8 @@ TEST_P(FailingThread, MakesStartThrow) {
     EXPECT_EQ(error.code(), std::errc::resource_unavailable_try_again);
   }
   EXPECT_EQ(shortage.callCount(), GetParam() + 1);
+  EXPECT_EQ(inspector_.requestAcceptThread().joinable(), GetParam() > 0);
+  EXPECT_EQ(inspector_.pushAcceptThread().joinable(), GetParam() > 1);
   EXPECT_EQ(std::get<1>(shortage.calls().front()), 0U);  // The default stack size.
 }
 
@@ -257,6 +277,40 @@ TEST_F(PipeServerDeathTest, LeavesThePushPipesOpenUntilTheProcessEnds) {
         delete &server_;
       },
       testing::ExitedWithCode(42), "");
+}
+
+const PipeCallLog* callsToTheEnd = nullptr;
+
+[[noreturn]] void endWith42IfThePipeIsStillReadFrom() {
+  const PipeCallLog::Lines expected = {"ConnectNamedPipe", "ReadFile 24"};
+  std::_Exit(callsToTheEnd->of(pipeAtTheEnd) == expected ? 42 : 1);
+}
+
+TEST_F(PipeServerDeathTest, LeavesTheRequestPipesAloneUntilTheProcessEnds) {
+  EXPECT_EXIT(
+      {
+        const PipeCallLog log;
+        callsToTheEnd = &log;
+        start();
+        RawPipeClient client = connect();
+        pipeAtTheEnd = waitForOnlyRequestPipe();
+        (void)waitUntil([&] { return log.count(pipeAtTheEnd, "ReadFile 24") == 1; });
+        std::set_terminate(endWith42IfThePipeIsStillReadFrom);
+        delete &server_;
+      },
+      testing::ExitedWithCode(42), "");
+}
+
+TEST_F(PipeServerDeathTest, EndsTheProcessWhenItHasNoHandlerForARequest) {
+  EXPECT_EXIT(
+      {
+        start();
+        inspector_.messageHandler() = nullptr;
+        RawPipeClient client = connect();
+        (void)client.write(headerBytes(kEchoType, 0));
+        (void)client.endsSilently();
+      },
+      testing::ExitedWithCode(3), "");
 }
 
 TEST_F(PipeServerDeathTest, EndsTheProcessWhenAStoppedServerIsStartedAgain) {

@@ -21,7 +21,9 @@ TEST(FindProcessByName, FindsAProcessWhateverTheCaseOfTheLetters) {
 
 TEST(FindProcessByName, ComparesWholeNames) {
   FakeProcessList processes({L"MyZandor.exe", L"Zandor.exe.bak", L"Zandor.ex", L"Zandor",
-                             L"andor.exe", L"Zandor.exe ", L"Zandor_exe", L""});
+                             L"andor.exe", L"Zandor.exe ", L"Zandor_exe", L"",
+                             // Equal for a reader.
+                             L"Zan\u00ADdor.exe", L"\uFF3Aandor.exe"});
   EXPECT_FALSE(FindProcessByName(L"Zandor.exe"));
 }
 
@@ -40,6 +42,7 @@ TEST(FindProcessByName, FindsNothingWhenTheSnapshotFails) {
   FakeProcessList processes({L"Zandor.exe"});
   processes.failSnapshot();
   EXPECT_FALSE(FindProcessByName(L"Zandor.exe"));
+  EXPECT_EQ(processes.searches(), 1U);
 }
 
 TEST(FindProcessByName, FindsNothingWhenTheFirstProcessCannotBeRead) {

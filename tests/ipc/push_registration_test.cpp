@@ -4,6 +4,7 @@
 #include <process.h>
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -190,7 +191,9 @@ TEST_F(PushRegistration, LeaksNoHandleWhenItIsBad) {
 
 TEST_F(PushRegistration, ReplacesAnEarlierPipeOfTheSameId) {
   RawPipeClient first = registerPushClient(7);
+  EXPECT_TRUE(server_.BroadcastPush(1, 2, nullptr, 0));
   RawPipeClient second = registerPushClient(7);
+  EXPECT_EQ(first.read().message.size(), 20U);  // What has been sent still arrives.
   EXPECT_TRUE(first.endsSilently());
   EXPECT_EQ(server_.PushClientCount(), 1U);
   EXPECT_TRUE(server_.BroadcastPush(1, 2, nullptr, 0));
@@ -199,7 +202,11 @@ TEST_F(PushRegistration, ReplacesAnEarlierPipeOfTheSameId) {
 
 TEST_F(PushRegistration, KeepsThePipeWhenTheSamePipeIsRegisteredAgain) {
   RawPipeClient client = registerPushClient(7);
+  ipc::PushClient aged = inspector_.pushClients().at(7);
+  aged.lastHeartbeatMs -= 1'000'000;
+  inspector_.putPushClient(7, aged);
   EXPECT_TRUE(server_.RegisterPushClient(7, inspector_.pushPipe(7)));
+  EXPECT_GT(inspector_.pushClients().at(7).lastHeartbeatMs, aged.lastHeartbeatMs + 500'000);
   EXPECT_TRUE(server_.BroadcastPush(1, 2, nullptr, 0));
   EXPECT_EQ(client.read().message.size(), 20U);
 }
@@ -254,6 +261,7 @@ TEST_F(PushRegistration, IsStampedByAHeartbeat) {
   const RawPipeClient client = registerPushClient(1);
   ipc::PushClient aged = inspector_.pushClients().at(1);
   aged.lastHeartbeatMs -= 1'000'000;
+  aged.connected = false;
   inspector_.putPushClient(1, aged);
   server_.TouchPushClient(2);
   EXPECT_EQ(inspector_.pushClients().at(1).lastHeartbeatMs, aged.lastHeartbeatMs);
@@ -262,6 +270,7 @@ TEST_F(PushRegistration, IsStampedByAHeartbeat) {
   server_.TouchPushClient(1);
   EXPECT_GE(inspector_.pushClients().at(1).lastHeartbeatMs, before);
   EXPECT_LE(inspector_.pushClients().at(1).lastHeartbeatMs, ipc::monotonicMs());
+  EXPECT_FALSE(inspector_.pushClients().at(1).connected);
 }
 
 TEST_F(PushRegistration, LastsUntilABroadcastNoticesThatTheClientIsGone) {
@@ -274,11 +283,28 @@ TEST_F(PushRegistration, LastsUntilABroadcastNoticesThatTheClientIsGone) {
 
 // At stop a thread unregisters the id that it registered, whoever has it now.
 TEST_F(PushRegistration, EndsForAReplacedAndAReplacingClientWhenTheServerStops) {
-  RawPipeClient first = registerPushClient(7);
-  RawPipeClient second = registerPushClient(7);
+  const RawPipeClient first = registerPushClient(7);
+  const auto second = std::make_shared<ipc::PushPipe>(
+      win32::UniqueFileHandle(CreateEventA(nullptr, TRUE, FALSE, nullptr)));
+  server_.RegisterPushClient(7, second);  // Without a thread of its own.
   server_.stop();
-  EXPECT_TRUE(second.endsSilently());
   EXPECT_TRUE(pushClientCountBecomes(0));
+  EXPECT_EQ(second->get(), INVALID_HANDLE_VALUE);
+}
+
+// Nobody looks after it meanwhile: that its client has gone is for a broadcast to notice.
+TEST_F(PushRegistration, WaitsForTheStopWithoutATimeOut) {
+  ImportHook<decltype(WaitForSingleObject)> wait("kernel32.dll", "WaitForSingleObject");
+  const RawPipeClient client = registerPushClient(1);
+  const auto limits = [&] {
+    std::vector<DWORD> all;
+    for (const auto& [handle, limit] : wait.calls()) {
+      if (handle == inspector_.stopEvent()) all.push_back(limit);
+    }
+    return all;
+  };
+  EXPECT_TRUE(waitUntil([&] { return !limits().empty(); }));
+  EXPECT_EQ(limits(), (std::vector<DWORD>{INFINITE}));
 }
 
 TEST_F(PushRegistration, WorksForManyClientsAtOnce) {

@@ -75,6 +75,22 @@ TEST_F(RequestConnection, HandsItsDispatcherNoResponseOfAnEarlierRequest) {
   EXPECT_TRUE(clean);
 }
 
+TEST_F(RequestConnection, HandlesTheRequestOfAClientThatDoesNotWaitForTheAnswer) {
+  std::atomic<int> handled{0};
+  setDispatcher(server_, [&handled](const ipc::MessageHeader& header, const void* payload,
+                                    void*& response, std::uint32_t& length) {
+    if (header.type == kUnansweredType) ++handled;
+    echo(header, payload, response, length);
+  });
+  for (int i = 1; i <= 10; ++i) {
+    RawPipeClient client = connect();
+    expectServed(client);
+    ASSERT_TRUE(client.write(headerBytes(kUnansweredType, 0)).done());
+    client.close();
+    EXPECT_TRUE(waitUntil([&] { return handled == i; }));
+  }
+}
+
 // Each request waits in its handler until the other one is there too.
 TEST_F(RequestConnection, IsServedInParallelToOthers) {
   std::atomic<int> inside{0};

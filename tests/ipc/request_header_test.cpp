@@ -49,7 +49,7 @@ class RequestMagic : public RequestHeader, public testing::WithParamInterface<co
 
 TEST_P(RequestMagic, EndsTheConnectionWhenItIsNotTheRequestMagic) {
   const Bytes magic = bytesFromHex(GetParam());
-  Bytes message = headerBytes(kEchoType, 0);
+  Bytes message = headerBytes(kEchoType, 10);  // Its payload is not waited for.
   std::copy(magic.begin(), magic.end(), message.begin());
   expectRejected(message);
 }
@@ -93,14 +93,17 @@ TEST_F(RequestHeader, IsHandedOnWithAllItsFields) {
   EXPECT_EQ(seen.clientId, 0xA1B2C3D4U);
 }
 
-TEST_F(RequestHeader, MayHoldAnythingInItsReservedFields) {
+TEST_F(RequestHeader, MayHoldAnythingInItsReservedFieldsAndAsClientId) {
   RawPipeClient client = connect();
-  for (const std::uint32_t reserved1 : {0U, 1U, 0x80000000U, 0xFFFFFFFFU}) {
-    for (const std::uint32_t reserved2 : {0U, 1U, 0x80000000U, 0xFFFFFFFFU}) {
-      const Bytes message =
-          joined(Bytes{'P', 'L', 'X', 'R'}, u32Bytes({reserved1, kEchoType, 0, reserved2, 7}));
-      ASSERT_TRUE(client.write(message).done());
-      expectEcho(client, {});
+  constexpr std::uint32_t kValues[] = {0, 1, 0x80000000, 0xFFFFFFFF};
+  for (const std::uint32_t reserved1 : kValues) {
+    for (const std::uint32_t reserved2 : kValues) {
+      for (const std::uint32_t id : kValues) {
+        const Bytes message =
+            joined(Bytes{'P', 'L', 'X', 'R'}, u32Bytes({reserved1, kEchoType, 0, reserved2, id}));
+        ASSERT_TRUE(client.write(message).done());
+        expectEcho(client, {}, kEchoType, id);
+      }
     }
   }
 }
@@ -110,6 +113,14 @@ TEST_F(RequestHeader, WithoutPayloadIsDispatchedAtOnce) {
   ASSERT_TRUE(client.write(headerBytes(kEchoType, 0)).done());
   expectEcho(client, {});
   EXPECT_EQ(dispatched_, 1);
+}
+
+TEST_F(RequestHeader, WithoutPayloadLeavesWhatFollowsItToBeTheNextHeader) {
+  RawPipeClient client = connect();
+  ASSERT_TRUE(
+      client.write(joined(headerBytes(kEchoType, 0, 1), headerBytes(kEchoType, 0, 2))).done());
+  expectEcho(client, {}, kEchoType, 1);
+  expectEcho(client, {}, kEchoType, 2);
 }
 
 TEST_F(RequestHeader, OfAnUnansweredTypeGetsAHeaderOfZeros) {

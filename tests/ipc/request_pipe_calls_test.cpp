@@ -155,19 +155,44 @@ TEST_F(RequestPipeCalls, CloseEvenWhenTheDisconnectFails) {
   expectCallsAfterClose({});
 }
 
-// A read that fails for another reason than a longer message ends the connection.
-TEST_F(RequestPipeCalls, EndTheConnectionWhenAPayloadReadFails) {
+struct FailedRead {
+  DWORD size;  // Of a header or of a payload.
+  DWORD error;
+};
+
+// A read that fails for another reason than a longer message ends the connection, whatever it has
+// read, and is not tried again.
+class FailingRequestRead : public RequestPipeCalls,
+                           public testing::WithParamInterface<FailedRead> {};
+
+TEST_P(FailingRequestRead, EndsTheConnection) {
   log_.readFile.replace(
       [this](HANDLE pipe, LPVOID buffer, DWORD size, LPDWORD got, LPOVERLAPPED overlapped) -> BOOL {
-        if (pipe != pipe_ || size != 5) {
+        // Of the second request.
+        if (pipe != pipe_ || size != GetParam().size || log_.count(pipe, "ReadFile 24") != 2) {
           return log_.readFile.callOriginal(pipe, buffer, size, got, overlapped);
         }
         *got = size;
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        SetLastError(GetParam().error);
         return FALSE;
       });
-  ASSERT_TRUE(client_.write(requestBytes(kEchoType, Bytes(5))).done());
+  ask(headerBytes(kEchoType, 0), {});
+  (void)client_.write(requestBytes(kEchoType, Bytes(5)));  // May find the connection closed.
   EXPECT_TRUE(client_.endsSilently());
+}
+
+INSTANTIATE_TEST_SUITE_P(Reads, FailingRequestRead,
+                         testing::Values(FailedRead{24, ERROR_NOT_ENOUGH_MEMORY},
+                                         FailedRead{24, ERROR_OPERATION_ABORTED},
+                                         FailedRead{5, ERROR_NOT_ENOUGH_MEMORY},
+                                         FailedRead{5, ERROR_OPERATION_ABORTED}));
+
+TEST_F(RequestPipeCalls, FindThePipeForgottenWhenItIsDisconnected) {
+  std::atomic<std::size_t> listed{99};
+  log_.disconnectNamedPipe.observe([&](HANDLE) { listed = inspector_.requestPipes().size(); });
+  client_.close();
+  EXPECT_TRUE(waitUntil([&] { return listed != 99; }));
+  EXPECT_EQ(listed, 0U);
 }
 
 }  // namespace

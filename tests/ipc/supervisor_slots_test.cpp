@@ -1,9 +1,12 @@
 // The accept loops that the supervisor starts where there are none.
 
+#include <atomic>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 #include "tests/ipc/supervisor_fixture.h"
+#include "tests/support/bounded_wait.h"
 #include "tests/support/thread_shortage.h"
 
 namespace orva_accelerator::ipc {
@@ -59,6 +62,25 @@ TEST_F(SupervisorSlots, ThatAreFullKeepTheirThreads) {
   EXPECT_NE(request, std::thread::id());
   EXPECT_EQ(inspector.requestAcceptThread().get_id(), request);
   EXPECT_EQ(inspector.pushAcceptThread().get_id(), push);
+}
+
+TEST_F(SupervisorSlots, KeepThreadsThatHaveEnded) {
+  std::vector<std::thread::id> ended;
+  for (std::thread* slot : {&inspector.requestAcceptThread(), &inspector.pushAcceptThread()}) {
+    win32::UniqueKernelHandle thread;
+    std::atomic<bool> opened{false};
+    *slot = std::thread([&] {
+      thread.reset(OpenThread(SYNCHRONIZE, FALSE, GetCurrentThreadId()));
+      opened = true;
+    });
+    ASSERT_TRUE(test::waitUntil([&] { return opened.load(); }));
+    ASSERT_EQ(WaitForSingleObject(thread.get(), static_cast<DWORD>(test::kPatience.count())),
+              DWORD{WAIT_OBJECT_0});
+    ended.push_back(slot->get_id());
+  }
+  runUntilCycle(2);
+  EXPECT_EQ(inspector.requestAcceptThread().get_id(), ended[0]);
+  EXPECT_EQ(inspector.pushAcceptThread().get_id(), ended[1]);
 }
 
 TEST_F(SupervisorSlots, StayEmptyOnceTheServerHasBeenStopped) {

@@ -140,6 +140,15 @@ TEST_F(Supervisor, LooksPastGoneClientsForALiveOne) {
   EXPECT_EQ(openProcessHandles(), 0U);
 }
 
+TEST_F(Supervisor, StaysUpForAClientThatIsNotConnected) {
+  addClient(7, {});
+  PushClient client = inspector.pushClients().at(7);
+  client.connected = false;
+  inspector.putPushClient(7, client);
+  runUntilCycle(2);
+  EXPECT_EQ(std::count(events.begin(), events.end(), "ask 1007"), 2);
+}
+
 TEST_F(Supervisor, PassesOverAnEntryWithoutPipe) {
   PushClient client;
   client.id = 7;
@@ -195,6 +204,33 @@ TEST_F(Supervisor, StopsAccelerationOnceAndTellsNobody) {
     EXPECT_EQ(get(server.ownership), kNobody);
     EXPECT_FALSE(server.isRunning());
   }
+}
+
+// The service may be gone as soon as the server does not run, and a completion may look at both.
+TEST_F(Supervisor, StopsAccelerationWhileTheServerRunsAndTheOwnerIsKnownAndTheTableIsFree) {
+  const Owner owner = {true, 7, true, 9};
+  set(server.ownership, owner);
+  bool asked = false;
+  kernel.Kernel_StopAccel = [&](void*, sdk::KernelCodeCompletion) {
+    asked = true;
+    EXPECT_TRUE(server.isRunning());
+    EXPECT_EQ(get(server.ownership), owner);
+    std::thread([this] {
+      const bool free = inspector.pushClientsMutex().try_lock();
+      EXPECT_TRUE(free);
+      if (free) inspector.pushClientsMutex().unlock();
+    }).join();
+    return sdk::KernelBool{1};
+  };
+  inspector.runSupervisorLoop();
+  EXPECT_TRUE(asked);
+}
+
+TEST_F(Supervisor, StopsAccelerationThoughSomebodyElseHasStoppedTheServerDuringItsNap) {
+  server.ownership.settle(4, 7);
+  runUntilCycle(1);
+  EXPECT_THAT(events, ElementsAre("sleep 10000", "signal", "stop acceleration", "signal"));
+  EXPECT_EQ(get(server.ownership), kNobody);
 }
 
 TEST_F(Supervisor, LetsAccelerationRunWhileAClientLives) {

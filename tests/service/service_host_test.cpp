@@ -198,28 +198,19 @@ TEST(ServiceMain, EndsTheProcessWhenTheServerHasNoThreads) {
       ExitedWithCode(kTerminated), Not(reportsStopped()));
 }
 
-TEST(ServiceMain, StopsAndDestroysTheServerAndEndsTheProcessThereOnAStop) {
-  EXPECT_EXIT(
-      {
-        HostStage stage;
-        stage.onWaits({timesOutAfterControl(SERVICE_CONTROL_STOP)});
-        serviceMain(0, nullptr);
-      },
-      ExitedWithCode(kTerminated),
-      AllOf(StartsWith(joined({kComesUp, kWaits, kTakesTheStop, kWaits, kTakesTheServerDown})),
-            Not(reportsStopped())));
-}
-
-TEST(ServiceMain, TakesAShutdownAsAStop) {
-  EXPECT_EXIT(
-      {
-        HostStage stage;
-        stage.onWaits({timesOutAfterControl(SERVICE_CONTROL_SHUTDOWN)});
-        serviceMain(0, nullptr);
-      },
-      ExitedWithCode(kTerminated),
-      AllOf(StartsWith(joined({kComesUp, kWaits, kTakesTheStop, kWaits, kTakesTheServerDown})),
-            Not(reportsStopped())));
+TEST(ServiceMain, StopsAndDestroysTheServerAndEndsTheProcessThereOnAStopOrAShutdown) {
+  for (const int code : {SERVICE_CONTROL_STOP, SERVICE_CONTROL_SHUTDOWN}) {
+    EXPECT_EXIT(
+        {
+          HostStage stage;
+          stage.onWaits({timesOutAfterControl(static_cast<DWORD>(code))});
+          serviceMain(0, nullptr);
+        },
+        ExitedWithCode(kTerminated),
+        AllOf(StartsWith(joined({kComesUp, kWaits, kTakesTheStop, kWaits, kTakesTheServerDown})),
+              Not(reportsStopped())))
+        << code;
+  }
 }
 
 TEST(ServiceMain, ReportsEveryStopAlike) {
