@@ -30,6 +30,8 @@ TEST_F(ClientLeaving, UnregistersTheClientAndClosesItsPushPipe) {
   PushConnection leaving(server, 7);
   PushConnection alsoStaying(server, 8);
   PushConnection third(server, 9);
+  ImportHook<decltype(Sleep)> sleep("kernel32.dll", "Sleep");
+  sleep.observe([](DWORD milliseconds) { EXPECT_NE(milliseconds, 100U) << "a pause"; });
   const auto answer = requests.askBytes(goldenVector("requests.json", "client_leaving").bytes);
   ASSERT_TRUE(answer);
   EXPECT_TRUE(isPayload(goldenVector(kResponses, "client_leaving_others_remain"), *answer));

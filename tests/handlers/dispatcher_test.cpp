@@ -254,6 +254,18 @@ TEST_F(Dispatcher, AsksTheLibraryWhatTheRequestSays) {
   for (const Type& type : kTypes) EXPECT_TRUE(seen.contains(type.number)) << type.answer;
 }
 
+TEST_F(Dispatcher, PassesTheLongestTextsOfAStartOn) {
+  const std::string text(65'535, 'a');
+  const std::string nodes = times(32'767, "1;") + "1";
+  Bytes payload(sizeof(StartAccelRequest), 0);
+  for (const std::size_t length : {8U, 16U}) payload[length] = payload[length + 1] = 0xFF;
+  payload.insert(payload.end(), text.begin(), text.end());
+  payload.insert(payload.end(), nodes.begin(), nodes.end());
+  EXPECT_EQ(answerTo(MsgStartAccel, payload).bytes, Bytes{1});
+  EXPECT_THAT(kernel.calls(),
+              ElementsAre("Kernel_StartAccel(0, 0, \"" + text + "\", 0, \"" + nodes + "\", 0)"));
+}
+
 TEST_F(Dispatcher, RefreshesTheLastActivityAtEveryRequest) {
   std::vector<std::uint32_t> types = {0, 259, 0x10600, 0xFFFFFFFF};
   for (const Type& type : kTypes) types.push_back(type.number);

@@ -53,6 +53,13 @@ TEST_F(GetGameUsedNodeList, HasEitherTextWithoutTheOther) {
             "08 00 00 00 00 00 00 00 01 00 00 00 00 00 00 00 61");
 }
 
+TEST_F(GetGameUsedNodeList, CarriesMoreNodesThan16BitsCanCount) {
+  game->usedNodes.records.assign(65'537, usedNodeRecord(1, 2, L"", 3, L"b", 4));
+  const Bytes bytes = answer();
+  EXPECT_EQ(bytes.size(), 8U + 65'537U * 33U);
+  EXPECT_EQ(hexAt(bytes, 0, 8), "01 00 00 00 01 00 01 00");
+}
+
 TEST_F(GetGameUsedNodeList, CarriesTheLongestTexts) {
   const std::wstring longest(256, L'游');
   game->usedNodes.records = {usedNodeRecord(1, 2, longest, 0xFFFFFFFF, longest, ~0ULL)};

@@ -7,27 +7,8 @@
 namespace orva_accelerator::ipc {
 namespace {
 
-using test::Bytes;
 using test::PushConnection;
 using test::RunningServer;
-
-TEST_F(Notifiers, AccelResultWithoutTextsHasAPayloadOf32Bytes) {
-  AccelResultNotifier(kClient, NotifyStartAccel)(resultWithState(3));
-  const auto notification = client.next();
-  ASSERT_TRUE(notification);
-  EXPECT_EQ(notification->payloadLength, 32U);
-}
-
-TEST_F(Notifiers, AccelResultSendsStateAheadOfValue4) {
-  sdk::SAccelResult result;
-  result.value4 = 0x44444444;
-  result.state = 0x55555555;
-  AccelResultNotifier(kClient, NotifyStartAccel)(result);
-  const auto notification = client.next();
-  ASSERT_TRUE(notification);
-  const Bytes middle(notification->payload.begin() + 16, notification->payload.begin() + 24);
-  EXPECT_EQ(middle, (Bytes{0x55, 0x55, 0x55, 0x55, 0x44, 0x44, 0x44, 0x44}));
-}
 
 TEST_F(Notifiers, AccelResultTextsOf65535BytesFillTheirLengthFields) {
   sdk::SAccelResult result;

@@ -79,6 +79,14 @@ TEST_F(Notifiers, ReachEveryClientWithTheIdOfTheOneThatAsked) {
   }
 }
 
+TEST_F(Notifiers, SettleTheOwnershipWhenThereIsNobodyToTell) {
+  server->UnregisterPushClient(kClient);
+  AccelResultNotifier(kClient, NotifyStartAccel)(resultWithState(4));
+  EXPECT_EQ(get(server->ownership), (Owner{true, kClient, false, 0}));
+  StopResultNotifier(server.get(), kClient)(0, L"");
+  EXPECT_EQ(get(server->ownership), kNobody);
+}
+
 TEST_F(Notifiers, SettleTheOwnershipBeforeAnybodyIsTold) {
   std::vector<Owner> told;
   test::ImportHook<decltype(WriteFile)> writes("kernel32.dll", "WriteFile");

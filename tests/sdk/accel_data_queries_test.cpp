@@ -29,22 +29,6 @@ void fill(AccelDataRecord& record) {
   record.value10 = 110;
 }
 
-void expectEmpty(const AccelDataInfo& data) {
-  EXPECT_EQ(data.value1, 0U);
-  EXPECT_EQ(data.value2, 0U);
-  EXPECT_EQ(data.value3, 0U);
-  EXPECT_EQ(data.value4, 0U);
-  EXPECT_EQ(data.value5, 0U);
-  EXPECT_EQ(data.value6, 0U);
-  EXPECT_EQ(data.value8, 0U);
-  EXPECT_EQ(data.value9, 0U);
-  EXPECT_EQ(data.value10, 0U);
-  for (const std::wstring* text :
-       {&data.text1, &data.text2, &data.text3, &data.text4, &data.text5}) {
-    EXPECT_EQ(*text, L"");
-  }
-}
-
 class AccelDataQueries : public testing::Test {
  protected:
   AccelDataQueries() {
@@ -94,20 +78,6 @@ TEST_F(AccelDataQueries, EndAnUnterminatedText3WithItsArray) {
     return KernelBool{1};
   };
   EXPECT_EQ(accelSdk.GetAccelData().text3, std::wstring(255, L'\u6E38'));
-}
-
-TEST_F(AccelDataQueries, UseNothingOfARefusedRecord) {
-  kernel.Kernel_GetAccelData = [](AccelDataRecord* record) {
-    fill(*record);
-    return KernelBool{0};
-  };
-  kernel.Kernel_GetConsoleData = [](ConsoleDataRecord* record) {
-    *record = {1, 2, 3, 4, 5, 1};
-    return KernelBool{0};
-  };
-  expectEmpty(accelSdk.GetAccelData());
-  const ConsoleDataRecord console = accelSdk.GetConsoleData();
-  EXPECT_TRUE(test::isZeroed(&console));
 }
 
 TEST_F(AccelDataQueries, HandOnTheConsoleRecordAsItIs) {

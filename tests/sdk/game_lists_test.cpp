@@ -77,20 +77,6 @@ TEST_F(GameLists, EndUnterminatedTextsWithTheirArrays) {
   EXPECT_EQ(textOf(accelSdk.GetGameUsedNodeDataList(1001).at(0).usedText2), expected);
 }
 
-TEST_F(GameLists, EndWithTheirArrayWhateverTheLibraryClaims) {
-  game->servers.claimed = 0xFFFFFFFF;
-  game->nodes.claimed = 3;
-  game->usedNodes.claimed = 1'000'000;
-  EXPECT_THAT(accelSdk.GetGameServerDataList(1001, 2), SizeIs(2));
-  EXPECT_THAT(accelSdk.GetGameNodeDataList(1001, 2, L"asia-1"), SizeIs(1));
-  EXPECT_THAT(accelSdk.GetGameUsedNodeDataList(1001), SizeIs(2));
-}
-
-TEST_F(GameLists, AnswerAfterReleaseToo) {
-  AccelSdk::Instance().Release();
-  EXPECT_THAT(accelSdk.GetGameUsedNodeDataList(1001), SizeIs(2));
-}
-
 TEST_F(GameLists, AreEmptyWithoutTheirFunctions) {
   kernel.forget(KernelFunction::Kernel_GetGameServerDataList);
   kernel.forget(KernelFunction::Kernel_GetGameNodeDataList);

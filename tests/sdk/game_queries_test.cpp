@@ -209,10 +209,13 @@ TEST_F(GameAccelQuery, LeavesTheNodeEmptyWhenTheListLacksIt) {
 
 TEST_F(GameAccelQuery, SucceedsWhenTheListsAreRefused) {
   game->servers.refusesFirst = true;
-  game->nodes.refusesSecond = true;
-  const std::optional<GameAccelInfo> info = accelSdk.GetGameAccelInfo(1001);
+  std::optional<GameAccelInfo> info = accelSdk.GetGameAccelInfo(1001);
   ASSERT_TRUE(info);
   EXPECT_EQ(info->serverText, L"");
+  EXPECT_EQ(info->nodeText, L"Node 11");
+  game->nodes.refusesSecond = true;
+  info = accelSdk.GetGameAccelInfo(1001);
+  ASSERT_TRUE(info);
   EXPECT_EQ(info->nodeText, L"");
 }
 
