@@ -44,8 +44,11 @@ make_system() {
   as_root debootstrap --variant=minbase --include=git,ca-certificates "$name" "$system.new" \
     "$mirror" >"$root/build/debian/$release.log" 2>&1 ||
     fail "debootstrap: see build/debian/$release.log"
-  # How apt reaches its mirror is the same there.
+  # How apt reaches its mirror is the same there, and whom this machine trusts besides the well-known
+  # authorities.
   as_root cp -r /etc/apt/apt.conf.d "$system.new/etc/apt/"
+  as_root cp -r /usr/local/share/ca-certificates "$system.new/usr/local/share/"
+  as_root chroot "$system.new" update-ca-certificates >/dev/null
   as_root chroot "$system.new" git config --system --add safe.directory '*'
   as_root mv "$system.new" "$system"
 }

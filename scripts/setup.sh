@@ -12,7 +12,7 @@ packages=(
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
   clang-19 lld-19
   # Check
-  clang-format-19 clang-tidy-19 gcovr python3
+  clang-format-19 clang-tidy-19 gcovr python3 pkgconf
   # Run
   wine wine64 xvfb xdotool
   # Package

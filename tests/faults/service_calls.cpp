@@ -96,6 +96,7 @@ constexpr char kStartUp[] = "start-up code of the C runtime";
 constexpr char kText[] = "text of the C and C++ libraries";
 
 constexpr OtherImport kRuntimeImports[] = {
+    {"GetTickCount", kThreads},
     {"GetTickCount64", kThreads},
     {"CreateSemaphoreA", kThreads},
     {"DeleteCriticalSection", kThreads},

