@@ -20,6 +20,7 @@ cd "$root"
 steps=(
   'tests|scripts/test.sh|every test'
   'debian13|scripts/on_debian.sh 13 scripts/test.sh|every test on the newer system'
+  'ucrt|scripts/on_debian.sh 13 scripts/check_ucrt.sh|every test with the universal C runtime'
   'microsoft|scripts/check_msvc.sh|all sources in Microsoft mode'
   'powershell|scripts/check_powershell.sh|the acceptance kit, as far as it can be read here'
   'reproducible|scripts/check_reproducible.sh|two builds give the same bytes'

@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# usage: setup.sh
+# usage: setup.sh [PACKAGE...]
 #
-# Installs the Debian packages that are needed to build, run and test. Does nothing, and needs no
-# rights, when all of them are there.
+# Installs the Debian packages that are needed to build, run and test, and those named. Does nothing,
+# and needs no rights, when all of them are there.
 source "$(dirname "${BASH_SOURCE[0]}")/lib/common.sh"
 strict_mode
 
 packages=(
+  "$@"
   # Build
   cmake ninja-build ccache
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64

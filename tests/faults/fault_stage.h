@@ -83,7 +83,7 @@ class FaultStage {
   Call<decltype(SetEvent)> setEvent_{fault_, "kernel32.dll", "SetEvent", FALSE};
   Call<decltype(WaitForSingleObject)> wait_{fault_, "kernel32.dll", "WaitForSingleObject",
                                             WAIT_FAILED};
-  Call<BeginThread> beginThread_{fault_, "msvcrt.dll", "_beginthreadex", 0};
+  Call<BeginThread> beginThread_{fault_, kThreadRuntime, "_beginthreadex", 0};
   Call<decltype(CreateNamedPipeW)> createPipe_{fault_, "kernel32.dll", "CreateNamedPipeW",
                                                INVALID_HANDLE_VALUE};
   Call<decltype(ConnectNamedPipe)> connect_{fault_, "kernel32.dll", "ConnectNamedPipe", FALSE};

@@ -121,7 +121,7 @@ class EndedPushThread : public PushRegistration {
  private:
   std::mutex mutex_;
   std::vector<win32::UniqueKernelHandle> threads_;
-  ImportHook<decltype(_beginthreadex)> begins_{"msvcrt.dll", "_beginthreadex"};
+  ImportHook<decltype(_beginthreadex)> begins_{kThreadRuntime, "_beginthreadex"};
 };
 
 TEST_F(EndedPushThread, TellsTheErrorOfAnIdThatIsTooLong) {

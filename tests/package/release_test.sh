@@ -57,7 +57,7 @@ git -C "$checkout" init -q
 git -C "$checkout" add -A
 git -C "$checkout" -c user.name=a -c user.email=a@b commit -q -m Stand-ins
 : >"$calls"
-broken=4
+broken=5
 [[ ${commands[broken]} == *reproducible* ]] || fail "the order has changed: choose another step to break"
 
 step "A step fails, the others are done all the same"

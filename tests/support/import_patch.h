@@ -38,6 +38,13 @@
 
 namespace orva_accelerator::test {
 
+// The DLL that the C runtime's functions for threads are imported from.
+#ifdef _UCRT
+inline constexpr char kThreadRuntime[] = "api-ms-win-crt-runtime-l1-1-0.dll";
+#else
+inline constexpr char kThreadRuntime[] = "msvcrt.dll";
+#endif
+
 // The untyped part of the two below. Does nothing until it is installed.
 class RawImportPatch {
  public:
