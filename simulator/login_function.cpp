@@ -10,6 +10,9 @@ using namespace orva_accelerator::simulator;
 namespace {
 
 constexpr std::int32_t kCodeIncomplete = 1001;
+// As one that asks a server would: the service notes whom to tell of the outcome only when the call
+// has returned, and a busy computer may hold it up for a while.
+constexpr std::uint32_t kUsualDelayMs = 250;
 
 bool isGiven(const wchar_t* text) {
   return text != nullptr && *text != L'\0';
@@ -17,7 +20,7 @@ bool isGiven(const wchar_t* text) {
 
 std::vector<CompletionStep> usualSteps(const wchar_t* account, const wchar_t* credential) {
   CompletionStep step;
-  step.afterMs = 30;
+  step.afterMs = kUsualDelayMs;
   step.code = isGiven(account) && isGiven(credential) ? 0 : kCodeIncomplete;
   return {step};
 }
