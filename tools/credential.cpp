@@ -16,12 +16,24 @@ client::Error none(DWORD code) {
                        "it is neither an argument nor a line of standard input"};
 }
 
+// With all its room at once, so that neither growing nor moving leaves a part of it behind.
+std::string emptyLine() {
+  std::string line;
+  line.reserve(kLongest);
+  return line;
+}
+
 client::Result<std::string> fromConsole(Console& console) {
-  auto line = ask(console, "Credential: ", Echo::Off);
-  if (!line) return line.error();
-  auto utf8 = win32::utf8FromWide(line.value());
-  SecureZeroMemory(line.value().data(), line.value().size() * sizeof(wchar_t));
-  return utf8.value_or(std::string());
+  auto typed = ask(console, "Credential: ", Echo::Off);
+  if (!typed) return typed.error();
+  std::string line = emptyLine();
+  auto utf8 = win32::utf8FromWide(typed.value());
+  SecureZeroMemory(typed.value().data(), typed.value().size() * sizeof(wchar_t));
+  if (utf8) {
+    line = *utf8;
+    SecureZeroMemory(utf8->data(), utf8->size());
+  }
+  return line;
 }
 
 }  // namespace
@@ -29,13 +41,15 @@ client::Result<std::string> fromConsole(Console& console) {
 client::Result<std::string> readCredential(Console& console) {
   if (canAsk()) return fromConsole(console);
   const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-  std::string line;
-  line.reserve(kLongest);
+  std::string line = emptyLine();
   for (char next{}; line.size() < kLongest;) {
     DWORD count = 0;
     if (!ReadFile(input, &next, 1, &count, nullptr)) {
       const DWORD code = GetLastError();
-      if (code != ERROR_BROKEN_PIPE) return none(code);
+      if (code != ERROR_BROKEN_PIPE) {
+        SecureZeroMemory(line.data(), line.size());
+        return none(code);
+      }
       count = 0;
     }
     const bool end = count == 0;

@@ -1,71 +1,20 @@
-// No block of memory that the library gives back has a credential in it. This executable replaces
-// the global operators with ones that look into blocks, so nothing else is tested here.
+// No block of memory that the library gives back has a credential in it. The program's global
+// operators are replaced, so nothing else is tested here.
 #include <gtest/gtest.h>
-#include <malloc.h>
 
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <string_view>
 
 #include "client/service_client.h"
 #include "tests/client/deadlines.h"
 #include "tests/client/fake_service.h"
-
-namespace {
-
-constexpr std::string_view kSecret = "correct horse battery staple";
-
-// Of this thread alone: the service on the other end has read the credential rightly.
-thread_local bool watching = false;
-thread_local int leaks = 0;
-
-void* obtain(std::size_t size) {
-  void* const block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-
-void giveBack(void* block) noexcept {
-  if (watching && block != nullptr) {
-    const std::string_view left(static_cast<const char*>(block), _msize(block));
-    if (left.find(kSecret) != std::string_view::npos) ++leaks;
-  }
-  std::free(block);
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  return obtain(size);
-}
-void* operator new[](std::size_t size) {
-  return obtain(size);
-}
-void operator delete(void* block) noexcept {
-  giveBack(block);
-}
-void operator delete[](void* block) noexcept {
-  giveBack(block);
-}
-void operator delete(void* block, std::size_t /*size*/) noexcept {
-  giveBack(block);
-}
-void operator delete[](void* block, std::size_t /*size*/) noexcept {
-  giveBack(block);
-}
+#include "tests/support/credential_watch.h"
 
 namespace orva_accelerator::client {
 namespace {
 
-template <typename Act>
-int leaksOf(Act act) {
-  leaks = 0;
-  watching = true;
-  act();
-  watching = false;
-  return leaks;
-}
+using test::kSecret;
+using test::leaksOf;
 
 class Credential : public testing::Test {
  protected:
