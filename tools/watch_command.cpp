@@ -3,7 +3,6 @@
 #include <memory>
 #include <utility>
 
-#include "client/service_control.h"
 #include "tools/commands.h"
 #include "tools/interrupt.h"
 #include "tools/options_parsing.h"
@@ -19,18 +18,6 @@ struct WatchOptions {
   milliseconds seconds{0};  // 0: no limit.
   bool reconnect = false;
 };
-
-// Whether the service has ended itself or only the connection. Its process needs a moment to end
-// after its pipes have.
-client::Error withReason(const Context& context, client::Error hungUp) {
-  constexpr milliseconds kMoment{2000};
-  const client::Endpoint& endpoint = context.options.push;
-  if (endpoint.verifyServer &&
-      client::waitUntilEnded(endpoint.serviceName, client::Deadline::after(kMoment))) {
-    hungUp.text = "the service has ended";
-  }
-  return hungUp;
-}
 
 // Whether the next moment may bring what this one has not. Not when somebody else serves the pipe.
 bool maySucceedLater(client::ErrorKind kind) {
@@ -93,7 +80,6 @@ int runWatch(Context& context, const WatchOptions& options) {
       push = std::move(again.value());
       continue;
     }
-    if (kind == client::ErrorKind::HungUp) return context.fail(withReason(context, next.error()));
     if (kind != client::ErrorKind::Timeout) return endWith(context, next.error());
     if (limited) return ExitOk;
     deadline = client::Deadline::after(turn);

@@ -40,9 +40,10 @@ IMAGE_NT_HEADERS64 headers() {
   return nt;
 }
 
-// A library with the exports "One" and "Two" that imports from Needed.dll.
-Bytes library(const IMAGE_NT_HEADERS64& nt = headers(), DWORD names = 2, DWORD functions = 2) {
-  Bytes bytes(0x600, 0);
+// A library with the exports "One" and "Two" that imports from Needed.dll, in one section.
+Bytes library(const IMAGE_NT_HEADERS64& nt = headers(), DWORD names = 2, DWORD functions = 2,
+              DWORD sectionSize = 0x200) {
+  Bytes bytes(kSection + sectionSize, 0);
   IMAGE_DOS_HEADER dos{};
   dos.e_magic = IMAGE_DOS_SIGNATURE;
   dos.e_lfanew = kNtHeaders;
@@ -50,7 +51,7 @@ Bytes library(const IMAGE_NT_HEADERS64& nt = headers(), DWORD names = 2, DWORD f
   put(bytes, kNtHeaders, nt);
   IMAGE_SECTION_HEADER section{};
   section.VirtualAddress = kAddress;
-  section.SizeOfRawData = 0x200;
+  section.SizeOfRawData = sectionSize;
   section.PointerToRawData = kSection;
   put(bytes, kNtHeaders + sizeof(nt), section);
   IMAGE_EXPORT_DIRECTORY directory{};
@@ -142,13 +143,7 @@ TEST(PeImage, RefusesANameThatDoesNotEnd) {
 // Tables that lie over each other: every name is the same long one.
 TEST(PeImage, RefusesNamesThatAreTooLongTogether) {
   constexpr DWORD kNames = 65'535;
-  Bytes bytes = library(headers(), kNames, kNames + 1);
-  bytes.resize(kSection + 0x200000);
-  IMAGE_SECTION_HEADER section{};
-  section.VirtualAddress = kAddress;
-  section.SizeOfRawData = 0x200000;
-  section.PointerToRawData = kSection;
-  put(bytes, kNtHeaders + sizeof(IMAGE_NT_HEADERS64), section);
+  Bytes bytes = library(headers(), kNames, kNames + 1, 0x200000);
   IMAGE_EXPORT_DIRECTORY directory{};
   directory.NumberOfFunctions = kNames + 1;
   directory.NumberOfNames = kNames;
@@ -163,13 +158,7 @@ TEST(PeImage, RefusesNamesThatAreTooLongTogether) {
 }
 
 TEST(PeImage, RefusesImportsWithoutEnd) {
-  Bytes bytes = library();
-  bytes.resize(kSection + 0x10000);
-  IMAGE_SECTION_HEADER section{};
-  section.VirtualAddress = kAddress;
-  section.SizeOfRawData = 0x10000;
-  section.PointerToRawData = kSection;
-  put(bytes, kNtHeaders + sizeof(IMAGE_NT_HEADERS64), section);
+  Bytes bytes = library(headers(), 2, 2, 0x10000);
   IMAGE_IMPORT_DESCRIPTOR import{};
   import.Name = kAddress + 0x60;
   import.FirstThunk = kAddress;

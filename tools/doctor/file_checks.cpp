@@ -20,9 +20,18 @@ constexpr const char* kRequiredExports[] = {
 #undef ORVA_NAME
 };
 
-std::string cannotBeRead(const std::string& path, DWORD code) {
-  return isMissing(code) ? path + " is not there"
-                         : path + " cannot be read (Win32 error " + std::to_string(code) + ")";
+// Otherwise `finding` says why not.
+bool canRead(const std::wstring& file, PeReading& reading, Finding& finding) {
+  const DWORD code = readPeFile(file, reading);
+  if (code == 0) return true;
+  if (isMissing(code)) {
+    finding.text = utf8(file) + " is not there";
+    return false;
+  }
+  // A file that only this account cannot read may be in order.
+  finding.verdict = Verdict::Warning;
+  finding.text = utf8(file) + " cannot be read (Win32 error " + std::to_string(code) + ")";
+  return false;
 }
 
 std::vector<std::string> missingExports(const PeImage& image) {
@@ -67,12 +76,7 @@ Finding checkExecutable(const std::wstring& file) {
   const std::string path = utf8(file);
   Finding finding{"executable", Verdict::Problem, {}, "install this version's service as " + path};
   PeReading reading;
-  if (const DWORD code = readPeFile(file, reading); code != 0) {
-    finding.text = cannotBeRead(path, code);
-    // A file that only this account cannot read may be in order.
-    if (!isMissing(code)) finding.verdict = Verdict::Warning;
-    return finding;
-  }
+  if (!canRead(file, reading, finding)) return finding;
   const auto resource = readVersionResource(file);
   if (!reading.image) {
     finding.text = path + " cannot be executed: " + reading.trouble;
@@ -92,14 +96,10 @@ std::wstring libraryBelow(const std::wstring& folder) {
 
 Finding checkLibrary(const std::wstring& folder) {
   const std::wstring file = libraryBelow(folder);
-  const std::string path = utf8(file);
-  Finding finding{"library", Verdict::Problem, {}, "install this version's library as " + path};
+  Finding finding{
+      "library", Verdict::Problem, {}, "install this version's library as " + utf8(file)};
   PeReading reading;
-  if (const DWORD code = readPeFile(file, reading); code != 0) {
-    finding.text = cannotBeRead(path, code);
-    if (!isMissing(code)) finding.verdict = Verdict::Warning;
-    return finding;
-  }
+  if (!canRead(file, reading, finding)) return finding;
   if (!reading.image) {
     finding.text = "OpenKernel.dll cannot be loaded: " + reading.trouble;
   } else if (!reading.image->is64Bit) {
