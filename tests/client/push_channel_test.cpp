@@ -169,6 +169,15 @@ TEST_F(ReadablePushChannel, StaysReadableWithAFinalError) {
   }
 }
 
+// Here the reading ahead of the next message fails at once, and nothing of it is left pending.
+TEST_F(ReadablePushChannel, IsReadableWhenTheConnectionEndsBehindAMessage) {
+  ASSERT_TRUE(end_.write(golden("stop_accel_succeeded").header()));
+  EXPECT_TRUE(isReadable(test::kPatience));
+  end_.disconnect();
+  EXPECT_EQ(takeAtOnce().error().kind, ErrorKind::HungUp);
+  EXPECT_TRUE(isReadable(milliseconds(0)));
+}
+
 // The system ends what a thread has begun to read when that thread ends.
 TEST_F(ReadablePushChannel, GoesOnWhenTheThreadHasEndedThatReadBefore) {
   ASSERT_TRUE(end_.write(golden("user_login_succeeded").header()));

@@ -106,6 +106,7 @@ class ShippedImages : public testing::TestWithParam<ShippedImage> {
 constexpr ShippedImage kImages[] = {
     {"Service", L"OrvaAcceleratorService.exe", IMAGE_SUBSYSTEM_WINDOWS_CUI},
     {"Tool", L"orvactl.exe", IMAGE_SUBSYSTEM_WINDOWS_CUI},
+    {"DeveloperTool", L"orvactl-dev.exe", IMAGE_SUBSYSTEM_WINDOWS_CUI},
     {"ClientLibrary", L"OrvaClient.dll", IMAGE_SUBSYSTEM_WINDOWS_CUI},
     {"SetupSteps", L"..\\installer\\OrvaSetupActions.dll", IMAGE_SUBSYSTEM_WINDOWS_CUI},
 };

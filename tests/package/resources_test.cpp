@@ -38,6 +38,8 @@ constexpr ShippedProgram kPrograms[] = {
      L"Orva \x6E38\x620F\x52A0\x901F\x5668\x540E\x53F0\x670D\x52A1"},
     {L"orvactl.exe", VFT_APP, 1, L"Orva Accelerator Service command line",
      L"Orva \x6E38\x620F\x52A0\x901F\x5668\x547D\x4EE4\x884C\x5DE5\x5177"},
+    {L"orvactl-dev.exe", VFT_APP, 1, L"Orva Accelerator Service command line for developers",
+     L"Orva \x6E38\x620F\x52A0\x901F\x5668\x5F00\x53D1\x8005\x547D\x4EE4\x884C\x5DE5\x5177"},
     {L"OrvaClient.dll", VFT_DLL, 2, L"Orva Accelerator Service client library",
      L"Orva \x6E38\x620F\x52A0\x901F\x5668\x5BA2\x6237\x7AEF\x5E93"},
     {L"accel_sdk\\sdk_x64\\OpenKernel.dll", VFT_DLL, 2,
@@ -138,7 +140,9 @@ TEST_P(FileResources, StandInAFileWithoutATimeStamp) {
 
 INSTANTIATE_TEST_SUITE_P(Shipped, FileResources, testing::ValuesIn(kPrograms),
                          [](const testing::TestParamInfo<ShippedProgram>& program) {
-                           return std::filesystem::path(program.param.file).stem().string();
+                           auto name = std::filesystem::path(program.param.file).stem().string();
+                           std::erase(name, '-');  // A test's name has none.
+                           return name;
                          });
 
 TEST(OrvactlVersion, IsTheVersionOfItsResource) {
