@@ -1,31 +1,16 @@
 #include "client/error.h"
 
+#include <iterator>
+
 namespace orva_accelerator::client {
 
 const char* kindName(ErrorKind kind) {
-  switch (kind) {
-    case ErrorKind::Usage:
-      return "usage";
-    case ErrorKind::NotInstalled:
-      return "not-installed";
-    case ErrorKind::NotRunning:
-      return "not-running";
-    case ErrorKind::NotTheService:
-      return "not-the-service";
-    case ErrorKind::HungUp:
-      return "hung-up";
-    case ErrorKind::Timeout:
-      return "timeout";
-    case ErrorKind::Refused:
-      return "refused";
-    case ErrorKind::Protocol:
-      return "protocol";
-    case ErrorKind::System:
-      return "system";
-    case ErrorKind::Interrupted:
-      return "interrupted";
-  }
-  return "system";
+  static constexpr const char* kNames[] = {
+      "usage",   "not-installed", "not-running", "not-the-service", "hung-up",
+      "timeout", "refused",       "protocol",    "system",          "interrupted"};
+  static_assert(std::size(kNames) == kErrorKinds);
+  const auto index = static_cast<std::size_t>(kind);
+  return index < kErrorKinds ? kNames[index] : "system";
 }
 
 std::string describe(const Error& error) {

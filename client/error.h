@@ -2,11 +2,13 @@
 // pipe or of the caller's input.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 namespace orva_accelerator::client {
 
+// In the order of the C interface's codes; whoever has something for each counts on it.
 enum class ErrorKind {
   Usage,          // The caller asked for something that cannot be sent.
   NotInstalled,   // There is no such service: install it.
@@ -19,6 +21,7 @@ enum class ErrorKind {
   System,         // Any other failed Win32 call.
   Interrupted,    // The caller's own interrupt event was signalled.
 };
+inline constexpr std::size_t kErrorKinds = static_cast<std::size_t>(ErrorKind::Interrupted) + 1;
 
 struct Error {
   ErrorKind kind = ErrorKind::System;

@@ -3,10 +3,20 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <utility>
 
 #include "tools/context.h"
 
 namespace orva_accelerator::tools {
+
+// Makes `run`, which takes the context and gives the exit code, what is done when the command line
+// has this command.
+template <typename Run>
+void whenChosen(CLI::App& command, Context& context, Run run) {
+  command.callback([&context, run = std::move(run)] {
+    context.action = [&context, run] { return run(context); };
+  });
+}
 
 // service start, stop, restart, status, wait. Wants --timeout to be there.
 void addServiceCommands(CLI::App& app, Context& context);

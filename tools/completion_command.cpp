@@ -15,11 +15,9 @@ void addCompletionCommand(CLI::App& app, Context& context) {
       ->required()
       ->check(CLI::IsMember({"bash", "powershell"}));
   // The parser outlives the action: it is what the action describes.
-  completion->callback([&app, &context, shell] {
-    context.action = [&app, &context, shell] {
-      context.console.out(*shell == "bash" ? bashCompletion(app) : powerShellCompletion(app));
-      return ExitOk;
-    };
+  whenChosen(*completion, context, [&app, shell](Context& chosen) {
+    chosen.console.out(*shell == "bash" ? bashCompletion(app) : powerShellCompletion(app));
+    return ExitOk;
   });
 }
 

@@ -57,6 +57,11 @@ void Context::say(const std::string& sentence) {
   if (!options.json) console.out(sentence + "\n");
 }
 
+void Context::report(const char* command, const Json& record, const std::string& sentence) {
+  if (options.json) print(command, record);
+  say(sentence);
+}
+
 int Context::fail(const client::Error& error) {
   if (options.json) {
     const Json line{{"error",

@@ -45,6 +45,8 @@ class Context {
   void printJson(const Json& record);
   // Prints a sentence for people; with --json nothing.
   void say(const std::string& sentence);
+  // Prints what was done: for people the sentence, with --json the record.
+  void report(const char* command, const Json& record, const std::string& sentence);
   // Prints an error to standard error and gives the exit code for it.
   int fail(const client::Error& error);
 
@@ -53,15 +55,29 @@ class Context {
 };
 
 // Connects, asks one question and prints its answer: the whole of most commands. `ask` takes the
-// client and gives a Result of an Answer.
+// client and gives a Result of an Answer. Where that has a status, 0 is a refusal.
 template <typename Ask>
 int askAndPrint(Context& context, const char* command, Ask ask) {
   auto service = context.connect();
   if (!service) return context.fail(service.error());
   auto answer = ask(service.value());
   if (!answer) return context.fail(answer.error());
+  if constexpr (requires { answer.value()->status; }) {
+    if (answer.value()->status == 0) {
+      return context.fail(client::Error{client::ErrorKind::Refused, "answer that", 0,
+                                        "the library has nothing for it or is not initialised"});
+    }
+  }
   context.print(command, toJson(*answer.value()));
   return ExitOk;
+}
+
+// The same for a question without texts.
+template <ipc::MessageType Type>
+int queryAndPrint(Context& context, const char* command,
+                  const typename ipc::MessageOf<Type>::Request& request = {}) {
+  return askAndPrint(context, command,
+                     [&](client::ServiceClient& service) { return service.query<Type>(request); });
 }
 
 }  // namespace orva_accelerator::tools

@@ -26,19 +26,10 @@ void show(Context& context, const LiveFigures& figures, std::uint32_t shown) {
   }
 }
 
-// True when Ctrl+C came first.
-bool pauseOrInterrupt(milliseconds pause) {
-  const auto duration = static_cast<DWORD>(pause.count());  // At most a day.
-  const HANDLE interrupt = interruptEvent();
-  if (interrupt != nullptr) return WaitForSingleObject(interrupt, duration) == WAIT_OBJECT_0;
-  Sleep(duration);
-  return false;
-}
-
 int runLive(Context& context, const DataOptions& options) {
   auto service = context.connect();
   if (!service) return context.fail(service.error());
-  (void)interruptEvent();  // From here on Ctrl+C leads to the end of this function.
+  const HANDLE interrupt = interruptEvent();  // From here on Ctrl+C ends this function.
   LiveFigures figures;
   for (std::uint32_t shown = 0;; ++shown) {
     auto data = service.value().query<ipc::MsgGetAccelData>();
@@ -51,14 +42,12 @@ int runLive(Context& context, const DataOptions& options) {
     }
     if (context.console.outFailed()) return ExitOther;
     if (options.count != 0 && shown + 1 == options.count) return ExitOk;
-    if (pauseOrInterrupt(options.every)) return ExitOk;
+    if (interruptedWithin(interrupt, options.every)) return ExitOk;
   }
 }
 
 int runOnce(Context& context) {
-  return askAndPrint(context, "data", [](client::ServiceClient& service) {
-    return service.query<ipc::MsgGetAccelData>();
-  });
+  return queryAndPrint<ipc::MsgGetAccelData>(context, "data");
 }
 
 }  // namespace
@@ -70,10 +59,8 @@ void addDataCommand(CLI::App& app, Context& context) {
                                    "Refresh a live view until Ctrl+C; a bare number is seconds");
   data->add_option("--count", options->count, "End the live view after so many refreshes")
       ->needs(every);
-  data->callback([&context, options] {
-    context.action = [&context, options] {
-      return options->every.count() == 0 ? runOnce(context) : runLive(context, *options);
-    };
+  whenChosen(*data, context, [options](Context& chosen) {
+    return options->every.count() == 0 ? runOnce(chosen) : runLive(chosen, *options);
   });
 }
 

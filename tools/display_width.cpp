@@ -48,17 +48,23 @@ std::uint32_t leadBits(unsigned char lead) {
   return lead & 0x07U;
 }
 
+// Takes the next character off the front of `utf8`; `bytes` are those that it is made of.
+std::uint32_t takeCharacter(std::string_view& utf8, std::string_view& bytes) {
+  std::uint32_t character = leadBits(static_cast<unsigned char>(utf8.front()));
+  std::size_t length = 1;
+  for (; length < utf8.size() && isContinuation(utf8[length]); ++length) {
+    character = (character << 6) | (static_cast<unsigned char>(utf8[length]) & 0x3FU);
+  }
+  bytes = utf8.substr(0, length);
+  utf8.remove_prefix(length);
+  return character;
+}
+
 }  // namespace
 
 std::size_t displayWidth(std::string_view utf8) {
   std::size_t width = 0;
-  for (std::size_t i = 0; i < utf8.size();) {
-    std::uint32_t character = leadBits(static_cast<unsigned char>(utf8[i]));
-    for (++i; i < utf8.size() && isContinuation(utf8[i]); ++i) {
-      character = (character << 6) | (static_cast<unsigned char>(utf8[i]) & 0x3FU);
-    }
-    width += widthOf(character);
-  }
+  for (std::string_view bytes; !utf8.empty();) width += widthOf(takeCharacter(utf8, bytes));
   return width;
 }
 
@@ -71,18 +77,14 @@ std::string padded(std::string_view utf8, std::size_t width) {
 
 std::string withoutControls(std::string_view utf8, ControlsAs controls) {
   std::string text;
-  for (std::size_t i = 0; i < utf8.size();) {
-    const std::size_t begin = i;
-    std::uint32_t character = leadBits(static_cast<unsigned char>(utf8[i]));
-    for (++i; i < utf8.size() && isContinuation(utf8[i]); ++i) {
-      character = (character << 6) | (static_cast<unsigned char>(utf8[i]) & 0x3FU);
-    }
-    if (static_cast<unsigned char>(utf8[begin]) >= 0x80 && i - begin == 1) {
+  for (std::string_view bytes; !utf8.empty();) {
+    const std::uint32_t character = takeCharacter(utf8, bytes);
+    if (static_cast<unsigned char>(bytes.front()) >= 0x80 && bytes.size() == 1) {
       text += "\xEF\xBF\xBD";  // No character: U+FFFD.
       continue;
     }
     if (!in(kControls, character)) {
-      text += utf8.substr(begin, i - begin);
+      text += bytes;
       continue;
     }
     const bool brief = controls == ControlsAs::ForPeople && character < 0x100;

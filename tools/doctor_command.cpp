@@ -94,11 +94,9 @@ int runDoctor(Context& context) {
   };
   const auto problems = count(Verdict::Problem);
   const auto warnings = count(Verdict::Warning);
-  if (context.options.json) {
-    context.print("doctor", Json{{"problems", problems}, {"warnings", warnings}});
-  }
-  context.say("\nProblems: " + std::to_string(problems) +
-              ", warnings: " + std::to_string(warnings) + ".");
+  context.report(
+      "doctor", Json{{"problems", problems}, {"warnings", warnings}},
+      "\nProblems: " + std::to_string(problems) + ", warnings: " + std::to_string(warnings) + ".");
   if (worst == Verdict::Problem) return ExitProblems;
   return worst == Verdict::Warning ? ExitWarnings : ExitOk;
 }
@@ -106,8 +104,9 @@ int runDoctor(Context& context) {
 }  // namespace
 
 void addDoctorCommand(CLI::App& app, Context& context) {
-  app.add_subcommand("doctor", "Find out why the service does not work; changes nothing")
-      ->callback([&context] { context.action = [&context] { return runDoctor(context); }; });
+  whenChosen(
+      *app.add_subcommand("doctor", "Find out why the service does not work; changes nothing"),
+      context, runDoctor);
 }
 
 }  // namespace orva_accelerator::tools

@@ -1,6 +1,9 @@
 // The exit codes of orvactl. Scripts depend on them; docs/orvactl.md lists them.
 #pragma once
 
+#include <cstddef>
+#include <iterator>
+
 #include "client/error.h"
 
 namespace orva_accelerator::tools {
@@ -21,28 +24,12 @@ enum ExitCode : int {
 };
 
 constexpr int exitCodeOf(client::ErrorKind kind) {
-  switch (kind) {
-    case client::ErrorKind::Usage:
-      return ExitUsage;
-    case client::ErrorKind::NotInstalled:
-    case client::ErrorKind::NotRunning:
-      return ExitNoService;
-    case client::ErrorKind::NotTheService:
-      return ExitNotTheService;
-    case client::ErrorKind::HungUp:
-      return ExitHungUp;
-    case client::ErrorKind::Timeout:
-      return ExitTimeout;
-    case client::ErrorKind::Refused:
-      return ExitRefused;
-    case client::ErrorKind::Protocol:
-      return ExitProtocol;
-    case client::ErrorKind::Interrupted:
-      return ExitInterrupted;
-    case client::ErrorKind::System:
-      return ExitOther;
-  }
-  return ExitOther;
+  constexpr ExitCode kCodes[] = {ExitUsage,  ExitNoService,  ExitNoService, ExitNotTheService,
+                                 ExitHungUp, ExitTimeout,    ExitRefused,   ExitProtocol,
+                                 ExitOther,  ExitInterrupted};
+  static_assert(std::size(kCodes) == client::kErrorKinds);
+  const auto index = static_cast<std::size_t>(kind);
+  return index < client::kErrorKinds ? kCodes[index] : ExitOther;
 }
 
 }  // namespace orva_accelerator::tools

@@ -28,4 +28,11 @@ bool interrupted(HANDLE event) {
   return event != nullptr && WaitForSingleObject(event, 0) == WAIT_OBJECT_0;
 }
 
+bool interruptedWithin(HANDLE event, std::chrono::milliseconds time) {
+  const auto duration = static_cast<DWORD>(time.count());  // At most a day.
+  if (event != nullptr) return WaitForSingleObject(event, duration) == WAIT_OBJECT_0;
+  Sleep(duration);
+  return false;
+}
+
 }  // namespace orva_accelerator::tools

@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <chrono>
+
 namespace orva_accelerator::tools {
 
 // From the first call on, the first Ctrl+C signals the event instead of ending the process; a
@@ -12,5 +14,8 @@ namespace orva_accelerator::tools {
 HANDLE interruptEvent();
 
 bool interrupted(HANDLE event);
+
+// Sleeps, without an event too. True as soon as Ctrl+C comes.
+bool interruptedWithin(HANDLE event, std::chrono::milliseconds time);
 
 }  // namespace orva_accelerator::tools

@@ -72,9 +72,7 @@ void addLoadCommand(CLI::App& app, Context& context) {
   load->add_option("--payload", plan->payloadBytes, "Bytes of payload a request, all zero")
       ->check(CLI::Range(std::size_t{0}, kLargestPayload))
       ->capture_default_str();
-  load->callback([&context, plan] {
-    context.action = [&context, plan] { return runLoadCommand(context, *plan); };
-  });
+  whenChosen(*load, context, [plan](Context& chosen) { return runLoadCommand(chosen, *plan); });
 }
 
 }  // namespace orva_accelerator::tools

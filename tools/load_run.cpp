@@ -81,15 +81,6 @@ class Load {
   LoadOutcome outcome_;
 };
 
-// True when Ctrl+C came.
-bool pause(HANDLE interrupt, milliseconds time) {
-  if (interrupt != nullptr) {
-    return WaitForSingleObject(interrupt, static_cast<DWORD>(time.count())) == WAIT_OBJECT_0;
-  }
-  Sleep(static_cast<DWORD>(time.count()));
-  return false;
-}
-
 }  // namespace
 
 LoadOutcome runLoad(Context& context, const LoadPlan& plan, HANDLE interrupt,
@@ -103,7 +94,7 @@ LoadOutcome runLoad(Context& context, const LoadPlan& plan, HANDLE interrupt,
   milliseconds nextProgress = kProgressEvery;
   bool interrupted = false;
   while (!interrupted && !load.isOver() && elapsed() < plan.duration) {
-    interrupted = pause(interrupt, std::min(kTurn, plan.duration));
+    interrupted = interruptedWithin(interrupt, std::min(kTurn, plan.duration));
     if (elapsed() < nextProgress) continue;
     progress(elapsed(), load.answers());
     nextProgress = elapsed() + kProgressEvery;

@@ -40,6 +40,13 @@ void printNotification(Context& context, const orva_notification& notification) 
   }
 }
 
+client::Result<client::Done> takenStart(const client::Result<bool>& accepted) {
+  if (!accepted) return accepted.error();
+  if (accepted.value()) return client::Done{};
+  return client::Error{client::ErrorKind::Refused, "start the acceleration", 0,
+                       "the library refused, or a start of another client is under way"};
+}
+
 client::Result<client::Done> awaitAndPrint(Context& context, client::PushChannel& push,
                                            client::Awaited awaited) {
   const auto printOwn = [&](const orva_notification& notification) {
@@ -54,10 +61,7 @@ client::Result<client::Done> awaitAndPrint(Context& context, client::PushChannel
 
 int sendAndAwait(Context& context, bool wait, client::Awaited awaited, const char* command,
                  const char* taken, const Send& send) {
-  const auto report = [&] {
-    if (context.options.json) context.print(command, Json{{"taken", true}});
-    context.say(taken);
-  };
+  const auto report = [&] { context.report(command, Json{{"taken", true}}, taken); };
   if (!wait) {
     auto service = context.connect();
     if (!service) return context.fail(service.error());

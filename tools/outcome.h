@@ -14,6 +14,9 @@ namespace orva_accelerator::tools {
 // Prints a notification as a line, in the form that the options ask for.
 void printNotification(Context& context, const orva_notification& notification);
 
+// What the answer to a start says: Refused when it was turned down.
+client::Result<client::Done> takenStart(const client::Result<bool>& accepted);
+
 // Awaits the outcome, printing this client's own notifications. One that is a failure gives
 // Refused. Bounded by the option for waiting; Ctrl+C ends it too.
 client::Result<client::Done> awaitAndPrint(Context& context, client::PushChannel& push,

@@ -6,46 +6,13 @@
 namespace orva_accelerator::tools {
 namespace {
 
-// The answers whose first word says whether the library had anything.
-template <typename Ask>
-int askWithStatus(Context& context, const char* command, Ask ask) {
-  auto service = context.connect();
-  if (!service) return context.fail(service.error());
-  auto answer = ask(service.value());
-  if (!answer) return context.fail(answer.error());
-  if (answer.value()->status == 0) {
-    return context.fail(client::Error{client::ErrorKind::Refused, "answer that", 0,
-                                      "the library has nothing for it or is not initialised"});
-  }
-  context.print(command, toJson(*answer.value()));
-  return ExitOk;
-}
-
-void addGameCommand(CLI::App& app, Context& context, const char* name, const char* help,
-                    int (*run)(Context&, std::uint32_t)) {
+template <ipc::MessageType Type>
+void addGameCommand(CLI::App& app, Context& context, const char* name, const char* help) {
   auto gameId = std::make_shared<std::uint32_t>(0);
   CLI::App* command = app.add_subcommand(name, help);
   command->add_option("GAME", *gameId, "Game id")->required();
-  command->callback([&context, gameId, run] {
-    context.action = [&context, gameId, run] { return run(context, *gameId); };
-  });
-}
-
-int runLast(Context& context, std::uint32_t gameId) {
-  return askWithStatus(context, "last", [gameId](client::ServiceClient& service) {
-    return service.query<ipc::MsgGetGameLastAccelInfo>({gameId});
-  });
-}
-
-int runGame(Context& context, std::uint32_t gameId) {
-  return askWithStatus(context, "game", [gameId](client::ServiceClient& service) {
-    return service.query<ipc::MsgGetGameAccelInfo>({gameId});
-  });
-}
-
-int runNodes(Context& context, std::uint32_t gameId) {
-  return askWithStatus(context, "nodes", [gameId](client::ServiceClient& service) {
-    return service.query<ipc::MsgGetGameUsedNodeList>({gameId});
+  whenChosen(*command, context, [name, gameId](Context& chosen) {
+    return queryAndPrint<Type>(chosen, name, {*gameId});
   });
 }
 
@@ -56,29 +23,26 @@ void addSpeed(CLI::App& app, Context& context) {
   speed->add_option("AREA", request->areaId, "Area id")->required();
   speed->add_option("SERVER", request->serverKey, "Server key")->required();
   speed->add_option("--option", request->testOption, "testOption")->capture_default_str();
-  speed->callback([&context, request] {
-    context.action = [&context, request] {
-      return askWithStatus(context, "speed", [&](client::ServiceClient& service) {
-        return service.getSpeedSummary(*request);
-      });
-    };
+  whenChosen(*speed, context, [request](Context& chosen) {
+    return askAndPrint(chosen, "speed", [&](client::ServiceClient& service) {
+      return service.getSpeedSummary(*request);
+    });
   });
 }
 
 }  // namespace
 
 void addQueryCommands(CLI::App& app, Context& context) {
-  app.add_subcommand("console", "The library's console figures")->callback([&context] {
-    context.action = [&context] {
-      return askAndPrint(context, "console", [](client::ServiceClient& service) {
-        return service.query<ipc::MsgGetConsoleData>();
-      });
-    };
-  });
-  addGameCommand(app, context, "last", "The last acceleration of a game", runLast);
+  whenChosen(
+      *app.add_subcommand("console", "The library's console figures"), context,
+      [](Context& chosen) { return queryAndPrint<ipc::MsgGetConsoleData>(chosen, "console"); });
+  addGameCommand<ipc::MsgGetGameLastAccelInfo>(app, context, "last",
+                                               "The last acceleration of a game");
   addSpeed(app, context);
-  addGameCommand(app, context, "game", "A game's last acceleration with its texts", runGame);
-  addGameCommand(app, context, "nodes", "The nodes that were used for a game", runNodes);
+  addGameCommand<ipc::MsgGetGameAccelInfo>(app, context, "game",
+                                           "A game's last acceleration with its texts");
+  addGameCommand<ipc::MsgGetGameUsedNodeList>(app, context, "nodes",
+                                              "The nodes that were used for a game");
 }
 
 }  // namespace orva_accelerator::tools

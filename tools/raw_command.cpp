@@ -19,11 +19,9 @@ int runRaw(Context& context, std::uint32_t type, const std::string& hex) {
   auto answer = service.value().ask(type, *payload);
   if (!answer) return context.fail(answer.error());
   const client::Bytes& bytes = answer.value();
-  if (context.options.json) {
-    context.print("raw", Json{{"type", type}, {"length", bytes.size()}, {"hex", plainHex(bytes)}});
-  }
-  context.say(bytes.empty() ? "(empty answer)"
-                            : hexDump(bytes) + std::to_string(bytes.size()) + " bytes");
+  context.report(
+      "raw", Json{{"type", type}, {"length", bytes.size()}, {"hex", plainHex(bytes)}},
+      bytes.empty() ? "(empty answer)" : hexDump(bytes) + std::to_string(bytes.size()) + " bytes");
   return ExitOk;
 }
 
@@ -35,9 +33,7 @@ void addRawCommand(CLI::App& app, Context& context) {
   CLI::App* raw = app.add_subcommand("raw", "Send any request and dump the answer");
   raw->add_option("TYPE", *type, "Message type, decimal or 0x...")->required();
   raw->add_option("HEX", *hex, "Payload, such as 0100ff or \"01 00 ff\"");
-  raw->callback([&context, type, hex] {
-    context.action = [&context, type, hex] { return runRaw(context, *type, *hex); };
-  });
+  whenChosen(*raw, context, [type, hex](Context& chosen) { return runRaw(chosen, *type, *hex); });
 }
 
 }  // namespace orva_accelerator::tools

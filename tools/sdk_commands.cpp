@@ -46,8 +46,7 @@ int runRelease(Context& context) {
   if (!service) return context.fail(service.error());
   auto released = service.value().Release();
   if (!released) return context.fail(released.error());
-  if (context.options.json) context.print("release", Json{{"taken", true}});
-  context.say("Released.");
+  context.report("release", Json{{"taken", true}}, "Released.");
   return ExitOk;
 }
 
@@ -84,9 +83,7 @@ void addLogin(CLI::App& app, Context& context) {
       "CREDENTIAL", options->credential,
       "Credential; without it, asked for or read from standard input (others can see arguments)");
   login->add_flag("--wait", options->wait, "Wait for the result, which is announced later");
-  login->callback([&context, options] {
-    context.action = [&context, options] { return runLogin(context, *options); };
-  });
+  whenChosen(*login, context, [options](Context& chosen) { return runLogin(chosen, *options); });
 }
 
 }  // namespace
@@ -95,13 +92,10 @@ void addSdkCommands(CLI::App& app, Context& context) {
   auto request = std::make_shared<client::InitRequest>();
   CLI::App* init = app.add_subcommand("init", "Load and initialise the acceleration library");
   addChannelOptions(*init, *request);
-  init->callback([&context, request] {
-    context.action = [&context, request] { return runInit(context, *request); };
-  });
+  whenChosen(*init, context, [request](Context& chosen) { return runInit(chosen, *request); });
   addLogin(app, context);
-  app.add_subcommand("release", "Mark the library as not initialised")->callback([&context] {
-    context.action = [&context] { return runRelease(context); };
-  });
+  whenChosen(*app.add_subcommand("release", "Mark the library as not initialised"), context,
+             runRelease);
 }
 
 }  // namespace orva_accelerator::tools

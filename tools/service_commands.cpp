@@ -1,6 +1,7 @@
 // service start|stop|restart|status|wait: the service's life through the service control manager.
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "client/service_control.h"
 #include "client/service_errors.h"
@@ -28,14 +29,11 @@ int tell(Context& context, const char* command,
          const client::Result<client::ServiceStarted>& started) {
   if (!started) return context.fail(started.error());
   const client::ServiceStarted& service = started.value();
-  if (context.options.json) {
-    context.print(command, Json{{"running", true},
-                                {"wasRunning", service.wasRunning},
-                                {"processId", service.processId}});
-  }
-  context.say(
+  context.report(
+      command,
+      Json{{"running", true}, {"wasRunning", service.wasRunning}, {"processId", service.processId}},
       (service.wasRunning ? "The service runs already, process " : "The service runs, process ") +
-      std::to_string(service.processId) + ".");
+          std::to_string(service.processId) + ".");
   return ExitOk;
 }
 
@@ -43,12 +41,10 @@ int tell(Context& context, const char* command,
          const client::Result<client::ServiceStopped>& stopped) {
   if (!stopped) return context.fail(stopped.error());
   const client::ServiceStopped& service = stopped.value();
-  if (context.options.json) {
-    Json record{{"running", false}, {"wasRunning", service.wasRunning}};
-    if (service.exitCode) record["exitCode"] = *service.exitCode;
-    context.print(command, record);
-  }
-  context.say(service.wasRunning ? "The service has ended." : "The service does not run.");
+  Json record{{"running", false}, {"wasRunning", service.wasRunning}};
+  if (service.exitCode) record["exitCode"] = *service.exitCode;
+  context.report(command, record,
+                 service.wasRunning ? "The service has ended." : "The service does not run.");
   return ExitOk;
 }
 
@@ -60,12 +56,10 @@ int restart(Context& context, const ServiceOptions& options) {
   const auto started = startAndWait(name, deadlineOf(context, options), interrupt);
   if (!started) return context.fail(started.error());
   const std::uint32_t process = started.value().processId;
-  if (context.options.json) {
-    context.print("service restart", Json{{"running", true},
-                                          {"wasRunning", stopped.value().wasRunning},
-                                          {"processId", process}});
-  }
-  context.say("The service runs, process " + std::to_string(process) + ".");
+  context.report(
+      "service restart",
+      Json{{"running", true}, {"wasRunning", stopped.value().wasRunning}, {"processId", process}},
+      "The service runs, process " + std::to_string(process) + ".");
   return ExitOk;
 }
 
@@ -92,20 +86,20 @@ int status(Context& context) {
   }
   const char* state = stateName(facts);
   const DWORD process = facts.processLives ? facts.status->dwProcessId : 0;
-  if (context.options.json) {
-    context.print("service status",
-                  Json{{"running", facts.running()}, {"state", state}, {"processId", process}});
-  }
-  context.say("The service is " + std::string(state) +
-              (process == 0 ? "." : ", process " + std::to_string(process) + "."));
+  context.report("service status",
+                 Json{{"running", facts.running()}, {"state", state}, {"processId", process}},
+                 "The service is " + std::string(state) +
+                     (process == 0 ? "." : ", process " + std::to_string(process) + "."));
   return facts.running() ? ExitOk : ExitNoService;
 }
 
-void addOne(CLI::App& family, Context& context, const char* name, const char* help,
-            std::function<int()> action) {
-  family.add_subcommand(name, help)->callback([&context, action = std::move(action)] {
-    context.action = action;
-  });
+// The whole of a command that waits with one function of the client library.
+template <typename Outcome>
+int await(Context& context, const ServiceOptions& options, const char* command,
+          client::Result<Outcome> (*act)(const std::wstring&, const client::Deadline&, HANDLE)) {
+  const HANDLE interrupt = interruptEvent();
+  return tell(context, command,
+              act(context.options.request.serviceName, deadlineOf(context, options), interrupt));
 }
 
 void addWait(CLI::App& family, Context& context, const std::shared_ptr<ServiceOptions>& options) {
@@ -114,15 +108,9 @@ void addWait(CLI::App& family, Context& context, const std::shared_ptr<ServiceOp
       family.add_subcommand("wait", "Wait until somebody else has started or ended it");
   wait->add_option("STATE", *state, "running (the default) or ended")
       ->check(CLI::IsMember({"running", "ended"}));
-  wait->callback([&context, options, state] {
-    context.action = [&context, options, state] {
-      const HANDLE interrupt = interruptEvent();
-      const std::wstring& name = context.options.request.serviceName;
-      const client::Deadline deadline = deadlineOf(context, *options);
-      return *state == "ended"
-                 ? tell(context, "service wait", waitUntilEnded(name, deadline, interrupt))
-                 : tell(context, "service wait", waitUntilRunning(name, deadline, interrupt));
-    };
+  whenChosen(*wait, context, [options, state](Context& chosen) {
+    return *state == "ended" ? await(chosen, *options, "service wait", client::waitUntilEnded)
+                             : await(chosen, *options, "service wait", client::waitUntilRunning);
   });
 }
 
@@ -134,23 +122,18 @@ void addServiceCommands(CLI::App& app, Context& context) {
   CLI::App* family = app.add_subcommand(
       "service", "Start or stop the Windows service and wait until it is so, or ask for its state");
   family->require_subcommand(1);
-  addOne(*family, context, "start", "Start it, and wait until it runs", [&context, options] {
-    const HANDLE interrupt = interruptEvent();
-    return tell(context, "service start",
-                startAndWait(context.options.request.serviceName, deadlineOf(context, *options),
-                             interrupt));
+  const auto add = [&](const char* name, const char* help, auto run) {
+    whenChosen(*family->add_subcommand(name, help), context, std::move(run));
+  };
+  add("start", "Start it, and wait until it runs", [options](Context& chosen) {
+    return await(chosen, *options, "service start", client::startAndWait);
   });
-  addOne(*family, context, "stop", "Stop it, and wait until its process has ended",
-         [&context, options] {
-           const HANDLE interrupt = interruptEvent();
-           return tell(context, "service stop",
-                       stopAndWait(context.options.request.serviceName,
-                                   deadlineOf(context, *options), interrupt));
-         });
-  addOne(*family, context, "restart", "Stop it if it runs, and start it",
-         [&context, options] { return restart(context, *options); });
-  addOne(*family, context, "status", "Say whether it runs; 3 is the exit code when it does not",
-         [&context] { return status(context); });
+  add("stop", "Stop it, and wait until its process has ended", [options](Context& chosen) {
+    return await(chosen, *options, "service stop", client::stopAndWait);
+  });
+  add("restart", "Stop it if it runs, and start it",
+      [options](Context& chosen) { return restart(chosen, *options); });
+  add("status", "Say whether it runs; 3 is the exit code when it does not", status);
   addWait(*family, context, options);
 }
 

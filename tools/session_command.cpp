@@ -77,12 +77,8 @@ class Session {
 
   Result<Done> start() {
     context_.say("\nStarting the acceleration");
-    auto accepted = listening_.service.start(options_.start);
-    if (!accepted) return accepted.error();
-    if (!accepted.value()) {
-      return Error{ErrorKind::Refused, "start the acceleration", 0,
-                   "the library refused, or a start of another client is under way"};
-    }
+    auto accepted = takenStart(listening_.service.start(options_.start));
+    if (!accepted) return accepted;
     return awaitAndPrint(context_, listening_.push, client::Awaited::Start);
   }
 
@@ -158,11 +154,9 @@ int runSession(Context& context, const SessionOptions& options) {
   (void)interruptEvent();  // From here on Ctrl+C leads to leaving, not to vanishing.
   auto listening = context.connectListening();
   if (!listening) return context.fail(listening.error());
-  if (context.options.json) {
-    context.print("register", Json{{"clientId", context.options.clientId}});
-  }
-  context.say("Registered for notifications as client " + std::to_string(context.options.clientId) +
-              "\n");
+  const std::uint32_t id = context.options.clientId;
+  context.report("register", Json{{"clientId", id}},
+                 "Registered for notifications as client " + std::to_string(id) + "\n");
   Session session(context, options, std::move(listening.value()));
   auto run = session.run();
   return run ? ExitOk : context.fail(run.error());
@@ -181,9 +175,8 @@ void addSessionCommand(CLI::App& app, Context& context) {
   session->add_option("--credential", options->credential, "Credential")->capture_default_str();
   addChannelOptions(*session, options->init);
   addStartOptions(*session, options->start);
-  session->callback([&context, options] {
-    context.action = [&context, options] { return runSession(context, *options); };
-  });
+  whenChosen(*session, context,
+             [options](Context& chosen) { return runSession(chosen, *options); });
 }
 
 }  // namespace orva_accelerator::tools

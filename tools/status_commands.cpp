@@ -27,18 +27,14 @@ int runHeartbeat(Context& context) {
 }
 
 int runOwner(Context& context) {
-  return askAndPrint(context, "owner", [](client::ServiceClient& service) {
-    return service.query<ipc::MsgQueryAccelOwner>();
-  });
+  return queryAndPrint<ipc::MsgQueryAccelOwner>(context, "owner");
 }
 
 }  // namespace
 
 void addStatusCommands(CLI::App& app, Context& context) {
   const auto add = [&](const char* name, const char* help, int (*run)(Context&)) {
-    app.add_subcommand(name, help)->callback([&context, run] {
-      context.action = [&context, run] { return run(context); };
-    });
+    whenChosen(*app.add_subcommand(name, help), context, run);
   };
   add("status", "Whether the library is initialised and who accelerates", runStatus);
   add("owner", "Whether there is an acceleration and whether it is this client's", runOwner);

@@ -30,21 +30,18 @@ bool maySucceedLater(client::ErrorKind kind) {
 client::Result<client::PushChannel> beginWatching(Context& context, const WatchOptions& options,
                                                   const client::Deadline& deadline,
                                                   HANDLE interrupt) {
-  constexpr DWORD kPauseMs = 250;
+  constexpr milliseconds kPause{250};
   for (;;) {
     auto push = context.registerPush();
     if (push) {
-      if (context.options.json) {
-        context.print("watch", Json{{"clientId", context.options.clientId}});
-      }
-      context.say("Watching as client " + std::to_string(context.options.clientId) + ".");
+      const std::uint32_t id = context.options.clientId;
+      context.report("watch", Json{{"clientId", id}},
+                     "Watching as client " + std::to_string(id) + ".");
       return push;
     }
     if (!options.reconnect || !maySucceedLater(push.error().kind)) return push;
-    if (interrupt == nullptr) Sleep(kPauseMs);
     const bool limited = options.seconds.count() != 0;
-    if ((limited && deadline.passed()) ||
-        (interrupt != nullptr && WaitForSingleObject(interrupt, kPauseMs) == WAIT_OBJECT_0)) {
+    if ((limited && deadline.passed()) || interruptedWithin(interrupt, kPause)) {
       return client::Error{client::ErrorKind::Interrupted, "watch again", 0, "interrupted"};
     }
   }
@@ -98,9 +95,7 @@ void addWatchCommand(CLI::App& app, Context& context) {
               "End after this time; a bare number is seconds");
   watch->add_flag("--reconnect", options->reconnect,
                   "Wait for the service when it is not there or ends, and watch again");
-  watch->callback([&context, options] {
-    context.action = [&context, options] { return runWatch(context, *options); };
-  });
+  whenChosen(*watch, context, [options](Context& chosen) { return runWatch(chosen, *options); });
 }
 
 }  // namespace orva_accelerator::tools

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 
 namespace orva_accelerator::client {
@@ -34,29 +35,10 @@ void fill(orva_error* error, orva_code code, std::uint32_t win32Code,
 }  // namespace
 
 orva_code codeOf(ErrorKind kind) noexcept {
-  switch (kind) {
-    case ErrorKind::Usage:
-      return ORVA_ERROR_USAGE;
-    case ErrorKind::NotInstalled:
-      return ORVA_ERROR_NOT_INSTALLED;
-    case ErrorKind::NotRunning:
-      return ORVA_ERROR_NOT_RUNNING;
-    case ErrorKind::NotTheService:
-      return ORVA_ERROR_NOT_THE_SERVICE;
-    case ErrorKind::HungUp:
-      return ORVA_ERROR_HUNG_UP;
-    case ErrorKind::Timeout:
-      return ORVA_ERROR_TIMEOUT;
-    case ErrorKind::Refused:
-      return ORVA_ERROR_REFUSED;
-    case ErrorKind::Protocol:
-      return ORVA_ERROR_PROTOCOL;
-    case ErrorKind::System:
-      return ORVA_ERROR_SYSTEM;
-    case ErrorKind::Interrupted:
-      return ORVA_ERROR_INTERRUPTED;
-  }
-  return ORVA_ERROR_INTERNAL;
+  static_assert(ORVA_ERROR_USAGE + static_cast<orva_code>(ErrorKind::Interrupted) ==
+                ORVA_ERROR_INTERRUPTED);
+  if (kind > ErrorKind::Interrupted) return ORVA_ERROR_INTERNAL;
+  return ORVA_ERROR_USAGE + static_cast<orva_code>(kind);
 }
 
 orva_code reportSuccess(orva_error* error) noexcept {
@@ -97,34 +79,22 @@ void orva_free(void* record) {
 }
 
 const char* orva_code_text(orva_code code) {
-  switch (code) {
-    case ORVA_OK:
-      return "success";
-    case ORVA_ERROR_USAGE:
-      return "the call cannot be carried out as it is";
-    case ORVA_ERROR_NOT_INSTALLED:
-      return "the service is not installed";
-    case ORVA_ERROR_NOT_RUNNING:
-      return "the service is not running";
-    case ORVA_ERROR_NOT_THE_SERVICE:
-      return "somebody else serves the service's pipe";
-    case ORVA_ERROR_HUNG_UP:
-      return "the service ended the connection";
-    case ORVA_ERROR_TIMEOUT:
-      return "the service did not get there in time";
-    case ORVA_ERROR_REFUSED:
-      return "the service does not know the request";
-    case ORVA_ERROR_PROTOCOL:
-      return "the service's bytes cannot be understood";
-    case ORVA_ERROR_SYSTEM:
-      return "a system call failed";
-    case ORVA_ERROR_INTERRUPTED:
-      return "interrupted";
-    case ORVA_ERROR_MEMORY:
-      return "out of memory";
-    case ORVA_ERROR_INTERNAL:
-      return "a fault of the client library";
-    default:
-      return "an unknown code";
-  }
+  static constexpr const char* kTexts[] = {
+      "success",
+      "the call cannot be carried out as it is",
+      "the service is not installed",
+      "the service is not running",
+      "somebody else serves the service's pipe",
+      "the service ended the connection",
+      "the service did not get there in time",
+      "the service does not know the request",
+      "the service's bytes cannot be understood",
+      "a system call failed",
+      "interrupted",
+      "out of memory",
+      "a fault of the client library",
+  };
+  static_assert(std::size(kTexts) == ORVA_ERROR_INTERNAL + 1);
+  if (code < ORVA_OK || code > ORVA_ERROR_INTERNAL) return "an unknown code";
+  return kTexts[code];
 }

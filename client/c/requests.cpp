@@ -17,6 +17,14 @@ orva_code askForRecord(const char* function, orva_client* client, Record** recor
   return giveRecord(function, error, record, needed, [&] { return client->ask(ask); });
 }
 
+// The same for a question without texts.
+template <ipc::MessageType Type, typename Record>
+orva_code query(const char* function, orva_client* client, Record** record, orva_error* error,
+                const typename ipc::MessageOf<Type>::Request& request = {}) {
+  return askForRecord(function, client, record, error, {{client, "client"}},
+                      [&](ServiceClient& service) { return service.query<Type>(request); });
+}
+
 // The whole of a function whose answer is one number or flag.
 template <typename Number, typename Ask>
 orva_code askForNumber(const char* function, orva_client* client, Number* number, orva_error* error,
@@ -121,9 +129,7 @@ orva_code orva_client_stop(orva_client* client, orva_error* error) {
 }
 
 orva_code orva_client_query_owner(orva_client* client, orva_owner** owner, orva_error* error) {
-  return askForRecord(
-      __func__, client, owner, error, {{client, "client"}},
-      [](ServiceClient& service) { return service.query<ipc::MsgQueryAccelOwner>(); });
+  return query<ipc::MsgQueryAccelOwner>(__func__, client, owner, error);
 }
 
 orva_code orva_client_heartbeat(orva_client* client, uint32_t* clock_ms, orva_error* error) {
@@ -132,29 +138,22 @@ orva_code orva_client_heartbeat(orva_client* client, uint32_t* clock_ms, orva_er
 }
 
 orva_code orva_client_leave(orva_client* client, orva_leave_outcome** outcome, orva_error* error) {
-  return askForRecord(__func__, client, outcome, error, {{client, "client"}},
-                      [](ServiceClient& service) { return service.leave(); });
+  return query<ipc::MsgClientLeaving>(__func__, client, outcome, error);
 }
 
 orva_code orva_client_get_accel_data(orva_client* client, orva_accel_data** data,
                                      orva_error* error) {
-  return askForRecord(__func__, client, data, error, {{client, "client"}},
-                      [](ServiceClient& service) { return service.query<ipc::MsgGetAccelData>(); });
+  return query<ipc::MsgGetAccelData>(__func__, client, data, error);
 }
 
 orva_code orva_client_get_console_data(orva_client* client, orva_console_data** data,
                                        orva_error* error) {
-  return askForRecord(
-      __func__, client, data, error, {{client, "client"}},
-      [](ServiceClient& service) { return service.query<ipc::MsgGetConsoleData>(); });
+  return query<ipc::MsgGetConsoleData>(__func__, client, data, error);
 }
 
 orva_code orva_client_get_last_accel_info(orva_client* client, uint32_t game_id,
                                           orva_last_accel_info** info, orva_error* error) {
-  return askForRecord(__func__, client, info, error, {{client, "client"}},
-                      [&](ServiceClient& service) {
-                        return service.query<ipc::MsgGetGameLastAccelInfo>({game_id});
-                      });
+  return query<ipc::MsgGetGameLastAccelInfo>(__func__, client, info, error, {game_id});
 }
 
 orva_code orva_client_get_speed_summary(orva_client* client, uint32_t game_id, uint32_t area_id,
@@ -172,17 +171,12 @@ orva_code orva_client_get_speed_summary(orva_client* client, uint32_t game_id, u
 
 orva_code orva_client_get_game_info(orva_client* client, uint32_t game_id, orva_game_info** info,
                                     orva_error* error) {
-  return askForRecord(
-      __func__, client, info, error, {{client, "client"}},
-      [&](ServiceClient& service) { return service.query<ipc::MsgGetGameAccelInfo>({game_id}); });
+  return query<ipc::MsgGetGameAccelInfo>(__func__, client, info, error, {game_id});
 }
 
 orva_code orva_client_get_used_nodes(orva_client* client, uint32_t game_id, orva_used_nodes** nodes,
                                      orva_error* error) {
-  return askForRecord(__func__, client, nodes, error, {{client, "client"}},
-                      [&](ServiceClient& service) {
-                        return service.query<ipc::MsgGetGameUsedNodeList>({game_id});
-                      });
+  return query<ipc::MsgGetGameUsedNodeList>(__func__, client, nodes, error, {game_id});
 }
 
 orva_code orva_client_request(orva_client* client, uint32_t type, const void* payload,

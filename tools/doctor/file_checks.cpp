@@ -30,7 +30,7 @@ bool canRead(const std::wstring& file, PeReading& reading, Finding& finding) {
   }
   // A file that only this account cannot read may be in order.
   finding.verdict = Verdict::Warning;
-  finding.text = utf8(file) + " cannot be read (Win32 error " + std::to_string(code) + ")";
+  finding.text = withCode(utf8(file) + " cannot be read", code);
   return false;
 }
 

@@ -12,6 +12,16 @@ std::string utf8(std::wstring_view wide) {
   return win32::utf8FromWide(wide).value_or(std::string());
 }
 
+std::string withCode(const std::string& text, std::uint32_t code) {
+  return text + " (Win32 error " + std::to_string(code) + ")";
+}
+
+std::string joined(const std::vector<std::string>& parts, const char* separator) {
+  std::string text;
+  for (const std::string& part : parts) text += (text.empty() ? "" : separator) + part;
+  return text;
+}
+
 std::string runAdvice(std::wstring_view program, std::string_view words) {
   return "run \"" + utf8(program) + "\" " + std::string(words);
 }

@@ -31,6 +31,12 @@ std::string utf8(std::wstring_view wide);
 // Whether this Win32 error says that there is no such file.
 bool isMissing(std::uint32_t code);
 
+// "TEXT (Win32 error CODE)".
+std::string withCode(const std::string& text, std::uint32_t code);
+
+// The parts with `separator` between them.
+std::string joined(const std::vector<std::string>& parts, const char* separator);
+
 // An advice: run "C:\\folder\\program.exe" WORDS.
 std::string runAdvice(std::wstring_view program, std::string_view words);
 

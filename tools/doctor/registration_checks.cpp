@@ -20,16 +20,6 @@ std::string reinstall(const ServiceFacts& facts) {
   return runAdvice(facts.serviceFile, "reinstall as administrator");
 }
 
-std::string withCode(const std::string& text, DWORD code) {
-  return text + " (Win32 error " + std::to_string(code) + ")";
-}
-
-std::string joined(const std::vector<std::string>& parts) {
-  std::string text;
-  for (const std::string& part : parts) text += (text.empty() ? "" : "; ") + part;
-  return text;
-}
-
 bool endedUnreported(const SERVICE_STATUS_PROCESS& status, bool processLives) {
   const bool stopped = status.dwCurrentState == SERVICE_STOPPED;
   // A stop ends this service's process without a report, which the manager calls an abortion.
@@ -144,8 +134,10 @@ Finding checkSecurity(const ServiceFacts& facts, bool underWine) {
     return {"security", Verdict::Ok, "signed-in users may start and stop it, and no more", {}};
   }
   finding.text = "not as installed";
-  if (!differences.missing.empty()) finding.text += "; missing: " + joined(differences.missing);
-  if (!differences.added.empty()) finding.text += "; added: " + joined(differences.added);
+  if (!differences.missing.empty()) {
+    finding.text += "; missing: " + joined(differences.missing, "; ");
+  }
+  if (!differences.added.empty()) finding.text += "; added: " + joined(differences.added, "; ");
   if (differences.givingThePc) {
     finding.verdict = Verdict::Problem;
     finding.text += "; others than administrators can run programs as LocalSystem through it";

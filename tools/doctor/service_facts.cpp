@@ -3,12 +3,10 @@
 #include "client/process_watch.h"
 #include "tools/doctor/registered_path.h"
 #include "win32/executable_path.h"
-#include "win32/unique_handle.h"
+#include "win32/service_access.h"
 
 namespace orva_accelerator::tools {
 namespace {
-
-using win32::UniqueServiceHandle;
 
 std::wstring textOrEmpty(const wchar_t* text) {
   return text == nullptr ? std::wstring() : std::wstring(text);
@@ -37,13 +35,7 @@ class Gatherer {
   Gatherer(const std::wstring& name, ServiceFacts& facts) : name_(name), facts_(facts) {}
 
   void gather() {
-    manager_.reset(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
-    if (!manager_) {
-      facts_.openError = GetLastError();
-      return;
-    }
-    UniqueServiceHandle service;
-    facts_.openError = open(SERVICE_QUERY_STATUS, service);
+    const auto service = open(SERVICE_QUERY_STATUS, facts_.openError);
     if (facts_.openError == ERROR_ACCESS_DENIED) {
       // It is there; this account may not ask about its state.
       facts_.statusError = facts_.openError;
@@ -58,9 +50,11 @@ class Gatherer {
   }
 
  private:
-  DWORD open(DWORD access, UniqueServiceHandle& service) const {
-    service.reset(OpenServiceW(manager_.get(), name_.c_str(), access));
-    return service ? 0 : GetLastError();
+  // With 0 or why it cannot be opened in `error`.
+  win32::OpenedService open(DWORD access, DWORD& error) const {
+    auto service = win32::openService(name_.c_str(), access);
+    error = service ? 0 : GetLastError();
+    return service;
   }
 
   void readStatus(SC_HANDLE service) {
@@ -76,8 +70,7 @@ class Gatherer {
   }
 
   void readConfig() {
-    UniqueServiceHandle service;
-    facts_.configError = open(SERVICE_QUERY_CONFIG, service);
+    const auto service = open(SERVICE_QUERY_CONFIG, facts_.configError);
     if (facts_.configError != 0) return;
     std::vector<std::uint8_t> record;
     facts_.configError = queryRecord(
@@ -94,8 +87,7 @@ class Gatherer {
   }
 
   void readSecurity() {
-    UniqueServiceHandle service;
-    facts_.securityError = open(READ_CONTROL, service);
+    const auto service = open(READ_CONTROL, facts_.securityError);
     if (facts_.securityError != 0) return;
     facts_.securityError = queryRecord(
         [&](BYTE* room, DWORD size, DWORD* needed) {
@@ -124,7 +116,6 @@ class Gatherer {
 
   const std::wstring& name_;
   ServiceFacts& facts_;
-  UniqueServiceHandle manager_;
 };
 
 }  // namespace

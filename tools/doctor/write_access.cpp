@@ -70,12 +70,13 @@ std::optional<Finding> accessTrouble(const std::wstring& path, Place place,
   }
   const auto others = othersWith(harmfulRights(place), security->list);
   if (others.empty()) return std::nullopt;
-  std::string who;
+  std::vector<std::string> who;
+  who.reserve(others.size());
   for (const std::wstring& one : others) {
-    who += (who.empty() ? "" : ", ") + (one.empty() ? "somebody" : describeAccount(one));
+    who.push_back(one.empty() ? "somebody" : describeAccount(one));
   }
   return Finding{kCheck, Verdict::Problem,
-                 who + " can change " + name + ", and so run anything as LocalSystem",
+                 joined(who, ", ") + " can change " + name + ", and so run anything as LocalSystem",
                  "install into Program Files, or take it away: icacls \"" + name +
                      "\" /inheritance:d /remove:g and the account, as administrator"};
 }
@@ -94,8 +95,7 @@ Finding checkWriteAccess(const std::vector<std::wstring>& paths, bool underWine)
     if (code != 0) {
       return {kCheck,
               Verdict::NotChecked,
-              "the rights on " + utf8(path) + " cannot be read (Win32 error " +
-                  std::to_string(code) + ")",
+              withCode("the rights on " + utf8(path) + " cannot be read", code),
               {}};
     }
     if (auto trouble = accessTrouble(path, place, descriptor)) return *trouble;
