@@ -60,4 +60,10 @@ client::Result<std::string> readCredential(Console& console) {
   return line;
 }
 
+void warnOfVisibleCredential(Console& console) {
+  console.err(
+      "orvactl: others can see a credential on the command line; leave it out to be asked for "
+      "it\n");
+}
+
 }  // namespace orva_accelerator::tools

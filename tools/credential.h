@@ -13,4 +13,7 @@ namespace orva_accelerator::tools {
 // where standard input is a console. A usage error when there is none.
 client::Result<std::string> readCredential(Console& console);
 
+// For whoever gave one as an argument all the same.
+void warnOfVisibleCredential(Console& console);
+
 }  // namespace orva_accelerator::tools

@@ -42,7 +42,7 @@ constexpr HelpText kHelpTexts[] = {
     {"nodes", kFigures, "nodes 1001"},
     {"raw", kOthers, "raw 0xffff\nraw 0x601 e9030000"},
     {"session", kOthers,
-     "session\nsession --yes\n--json session --account player --credential secret"},
+     "session\nsession --yes\n--json session --account player"},
     {"load", kOthers, "load\nload --connections 16 --seconds 10\n--json load --type 0x604"},
     {"completion", kOthers, "completion bash\ncompletion powershell"},
 };

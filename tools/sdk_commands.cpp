@@ -59,9 +59,7 @@ struct LoginOptions {
 
 int runLogin(Context& context, LoginOptions& options) {
   if (options.onCommandLine->count() != 0) {
-    context.console.err(
-        "orvactl: others can see a credential on the command line; leave it out to be asked for "
-        "it\n");
+    warnOfVisibleCredential(context.console);
   } else {
     auto read = readCredential(context.console);
     if (!read) return context.fail(read.error());

@@ -5,6 +5,7 @@
 
 #include "ipc/wire/messages.h"
 #include "tools/commands.h"
+#include "tools/credential.h"
 #include "tools/doctor/file_checks.h"
 #include "tools/doctor/registered_path.h"
 #include "tools/doctor/service_facts.h"
@@ -28,6 +29,7 @@ struct SessionOptions {
   std::string credential = "secret";
   client::StartRequest start;
   const CLI::Option* accountGiven = nullptr;
+  const CLI::Option* credentialGiven = nullptr;
   bool yes = false;
 };
 
@@ -148,8 +150,22 @@ Result<Done> mayGoOn(Context& context, const SessionOptions& options) {
   return yes ? Result<Done>(Done{}) : refused;
 }
 
-int runSession(Context& context, const SessionOptions& options) {
-  const auto agreed = mayGoOn(context, options);
+// The made-up one is for the made-up account only.
+Result<Done> completeCredential(Context& context, SessionOptions& options) {
+  if (options.credentialGiven->count() != 0) {
+    warnOfVisibleCredential(context.console);
+    return Done{};
+  }
+  if (options.accountGiven->count() == 0) return Done{};
+  auto read = readCredential(context.console);
+  if (!read) return read.error();
+  options.credential = std::move(read.value());
+  return Done{};
+}
+
+int runSession(Context& context, SessionOptions& options) {
+  auto agreed = mayGoOn(context, options);
+  if (agreed) agreed = completeCredential(context, options);
   if (!agreed) return context.fail(agreed.error());
   (void)interruptEvent();  // From here on Ctrl+C leads to leaving, not to vanishing.
   auto listening = context.connectListening();
@@ -159,6 +175,7 @@ int runSession(Context& context, const SessionOptions& options) {
                  "Registered for notifications as client " + std::to_string(id) + "\n");
   Session session(context, options, std::move(listening.value()));
   auto run = session.run();
+  SecureZeroMemory(options.credential.data(), options.credential.size());
   return run ? ExitOk : context.fail(run.error());
 }
 
@@ -172,7 +189,9 @@ void addSessionCommand(CLI::App& app, Context& context) {
       session->add_option("--account", options->account, "Account")->capture_default_str();
   session->add_flag("--yes", options->yes,
                     "Use the made-up account without asking, whatever the library");
-  session->add_option("--credential", options->credential, "Credential")->capture_default_str();
+  options->credentialGiven = session->add_option(
+      "--credential", options->credential,
+      "Credential; of an account that is given it is asked for, or read from standard input");
   addChannelOptions(*session, options->init);
   addStartOptions(*session, options->start);
   whenChosen(*session, context,

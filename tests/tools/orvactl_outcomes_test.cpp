@@ -76,6 +76,10 @@ TEST_F(OrvactlOutcome, LoginWaitsForItsResult) {
   const auto result = run({"login", "player", "secret", "--wait"});
   EXPECT_EQ(result.exitCode, 0u) << result.err;
   EXPECT_EQ(result.out, "Login request taken.\nlogin     client 7 (own)  logged in     code 0\n");
+  EXPECT_EQ(
+      result.err,
+      "orvactl: others can see a credential on the command line; leave it out to be asked for "
+      "it\n");
 }
 
 TEST_F(OrvactlOutcome, IsFiveWhenTheLoginFails) {
@@ -159,7 +163,15 @@ TEST_F(OrvactlOutcome, SessionDoesNotGiveAMadeUpAccountToAnUnknownLibrary) {
   EXPECT_EQ(result.exitCode, 2u) << result.out;
   EXPECT_NE(result.err.find("--yes"), std::string::npos) << result.err;
   EXPECT_TRUE(service_.requests().empty());
-  EXPECT_EQ(run({"session", "--account", "mine", "--credential", "own"}).exitCode, 0u);
+}
+
+TEST_F(OrvactlOutcome, SessionGivesAnAccountNoMadeUpCredential) {
+  answerEverything();
+  EXPECT_EQ(run({"session", "--account", "mine"}).exitCode, 2u);
+  EXPECT_TRUE(service_.requests().empty());
+  const auto result = run({"session", "--account", "mine", "--credential", "own"});
+  EXPECT_EQ(result.exitCode, 0u) << result.err;
+  EXPECT_NE(result.err.find("others can see a credential"), std::string::npos) << result.err;
 }
 
 TEST_F(OrvactlOutcome, SessionLeavesEvenWhenAStepFails) {
