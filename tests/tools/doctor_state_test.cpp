@@ -1,6 +1,7 @@
 // Whether the doctor takes an end for a stop or for a crash.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstring>
 
 #include "service/shared_names.h"
@@ -153,6 +154,12 @@ TEST(EventLog, TakesRecordsApart) {
   EXPECT_EQ(events[0].texts, std::vector<std::wstring>{L"Orva"});
   EXPECT_EQ(events[1].texts, std::vector<std::wstring>{L"C"});
   EXPECT_FALSE(visitRecords(two, [](const LoggedEvent&) { return false; }));
+}
+
+TEST(EventLog, TakesNoRecordWithFewerTextsThanItCounts) {
+  auto lying = record(1000, L"Application Error", L"x.exe");
+  lying.at(offsetof(EVENTLOGRECORD, NumStrings)) = 2;
+  EXPECT_FALSE(visitRecords(lying, [](const LoggedEvent&) { return true; }));
 }
 
 TEST(EventLog, SurvivesEveryByteOfARecordBeingALie) {
