@@ -1,5 +1,6 @@
 #include "sdk/kernel_function_table.h"
 
+#include <bit>
 #include <cstdlib>
 #include <string>
 
@@ -24,8 +25,8 @@ constexpr char kMissingFunctionCaption[] = "\xE6\x8F\x90\xE7\xA4\xBA";
 void showMissingFunction(const char* text) {
   const HMODULE user32 = LoadLibraryExW(L"user32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
   if (user32 == nullptr) return;
-  const auto messageBox = reinterpret_cast<decltype(&MessageBoxA)>(
-      reinterpret_cast<void*>(GetProcAddress(user32, "MessageBoxA")));
+  const auto messageBox =
+      std::bit_cast<decltype(&MessageBoxA)>(GetProcAddress(user32, "MessageBoxA"));
   if (messageBox == nullptr) return;
   // Whatever became of the box, the process ends.
   (void)messageBox(nullptr, text, kMissingFunctionCaption, MB_OK);
