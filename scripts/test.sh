@@ -26,21 +26,21 @@ results=$root/build/test
 summary=()
 failures=0
 
-# note NAME OUTCOME: for the summary.
+# note NAME OUTCOME [SECONDS]: for the summary.
 note() {
   [[ $2 == ok ]] || failures=$((failures + 1))
-  summary+=("$(printf '%-24s %s' "$1" "$2")")
+  summary+=("$(printf '%-24s %-6s %5s' "$1" "$2" "${3:+$3 s}")")
   [[ $2 == ok ]]
 }
 
 # check NAME COMMAND...: runs a command, notes its outcome, and returns it. In the commands "set -e"
 # has no effect, hence the chains.
 check() {
-  local name=$1 outcome=ok
+  local name=$1 outcome=ok begun=$SECONDS
   shift
   step "$name"
   "$@" || outcome=FAILED
-  note "$name" "$outcome"
+  note "$name" "$outcome" $((SECONDS - begun))
 }
 
 # start_beside NAME COMMAND...: begins a command beside what comes next. check_beside NAME: waits for
@@ -146,7 +146,7 @@ if [[ $# -gt 0 ]]; then
 fi
 
 step "Summary"
-printf '  %s\n' "${summary[@]}"
+printf '  %s\n' "${summary[@]}" "$(printf '%-24s %12s' "In all" "$SECONDS s")"
 for suite in checked release realtime; do
   printf '\n%s:\n' "$suite"
   closing_lines "$suite"
