@@ -41,8 +41,7 @@ constexpr HelpText kHelpTexts[] = {
     {"game", kFigures, "game 1001\n--json game 1001"},
     {"nodes", kFigures, "nodes 1001"},
     {"raw", kOthers, "raw 0xffff\nraw 0x601 e9030000"},
-    {"session", kOthers,
-     "session\nsession --yes\n--json session --account player"},
+    {"session", kOthers, "session\nsession --yes\n--json session --account player"},
     {"load", kOthers, "load\nload --connections 16 --seconds 10\n--json load --type 0x604"},
     {"completion", kOthers, "completion bash\ncompletion powershell"},
 };
