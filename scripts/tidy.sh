@@ -113,7 +113,7 @@ look_at() {
   # From before, should somebody write meanwhile. Definitions of texts are of no interest here.
   flags=$(<"$unit/flags")
   read -ra flags <<<"${flags//\\\"/}"
-  digests=$("${flags[@]}" -MM "$unit/all.cpp" | sed "s|^[^ ]*: *$unit/all.cpp||; s/\\\\$//" |
+  digests=$("${flags[@]}" -MM "$unit/all.cpp" | tr '\\\n' '  ' | sed "s|^[^ ]*: *$unit/all.cpp||" |
     xargs sha256sum)
   look_at_files "$unit" "${files[@]}"
   if [[ -e $unit/complaints ]]; then
